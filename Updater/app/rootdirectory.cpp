@@ -1,0 +1,19 @@
+#include "app/rootdirectory.h"
+
+#include "common/common_helper.h"
+
+#include <QDir>
+
+QString RootDirectory(const QStringList &arguments, const QString &program_dir)
+{
+    QString path = ExtractParentPath(program_dir);
+    for (const QString &argument : arguments) {
+        QString text = argument.trimmed();
+        if (text.startsWith('-'))
+            text.remove(0, 1);
+        if (text.startsWith('#') && text.size() > 1)
+            path = QDir::current().absoluteFilePath(text.mid(1));
+    }
+    path = QDir::cleanPath(QDir::fromNativeSeparators(path));
+    return path == "/" ? QString() : path;
+}

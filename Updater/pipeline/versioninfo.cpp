@@ -1,0 +1,23 @@
+#include "pipeline/versioninfo.h"
+
+#include "app/mainwindow_helper.h"
+#include "common/common_helper.h"
+
+QString BuildFromVersionInfo(const QByteArray &bytes)
+{
+    const QString text = QString::fromLatin1(bytes.left(bytes.indexOf('\0')));
+    return GetKeyValue("build", ":", text).trimmed().replace('.', '-');
+}
+
+int StatusOnDisk(const QString &install_root, const QString &install_dir, const QString &version)
+{
+    if (!IsFolderPresent(install_root, install_dir))
+        return RecordStatus::NotInstalled;
+    const QString path = install_root + "/" + install_dir + "/version.info";
+    if (!IsFilePresent(path))
+        return RecordStatus::UpdateAvailable;
+    QByteArray bytes;
+    GetFileData(path, bytes);
+    return BuildFromVersionInfo(bytes) == version ? RecordStatus::Installed
+                                                  : RecordStatus::UpdateAvailable;
+}
