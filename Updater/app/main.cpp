@@ -1,0 +1,18 @@
+#include "app/datasingleton.h"
+#include "app/mainwindow.h"
+#include "app/rootdirectory.h"
+
+#include <QApplication>
+
+int main(int argc, char *argv[])
+{
+    const QApplication application(argc, argv);
+    const QString root =
+        RootDirectory(QCoreApplication::arguments(), QCoreApplication::applicationDirPath());
+
+    auto *window = new MainWindow(nullptr); // lives until the process ends
+    DataSingleton::Initialize(window, root);
+    window->Initialize();
+    window->show();
+    return QApplication::exec();
+}

@@ -1,0 +1,163 @@
+#include "app/mainwindow.h"
+
+#include "app/datasingleton.h"
+#include "app/mainwindow_helper.h"
+#include "catalogue/endpoints.h"
+#include "panels/helpwnd.h"
+#include "panels/settingsdlg.h"
+#include "transfer/filedownloader.h"
+#include "ui_mainwindow.h"
+
+#include <QCloseEvent>
+#include <QMessageBox>
+#include <QProcess>
+#include <QTextBlock>
+#include <QTime>
+#include <QTreeWidgetItemIterator>
+
+namespace {
+
+const int kHeartbeat = 500; // ms
+
+const char kCloseWhileInstalling[] =
+    "Some components are installing or under deletion. It is recommended not to close the "
+    "application at this point of time. Press 'Yes' if you still needs to close the application.";
+const char kCloseWhileDownloading[] =
+    "Some components are downloading. Press 'Yes' to close the application anyway.";
+
+QColor LevelColor(int level)
+{
+    switch (level) {
+    case 1:
+        return Qt::blue;
+    case 2:
+        return {255, 100, 0, 255};
+    case 3:
+        return Qt::red;
+    default:
+        return Qt::black;
+    }
+}
+
+bool IsCloseConfirmed(QWidget *parent, const char *question)
+{
+    return QMessageBox::warning(parent, "ZEFT", question, QMessageBox::Yes | QMessageBox::Cancel)
+           == QMessageBox::Yes;
+}
+
+} // namespace
+
+/// The library is linked statically, so nothing else pulls its resources in. The macro must not
+/// stand in a namespace.
+static void InitResources()
+{
+    Q_INIT_RESOURCE(updater);
+}
+
+MainWindow::MainWindow(QWidget *parent)
+    : QMainWindow(parent)
+    , ui(new Ui_MainWindow)
+{
+    InitResources();
+    ui->setupUi(this);
+    setWindowTitle("ZEFT Updater");
+    setWindowIcon(QIcon(":/icon-logo"));
+    ui->pbar_dl->setValue(0);
+    ui->pbar_inst->setValue(0);
+    ui->pb_pause->setEnabled(false);
+    InitTree();
+    base_downloader = nullptr;
+    install_process = nullptr;
+    delete_process = nullptr;
+    post_install_process = nullptr;
+}
+
+MainWindow::~MainWindow()
+{
+    for (QTreeWidgetItemIterator item(ui->tree_wgt); *item; ++item)
+        delete (*item)->data(0, Qt::UserRole).value<QObject *>(); // a hidden page has no parent
+    delete base_downloader;
+    delete ui;
+}
+
+void MainWindow::Initialize()
+{
+    DelNonRequiredFiles();
+    settings_dlg->AddRepo(PrimaryRepositoryUrl());
+
+    auto *heartbeat = new QTimer; // beats until the process ends
+    connect(heartbeat, &QTimer::timeout, this, &MainWindow::Timer500);
+    heartbeat->start(kHeartbeat);
+
+    FileDownloader::SetSSLDefaultConfiguration(QSsl::AnyProtocol, QSslSocket::VerifyNone);
+    connect(settings_dlg, &SettingsDlg::Connect, this, &MainWindow::onConnect);
+
+    AddMsg("Program started. Adjust proxy settings and press 'Connect' button from 'Manage "
+           "Connections' to proceed.",
+           1);
+    AddMsg(QString("Downloads directory %1").arg(DataSingleton::Inst()->GetDownloadsDir()), 1);
+}
+
+void MainWindow::Timer500()
+{
+    for (const auto *list : {&records, &local_records}) {
+        for (DN_FILE_STRUCT *record : *list)
+            record->status_text = StatusText(record->status, record->progress);
+    }
+    ProcessDownload();
+    ProcessInstall();
+    ProcessPostInstall();
+    ProcessDelete();
+    UpdateActivityList();
+    UpdateProgressBars();
+}
+
+void MainWindow::AddMsg(const QString &text, int level)
+{
+    if (text.isEmpty())
+        return;
+    const QTextDocument *document = ui->msgs->document();
+    const int end_before = document->characterCount() - 1;
+    ui->msgs->appendPlainText("> " + QTime::currentTime().toString("hh:mm:ss:zzz") + ": " + text);
+
+    QTextCharFormat format;
+    format.setForeground(QBrush(LevelColor(level), Qt::SolidPattern));
+    QTextCursor cursor = ui->msgs->textCursor();
+    // A full log has dropped its oldest line, and the text has moved up.
+    cursor.setPosition(qMin(end_before, document->lastBlock().position()));
+    cursor.setPosition(document->characterCount() - 1, QTextCursor::KeepAnchor);
+    cursor.setCharFormat(format);
+}
+
+void MainWindow::on_pb_help_clicked()
+{
+    HelpWnd::StartDocumentation(DataSingleton::Inst()->DeployPath(), 4, "topics/Updating.htm");
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    if ((install_process || post_install_process || delete_process)
+        && !IsCloseConfirmed(this, kCloseWhileInstalling)) {
+        event->ignore();
+        return;
+    }
+    for (const DN_FILE_STRUCT *record : qAsConst(records)) {
+        const bool downloads = record->status == RecordStatus::Downloading
+                               || record->status == RecordStatus::DownloadPending;
+        if (downloads && !IsCloseConfirmed(this, kCloseWhileDownloading)) {
+            event->ignore();
+            return;
+        }
+    }
+    for (QProcess *process : {install_process, post_install_process, delete_process}) {
+        if (process)
+            process->kill();
+    }
+    DelNonRequiredFiles();
+    QWidget::closeEvent(event);
+}
+
+void MainWindow::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+}

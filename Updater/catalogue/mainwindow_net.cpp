@@ -1,0 +1,186 @@
+// The connection sequence: a chain of single transfers. What has just ended decides what comes
+// next; there is no other state.
+
+#include "app/mainwindow.h"
+
+#include "app/datasingleton.h"
+#include "app/mainwindow_helper.h"
+#include "catalogue/endpoints.h"
+#include "catalogue/manifests.h"
+#include "panels/settingsdlg.h"
+#include "pipeline/extractor.h"
+#include "transfer/filedownloader.h"
+#include "ui_mainwindow.h"
+
+#include <QGuiApplication>
+#include <QSslConfiguration>
+
+namespace {
+
+const char kFileList[] = "zeft_upt_fversions.info";
+const char kDocuments[] = "hwd_doc.zip";
+const char kPackageList[] = "zeft_bsps.info";
+
+const int kFetchTimeout = 15000; // ms
+const int kProbeTimeout = 10000;
+
+const char kInvalidData[] = "Remote repository connection failed. Invalid data received. "
+                            "Restart the program and try again.";
+
+QString TransferFailure(const QString &error)
+{
+    return QString("Failed to connect to remote repository. %1").arg(error);
+}
+
+} // namespace
+
+void MainWindow::onConnect(QString url)
+{
+    while (!records.isEmpty())
+        delete records.takeLast();
+    repo_url = RepositoryUrl(url, settings_dlg->IsAltLink());
+    DataSingleton::Inst()->AddMsg("Connecting to " + repo_url + "...", 1);
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    network_manager.connectToHostEncrypted(repo_url, 443,
+                                           QSslConfiguration::defaultConfiguration());
+    StartFetch(QString("/zeft/") + kFileList, QString());
+}
+
+bool MainWindow::StartBaseDownload(const QString &url, bool head_only, const QString &file_path,
+                                   int timeout_ms, DN_FILE_STRUCT *probed)
+{
+    delete base_downloader;
+    base_downloader = new FileDownloader(this);
+    connect(base_downloader, &FileDownloader::SignalDownloadFinished, this,
+            &MainWindow::onBaseFilesDownloadFinished);
+    return base_downloader->Start(&network_manager, url, head_only, probed ? probed->file_size : 0,
+                                  file_path, QString(), false, timeout_ms, probed);
+}
+
+void MainWindow::StartFetch(const QString &resource, const QString &file_path)
+{
+    if (!StartBaseDownload(repo_url + resource, false, file_path, kFetchTimeout, nullptr))
+        FailConnecting(TransferFailure(base_downloader->m_error));
+}
+
+void MainWindow::StartProbe(int index)
+{
+    probe_index = index;
+    DN_FILE_STRUCT *record = records[index];
+    // With a memory target it can only fail for a reason that has ended the first fetch already.
+    StartBaseDownload(repo_url + "/zeft/" + record->remote_dir + "/" + record->file_name, true,
+                      QString(), kProbeTimeout, record);
+}
+
+void MainWindow::onBaseFilesDownloadFinished(FileDownloader *fd)
+{
+    if (fd->m_userData) {
+        AcceptProbe(fd);
+        return;
+    }
+    if (!fd->m_error.isEmpty()) {
+        FailConnecting(TransferFailure(fd->m_error));
+        return;
+    }
+    QByteArray bytes;
+    if (fd->m_url.contains(kFileList)) {
+        fd->GetDownloadedData(bytes);
+        AcceptFileList(bytes);
+    } else if (fd->m_url.contains(kDocuments)) {
+        AcceptDocuments();
+    } else if (fd->m_url.contains(kPackageList)) {
+        fd->GetDownloadedData(bytes);
+        AcceptPackageList(bytes);
+    }
+}
+
+void MainWindow::AcceptFileList(const QByteArray &bytes)
+{
+    if (!ReadFileList(bytes, fversions_lines)) {
+        FailConnecting(kInvalidData);
+        return;
+    }
+    if (fversions_lines.isEmpty()) {
+        AddMsg("Connected...but nothing to download.", 2);
+        EndConnecting();
+        return;
+    }
+    StartFetch(QString("/zeft/bsp/") + kDocuments,
+               DataSingleton::Inst()->GetDownloadsDir() + "/" + kDocuments);
+}
+
+void MainWindow::AcceptDocuments()
+{
+    const QString downloads = DataSingleton::Inst()->GetDownloadsDir();
+    StartDetachedExtractor(UnpackArguments(kDocuments, downloads, downloads));
+    StartFetch(QString("/zeft/bsp/") + kPackageList, QString());
+}
+
+void MainWindow::AcceptPackageList(const QByteArray &bytes)
+{
+    if (!ReadPackageList(bytes, bsps_lines)) {
+        FailConnecting(kInvalidData);
+        return;
+    }
+    MakeRecords();
+    ui->pbar_dl->setValue(0);
+    if (records.isEmpty())
+        EndProbes();
+    else
+        StartProbe(0);
+}
+
+void MainWindow::MakeRecords()
+{
+    for (const QString &line : qAsConst(fversions_lines)) {
+        std::unique_ptr<DN_FILE_STRUCT> record = RecordFromLine(line);
+        if (!record)
+            continue;
+        if (IsInstallable(record->file_name))
+            records.append(record.release());
+        else
+            AddMsg("File can't be installed safely, line passed over: " + line, 2);
+    }
+}
+
+void MainWindow::AcceptProbe(FileDownloader *fd)
+{
+    auto *record = static_cast<DN_FILE_STRUCT *>(fd->m_userData);
+    if (fd->m_error.isEmpty()) {
+        record->file_size = fd->m_contentLength.toLongLong();
+        record->time_stamp = fd->m_lastModified;
+    }
+    const int last = records.size() - 1;
+    const int index = probe_index <= last && records[probe_index] == record
+                          ? probe_index
+                          : records.indexOf(record);
+    if (index >= last) {
+        EndProbes();
+        return;
+    }
+    StartProbe(index + 1);
+    ui->pbar_dl->setValue(index * 100 / records.size());
+}
+
+void MainWindow::EndProbes()
+{
+    ui->pbar_dl->setValue(0);
+    delete base_downloader;
+    base_downloader = nullptr;
+    // Queued, so that the tree is built when the slot of the last transfer has returned.
+    QMetaObject::invokeMethod(this, "AddTreeArchItems", Qt::QueuedConnection);
+}
+
+void MainWindow::EndConnecting()
+{
+    delete base_downloader;
+    base_downloader = nullptr;
+    settings_dlg->EnableConnectPB(true);
+    QGuiApplication::restoreOverrideCursor();
+}
+
+void MainWindow::FailConnecting(const QString &message)
+{
+    AddMsg(message, 3);
+    EndConnecting();
+}

@@ -1,0 +1,241 @@
+// The tree: what a repository offers on the left side, the current item's page on the right.
+
+#include "app/mainwindow.h"
+
+#include "app/datasingleton.h"
+#include "app/mainwindow_helper.h"
+#include "catalogue/manifests.h"
+#include "common/common_helper.h"
+#include "panels/downloadwgt.h"
+#include "panels/localdownloaddlg.h"
+#include "panels/settingsdlg.h"
+#include "ui_mainwindow.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QHash>
+
+namespace {
+
+enum ItemType {
+    ConnectionsItem = 256,
+    CoreItem = 512,
+    BlocksItem = 768,
+    PackagesItem = 1024,
+    ClassItem = 1280,
+    PackageItem = 1536,
+    LocalItem = 1792
+};
+
+const char *const kClasses[] = {
+    "8bit/16bit uC", "32bit/64bit uC (No FPU)", "32bit/64bit uC (FPU)", "FPGA",
+    "Embedded OS",   "Android Device",          "Desktop/Server",       "Native"};
+
+template <typename Parent>
+QTreeWidgetItem *MakeItem(Parent *parent, const QString &text, int type,
+                          const QString &tool_tip = QString())
+{
+    auto *item = new QTreeWidgetItem(parent, QStringList(text), type);
+    if (!tool_tip.isEmpty())
+        item->setToolTip(0, tool_tip);
+    return item;
+}
+
+template <typename Page> Page *StorePage(QTreeWidgetItem *item, Page *page)
+{
+    page->setVisible(false);
+    item->setData(0, Qt::UserRole, QVariant::fromValue(page));
+    return page;
+}
+
+template <typename Page> Page *PageOf(const QTreeWidgetItem *item)
+{
+    return qobject_cast<Page *>(item->data(0, Qt::UserRole).value<QObject *>());
+}
+
+QWidget *PageByType(const QTreeWidgetItem *item)
+{
+    switch (item->type()) {
+    case ConnectionsItem:
+        return PageOf<SettingsDlg>(item);
+    case CoreItem:
+    case BlocksItem:
+    case PackageItem:
+        return PageOf<DownloadWgt>(item);
+    case LocalItem:
+        return PageOf<LocalDownloadDlg>(item);
+    default:
+        return nullptr;
+    }
+}
+
+bool ShowsRecord(const QTreeWidgetItem *item, DN_FILE_STRUCT *record)
+{
+    return PageOf<DownloadWgt>(item)->MatchingRow(record) >= 0;
+}
+
+/// The text of a description page; empty for one that can't be read or lies somewhere else.
+QString DescriptionText(const QString &page)
+{
+    const QString dir = DataSingleton::Inst()->GetDownloadsDir() + "/hwd_doc/";
+    const QString path = dir + page;
+    QByteArray bytes;
+    const QFileInfo file(path);
+    if (file.isFile()
+        && file.canonicalFilePath().startsWith(QFileInfo(dir).canonicalFilePath() + "/"))
+        GetFileData(path, bytes);
+    return TextUpToNul(bytes);
+}
+
+void AddPackageRow(DownloadWgt *page, const QString &stem,
+                   const QHash<QString, DN_FILE_STRUCT *> &by_stem)
+{
+    if (stem.isEmpty())
+        return;
+    if (DN_FILE_STRUCT *record = by_stem.value(stem))
+        page->AddTableRow(stem, record);
+    else
+        page->AddTableRow("Local Install (eg. " + stem + ")", nullptr);
+}
+
+} // namespace
+
+void MainWindow::InitTree()
+{
+    QTreeWidget *tree = ui->tree_wgt;
+    tree_item_connections = MakeItem(tree, "Manage Connections", ConnectionsItem);
+    settings_dlg = StorePage(tree_item_connections, new SettingsDlg(this));
+    tree->setCurrentItem(tree_item_connections);
+
+    tree_item_bsps =
+        MakeItem(tree, "Update BSPs", PackagesItem, "Update ZEFT board support package files");
+    for (const char *name : kClasses)
+        MakeItem(tree_item_bsps, name, ClassItem);
+
+    tree_item_blocks = MakeItem(tree, "Update Blocks", BlocksItem, "Update ZEFT block database");
+    StorePage(tree_item_blocks, new DownloadWgt({"ZEFT Block Database Files", "Status"}, nullptr));
+
+    tree_item_core = MakeItem(tree, "Update Core", CoreItem, "Update ZEFT core files");
+    StorePage(tree_item_core, new DownloadWgt({"ZEFT Core Files", "Status"}, nullptr));
+
+    tree_item_local =
+        MakeItem(tree, "Local Update", LocalItem, "Update from manually downloaded files");
+    StorePage(tree_item_local, new LocalDownloadDlg({"Description", "Status"}, nullptr));
+}
+
+void MainWindow::on_tree_wgt_itemSelectionChanged()
+{
+    if (QLayoutItem *shown = ui->ly_user->takeAt(0)) {
+        shown->widget()->hide();
+        shown->widget()->setParent(nullptr);
+        delete shown;
+    }
+    const QTreeWidgetItem *item = ui->tree_wgt->currentItem();
+    QWidget *page = item ? PageByType(item) : nullptr;
+    if (!page)
+        return;
+    page->setParent(this);
+    ui->ly_user->addWidget(page);
+    page->show();
+}
+
+void MainWindow::AddTreeArchItems()
+{
+    for (DN_FILE_STRUCT *record : qAsConst(records))
+        record->version = VersionFromTimeStamp(record->time_stamp);
+    AddRecordRows();
+    AddPackages();
+    UpdateRecords();
+
+    QGuiApplication::restoreOverrideCursor();
+    settings_dlg->ShowConnectPB(false);
+    ui->pb_pause->setEnabled(true);
+    AddMsg("Connected. Select individual items in the left pane to install or update.", 1);
+}
+
+void MainWindow::AddRecordRows()
+{
+    const auto add_rows = [this](QTreeWidgetItem *item, const char *directory) {
+        auto *page = PageOf<DownloadWgt>(item);
+        for (DN_FILE_STRUCT *record : qAsConst(records)) {
+            if (record->remote_dir.contains(directory))
+                page->AddTableRow(record->file_name, record);
+        }
+    };
+    add_rows(tree_item_blocks, "blocks/version_latest");
+    add_rows(tree_item_core, "core/version_latest");
+}
+
+void MainWindow::AddPackages()
+{
+    QHash<QString, DN_FILE_STRUCT *> by_stem; // of equal stems the last record counts
+    for (DN_FILE_STRUCT *record : qAsConst(records))
+        by_stem.insert(ArchiveStem(record->file_name), record);
+
+    for (const QString &line : qAsConst(bsps_lines)) {
+        PackageLine package;
+        if (!ReadPackageLine(line, package))
+            continue;
+        QTreeWidgetItem *class_item = tree_item_bsps->child(package.class_index);
+        if (!class_item)
+            continue;
+        QTreeWidgetItem *item = MakeItem(class_item, package.title, PackageItem);
+        auto *page = new DownloadWgt({"ZEFT BSP Files", "Status"}, nullptr);
+        AddPackageRow(page, package.stems[0], by_stem);
+        // A record shows once on a page, so equal stems leave nothing for the second row.
+        AddPackageRow(page, package.stems[1],
+                      package.stems[1] == package.stems[0] ? decltype(by_stem)() : by_stem);
+        page->SetHtmlText(DescriptionText(package.page));
+        StorePage(item, page);
+    }
+}
+
+void MainWindow::UpdateRecords()
+{
+    // All targets first: events are processed below, and a press of "Uninstall" needs a target.
+    for (DN_FILE_STRUCT *record : qAsConst(records))
+        SetInstallTarget(*record, DataSingleton::Inst()->InstalledPath());
+    for (DN_FILE_STRUCT *record : qAsConst(records)) {
+        if (!IsInWork(record->status)) // the user may have been quicker
+            UpdateStatus(record, true);
+        QCoreApplication::processEvents();
+    }
+}
+
+void MainWindow::SetTreeItemVisible(DN_FILE_STRUCT *record)
+{
+    QList<QTreeWidgetItem *> items = {tree_item_blocks, tree_item_core};
+    for (int c = 0; c < tree_item_bsps->childCount(); ++c) {
+        const QTreeWidgetItem *class_item = tree_item_bsps->child(c);
+        for (int i = 0; i < class_item->childCount(); ++i)
+            items.append(class_item->child(i));
+    }
+    for (QTreeWidgetItem *item : qAsConst(items)) {
+        if (ShowsRecord(item, record)) {
+            ui->tree_wgt->scrollToItem(item, QAbstractItemView::EnsureVisible);
+            item->setSelected(true);
+            return;
+        }
+    }
+}
+
+void MainWindow::AddToLocalInstall(const QString &path)
+{
+    const QString file_name = ExtractFileName(path);
+    if (!IsInstallable(file_name)) {
+        AddMsg("File can't be installed safely: " + path, 3);
+        return;
+    }
+    auto *record = new DN_FILE_STRUCT;
+    record->file_name = file_name;
+    record->remote_dir = ExtractFilePath(path);
+    record->local_dir = record->remote_dir;
+    record->time_stamp = GetFileModifiedDateTime(path, false, true, false);
+    record->file_size = GetFileSizeInBytes(path);
+    SetInstallTarget(*record, DataSingleton::Inst()->InstalledPath());
+    local_records.append(record);
+    PageOf<LocalDownloadDlg>(tree_item_local)->AddTableRow(record->file_name, record);
+    AddToDelete(record);
+    AddToInstall(record);
+}

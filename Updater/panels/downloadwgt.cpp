@@ -1,0 +1,146 @@
+#include "panels/downloadwgt.h"
+
+#include "app/datasingleton.h"
+#include "app/mainwindow.h"
+#include "app/mainwindow_helper.h"
+#include "panels/recordtable.h"
+#include "ui_downloadwgt.h"
+
+#include <QDesktopServices>
+#include <QMessageBox>
+
+DownloadWgt::DownloadWgt(const QStringList &labels, QFrame *parent)
+    : QFrame(parent)
+    , ui(new Ui_DownloadWgt)
+{
+    ui->setupUi(this);
+    RecordTable::SetLabels(ui->table, labels);
+    // The browser would look for a web page in the file system, and complain on the console.
+    ui->text->setOpenLinks(false);
+    connect(ui->text, &QTextBrowser::anchorClicked, this, [](const QUrl &link) {
+        if (link.scheme() == "https" || link.scheme() == "http")
+            QDesktopServices::openUrl(link);
+    });
+    connect(&timer, &QTimer::timeout, this, &DownloadWgt::onTimer500);
+    timer.start(500);
+}
+
+DownloadWgt::~DownloadWgt()
+{
+    delete ui;
+}
+
+void DownloadWgt::AddTableRow(const QString &label, DN_FILE_STRUCT *record)
+{
+    RecordTable::AddRow(ui->table, label, record);
+}
+
+DN_FILE_STRUCT *DownloadWgt::FS(int row)
+{
+    return RecordTable::Record(ui->table, row);
+}
+
+int DownloadWgt::MatchingRow(DN_FILE_STRUCT *record)
+{
+    return RecordTable::MatchingRow(ui->table, record);
+}
+
+int DownloadWgt::Rows()
+{
+    return ui->table->rowCount();
+}
+
+void DownloadWgt::SetHtmlText(const QString &html)
+{
+    QString text = html;
+    text.replace("10.0pt", "8.0pt"); // before the next one, or 12 points would end at 8
+    text.replace("12.0pt", "10.0pt");
+    text.replace("150%", "100%");
+    text.replace("115%", "100%");
+    ui->text->setHtml(text);
+}
+
+void DownloadWgt::SetPlainText(const QString &text)
+{
+    ui->text->setPlainText(text);
+}
+
+DN_FILE_STRUCT *DownloadWgt::SelectedRecord()
+{
+    return FS(ui->table->currentRow());
+}
+
+void DownloadWgt::UpdateButtons()
+{
+    const DN_FILE_STRUCT *record = SelectedRecord();
+    const int status = record ? record->status : RecordStatus::NotInstalled;
+    const bool deleting = status == RecordStatus::Deleting;
+    const bool can_cancel = IsInWork(status) && !deleting;
+    ui->pb_install->setText(can_cancel ? "Cancel" : "Install");
+    ui->pb_install->setEnabled(!deleting);
+    ui->pb_delete->setEnabled(status != RecordStatus::Installing
+                              && status != RecordStatus::NotInstalled && !deleting);
+}
+
+void DownloadWgt::onTimer500()
+{
+    if (!isVisible())
+        return;
+    RecordTable::UpdateStatus(ui->table);
+    UpdateButtons();
+}
+
+void DownloadWgt::on_pb_install_clicked()
+{
+    DN_FILE_STRUCT *record = SelectedRecord();
+    if (!record)
+        return;
+    MainWindow *window = DataSingleton::Inst()->Window();
+    if (ui->pb_install->text().contains("Install")) {
+        window->AddToDownload(record);
+        return;
+    }
+    if (record->status == RecordStatus::Installing
+        && QMessageBox::warning(this, "ZEFT",
+                                "The selected component is currently installing. It is recommended "
+                                "not to cancel at this stage. Press 'Yes' if you still needs to "
+                                "cancel the installation.",
+                                QMessageBox::Yes | QMessageBox::Cancel)
+               == QMessageBox::Cancel)
+        return;
+    window->CancelDownloadInstall(record);
+}
+
+void DownloadWgt::on_table_itemSelectionChanged()
+{
+    UpdateButtons();
+}
+
+void DownloadWgt::on_table_itemClicked(QTableWidgetItem * /*item*/)
+{
+    UpdateButtons();
+}
+
+void DownloadWgt::on_pb_delete_clicked()
+{
+    DN_FILE_STRUCT *record = SelectedRecord();
+    if (!record)
+        return;
+    MainWindow *window = DataSingleton::Inst()->Window();
+    window->StopDownload(record); // or it would write into a file that the deletion removes
+    record->status = RecordStatus::Deleting;
+    window->AddToDelete(record);
+}
+
+void DownloadWgt::resizeEvent(QResizeEvent *event)
+{
+    QFrame::resizeEvent(event);
+    RecordTable::SetColumnWidths(ui->table);
+    onTimer500();
+}
+
+void DownloadWgt::showEvent(QShowEvent *event)
+{
+    QFrame::showEvent(event);
+    onTimer500();
+}

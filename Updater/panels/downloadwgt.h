@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QFrame>
+#include <QTimer>
+
+class QTableWidgetItem;
+class Ui_DownloadWgt;
+struct DN_FILE_STRUCT;
+
+/// The page of one tree item with components: a row for each file with its live status, the two
+/// actions on the selected row, and the item's description.
+///
+/// The page borrows its records and holds no state of theirs; a press goes to MainWindow.
+class DownloadWgt : public QFrame
+{
+    Q_OBJECT
+
+public:
+    DownloadWgt(const QStringList &labels, QFrame *parent);
+    ~DownloadWgt() override;
+
+    /// Appends a row and writes the record's display_name. A null \a record makes a row without
+    /// size, status and actions.
+    void AddTableRow(const QString &label, DN_FILE_STRUCT *record);
+    DN_FILE_STRUCT *FS(int row); // null for a row without a record
+    int MatchingRow(DN_FILE_STRUCT *record);
+    int Rows();
+
+    /// Shows a description page, its fonts brought down to the size of the panel.
+    void SetHtmlText(const QString &html);
+    void SetPlainText(const QString &text);
+    void UpdateButtons();
+
+public slots:
+    void onTimer500();
+    void on_pb_install_clicked();
+    void on_table_itemSelectionChanged();
+    void on_table_itemClicked(QTableWidgetItem *item);
+    void on_pb_delete_clicked();
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+
+private:
+    DN_FILE_STRUCT *SelectedRecord();
+
+    Ui_DownloadWgt *ui;
+    QTimer timer;
+};

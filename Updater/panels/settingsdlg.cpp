@@ -1,0 +1,117 @@
+#include "panels/settingsdlg.h"
+
+#include "app/datasingleton.h"
+#include "app/mainwindow.h"
+#include "app/mainwindow_helper.h"
+#include "transfer/filedownloader.h"
+#include "ui_settingsdlg.h"
+
+#include <QSet>
+
+namespace {
+
+enum ProxyIndex { SystemProxy = 1, ManualProxy = 2 }; // places in cb_proxy
+
+} // namespace
+
+SettingsDlg::SettingsDlg(QWidget *parent)
+    : QWidget(parent)
+    , ui(new Ui_SettingsDlg)
+{
+    ui->setupUi(this);
+    ui->cb_proxy->setCurrentIndex(SystemProxy);
+}
+
+SettingsDlg::~SettingsDlg()
+{
+    delete ui;
+}
+
+void SettingsDlg::AddRepo(const QString &url)
+{
+    const int row = ui->table_repo->rowCount();
+    ui->table_repo->insertRow(row);
+    ui->table_repo->setItem(row, 0, new QTableWidgetItem(url));
+}
+
+void SettingsDlg::EnableConnectPB(bool enable)
+{
+    ui->pb_connect->setEnabled(enable);
+}
+
+void SettingsDlg::ShowConnectPB(bool show)
+{
+    ui->pb_connect->setVisible(show);
+    ui->chk_alt_link->setVisible(show);
+}
+
+bool SettingsDlg::IsAltLink()
+{
+    return ui->chk_alt_link->isChecked();
+}
+
+DN_FILE_STRUCT *SettingsDlg::ActivityRecord(int row) const
+{
+    const QVariant pointer = ui->table_activity->item(row, 0)->data(Qt::UserRole);
+    return static_cast<DN_FILE_STRUCT *>(pointer.value<void *>());
+}
+
+void SettingsDlg::UpdateActivity(const QList<DN_FILE_STRUCT *> &list)
+{
+    QTableWidget *table = ui->table_activity;
+    QSet<DN_FILE_STRUCT *> missing = list.toSet();
+
+    for (int row = table->rowCount() - 1; row >= 0; --row) {
+        DN_FILE_STRUCT *record = ActivityRecord(row);
+        if (!missing.remove(record)) {
+            table->removeRow(row);
+            continue;
+        }
+        QTableWidgetItem *status = table->item(row, 1);
+        if (status->text() != record->status_text)
+            status->setText(record->status_text);
+    }
+
+    for (DN_FILE_STRUCT *record : list) {
+        if (!missing.remove(record))
+            continue;
+        const int row = table->rowCount();
+        auto *item = new QTableWidgetItem(record->display_name);
+        item->setData(Qt::UserRole, QVariant::fromValue(static_cast<void *>(record)));
+        table->insertRow(row);
+        table->setItem(row, 0, item);
+        table->setItem(row, 1, new QTableWidgetItem);
+    }
+}
+
+void SettingsDlg::on_cb_proxy_currentIndexChanged(int index)
+{
+    for (QLineEdit *field :
+         {ui->eb_proxy_addr, ui->eb_proxy_port, ui->eb_proxy_usr, ui->eb_proxy_pwd})
+        field->setEnabled(index == ManualProxy);
+}
+
+void SettingsDlg::on_table_activity_itemClicked(QTableWidgetItem * /*item*/)
+{
+    const int row = ui->table_activity->currentRow();
+    if (row >= 0)
+        DataSingleton::Inst()->Window()->SetTreeItemVisible(ActivityRecord(row));
+}
+
+void SettingsDlg::on_pb_connect_clicked()
+{
+    if (ui->table_repo->rowCount() == 0)
+        return;
+    EnableConnectPB(false);
+    FileDownloader::SetApplicationProxy(ui->cb_proxy->currentIndex(), ui->eb_proxy_addr->text(),
+                                        ui->eb_proxy_port->text(), ui->eb_proxy_usr->text(),
+                                        ui->eb_proxy_pwd->text());
+    emit Connect(ui->table_repo->item(0, 0)->text());
+}
+
+void SettingsDlg::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    ui->table_repo->setColumnWidth(0, static_cast<int>(width() * 0.7));
+    ui->table_activity->setColumnWidth(0, static_cast<int>(width() * 0.6));
+}

@@ -1,0 +1,82 @@
+#include "pipeline/extractor.h"
+
+#include "app/datasingleton.h"
+#include "app/mainwindow_helper.h"
+
+#include <QProcess>
+
+namespace {
+
+const int kStartWait = 50; // ms
+const int kKillWait = 100;
+
+QString Program()
+{
+    return DataSingleton::Inst()->DeployPath() + "/bin_lnx/zeft_fextr_cmd";
+}
+
+} // namespace
+
+QStringList UnpackArguments(const QString &file_name, const QString &local_dir,
+                            const QString &install_root)
+{
+    const QString command = file_name.contains(".tar.") ? "#xtar" : "#uzip";
+    return {command, "#" + local_dir + "/" + file_name, "#" + install_root};
+}
+
+QStringList ScriptArguments(const QString &component_dir)
+{
+    return {"#rscript", "#" + component_dir + "/zeft_install.sh", "#" + component_dir, "#mclose"};
+}
+
+QStringList DeleteArguments(const QString &component_dir)
+{
+    return {"#ddir", "#" + component_dir};
+}
+
+bool LastPercent(const QByteArray &output, int &percent)
+{
+    const QString text = QString::fromLatin1(output.left(output.indexOf('\0')));
+    const int sign = text.lastIndexOf('%');
+    if (sign < 3)
+        return false;
+    percent = text.mid(sign - 3, 3).trimmed().toInt();
+    return true;
+}
+
+QProcess *StartExtractor(const QStringList &arguments)
+{
+    auto *process = new QProcess;
+    process->setWorkingDirectory(DataSingleton::Inst()->GetDownloadsDir());
+    process->setProgram(Program());
+    process->setArguments(arguments);
+    process->start(QIODevice::ReadWrite);
+    process->waitForStarted(kStartWait);
+    return process;
+}
+
+void StartDetachedExtractor(const QStringList &arguments)
+{
+    QProcess::startDetached(Program(), arguments);
+}
+
+void KillExtractor(QProcess *&process)
+{
+    if (!process)
+        return;
+    process->kill();
+    // Deleting a process that still runs would complain on the console, and wait without a limit.
+    if (process->state() == QProcess::NotRunning || process->waitForFinished(kKillWait))
+        delete process;
+    else
+        QObject::connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished),
+                         process, &QObject::deleteLater);
+    process = nullptr;
+}
+
+void ReadProgress(QProcess *process, DN_FILE_STRUCT *record, int floor)
+{
+    int percent = 0;
+    if (LastPercent(process->readAll(), percent))
+        record->progress = qBound(floor, percent, 100);
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QStringList>
+
+class QByteArray;
+class QProcess;
+struct DN_FILE_STRUCT;
+
+/// The extractor zeft_fextr_cmd, as the stages use it: one run for each action. The paths in its
+/// arguments stand behind a "#". It prints its percent on standard output; nothing else of a run is
+/// looked at, so its end counts as success.
+
+QStringList UnpackArguments(const QString &file_name, const QString &local_dir,
+                            const QString &install_root);
+QStringList ScriptArguments(const QString &component_dir);
+QStringList DeleteArguments(const QString &component_dir);
+
+/// Finds the last percent in what a run has printed. False, and \a percent unchanged, if there is
+/// none. A text in front of the "%" that is no number counts as 0.
+bool LastPercent(const QByteArray &output, int &percent);
+
+/// Starts a run in the downloads directory. The caller owns the process.
+QProcess *StartExtractor(const QStringList &arguments);
+/// Starts a run that nobody follows.
+void StartDetachedExtractor(const QStringList &arguments);
+/// Kills a run, if there is one, and lets go of its process; sets the pointer to null.
+void KillExtractor(QProcess *&process);
+
+/// Writes what a run has newly printed into the progress of its record, at least \a floor.
+void ReadProgress(QProcess *process, DN_FILE_STRUCT *record, int floor);

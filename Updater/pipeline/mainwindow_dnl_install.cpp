@@ -1,0 +1,337 @@
+// The work pipeline: four queues, and a stage for each that takes one step at every heartbeat.
+
+#include "app/mainwindow.h"
+
+#include "app/datasingleton.h"
+#include "app/mainwindow_helper.h"
+#include "common/common_helper.h"
+#include "pipeline/extractor.h"
+#include "transfer/filedownloader.h"
+#include "ui_mainwindow.h"
+
+#include <QFileInfo>
+#include <QProcess>
+
+namespace {
+
+using Queue = QList<DN_FILE_STRUCT *>;
+
+const int kTransfersAtOnce = 2;
+const int kDownloadTimeout = 15000; // ms
+const int kFirstPercent = 5;        // an installation that has just begun shows some progress
+
+QString DownloadedPath(const DN_FILE_STRUCT *record)
+{
+    return DataSingleton::Inst()->GetDownloadsDir() + "/" + record->file_name;
+}
+
+QString PartialPath(const DN_FILE_STRUCT *record)
+{
+    return DownloadedPath(record) + ".dnl";
+}
+
+void DeleteDownload(const DN_FILE_STRUCT *record)
+{
+    DeleteFile(PartialPath(record));
+    DeleteFile(DownloadedPath(record));
+}
+
+void Enqueue(Queue &queue, DN_FILE_STRUCT *record, int status)
+{
+    record->progress = 0;
+    record->status = status;
+    queue.append(record);
+}
+
+/// The record to be started: the head of the queue, unless its directory is still to be deleted.
+/// Then the head goes to the tail, and nothing starts at this heartbeat.
+DN_FILE_STRUCT *NextToInstall(Queue &queue, const Queue &delete_queue)
+{
+    if (queue.isEmpty())
+        return nullptr;
+    if (!delete_queue.contains(queue.first()))
+        return queue.first();
+    queue.append(queue.takeFirst());
+    return nullptr;
+}
+
+/// Takes the record out of a queue of installations, and kills its run if it is the one that runs.
+/// False if the queue doesn't hold it.
+bool CancelInstall(Queue &queue, QProcess *&process, DN_FILE_STRUCT *record)
+{
+    const int place = queue.indexOf(record);
+    if (place < 0)
+        return false;
+    if (place == 0)
+        KillExtractor(process);
+    queue.removeAt(place);
+    return true;
+}
+
+/// Ends a run: the head leaves the queue with its status, and the process goes.
+DN_FILE_STRUCT *FinishHead(Queue &queue, QProcess *&process, int status)
+{
+    DN_FILE_STRUCT *record = queue.takeFirst();
+    record->status = status;
+    record->progress = 0;
+    delete process;
+    process = nullptr;
+    return record;
+}
+
+} // namespace
+
+void MainWindow::AddToDownload(DN_FILE_STRUCT *record)
+{
+    if (!download_queue.contains(record) && !install_queue.contains(record))
+        Enqueue(download_queue, record, RecordStatus::DownloadPending);
+}
+
+void MainWindow::AddToInstall(DN_FILE_STRUCT *record)
+{
+    if (!install_queue.contains(record))
+        Enqueue(install_queue, record, RecordStatus::InstallPending);
+}
+
+void MainWindow::AddToPostInstall(DN_FILE_STRUCT *record)
+{
+    if (!post_install_queue.contains(record))
+        Enqueue(post_install_queue, record, RecordStatus::InstallPending);
+}
+
+void MainWindow::AddToDelete(DN_FILE_STRUCT *record)
+{
+    if (!delete_queue.contains(record))
+        Enqueue(delete_queue, record, RecordStatus::Deleting);
+}
+
+void MainWindow::StopDownload(DN_FILE_STRUCT *record)
+{
+    delete record->downloader;
+    record->downloader = nullptr;
+    download_queue.removeOne(record);
+}
+
+void MainWindow::CancelDownloadInstall(DN_FILE_STRUCT *record)
+{
+    if (download_queue.contains(record)) {
+        StopDownload(record);
+        DeleteDownload(record);
+        UpdateStatus(record, false);
+    }
+    if (CancelInstall(install_queue, install_process, record))
+        AddToDelete(record);
+    if (CancelInstall(post_install_queue, post_install_process, record))
+        AddToDelete(record);
+}
+
+void MainWindow::on_pb_pause_clicked()
+{
+    const bool pause = ui->pb_pause->text().contains("Pause");
+    for (const DN_FILE_STRUCT *record : qAsConst(records)) {
+        if (!record->downloader)
+            continue;
+        if (pause)
+            record->downloader->Pause();
+        else
+            record->downloader->Resume();
+    }
+    ui->pb_pause->setText(pause ? " Resume Downloads " : " Pause Downloads ");
+}
+
+void MainWindow::ProcessDownload()
+{
+    const Queue first = download_queue.mid(0, kTransfersAtOnce); // a start that fails leaves it
+    for (DN_FILE_STRUCT *record : first) {
+        if (record->downloader)
+            record->progress = ProgressFromPercent(record->downloader->m_percent);
+        else
+            StartDownload(record);
+    }
+}
+
+void MainWindow::StartDownload(DN_FILE_STRUCT *record)
+{
+    DeleteFile(DownloadedPath(record));
+    record->status = RecordStatus::Downloading;
+    record->local_dir.clear();
+
+    auto *transfer = new FileDownloader(this);
+    record->downloader = transfer;
+    connect(transfer, &FileDownloader::SignalDownloadFinished, this,
+            &MainWindow::onInstallFilesDownloadFinished);
+    const QString url = repo_url + "/zeft/" + record->remote_dir + "/" + record->file_name;
+    const bool started =
+        transfer->Start(&network_manager, url, false, record->file_size, PartialPath(record),
+                        record->time_stamp, true, kDownloadTimeout, record);
+    AddMsg(QString("Downloading file %1...").arg(record->file_name), 1);
+    if (!started) {
+        RejectDownload(record, transfer->m_error);
+        StopDownload(record);
+    }
+}
+
+void MainWindow::onInstallFilesDownloadFinished(FileDownloader *fd)
+{
+    auto *record = static_cast<DN_FILE_STRUCT *>(fd->m_userData);
+    if (fd->m_error.isEmpty())
+        AcceptDownload(record);
+    else
+        RejectDownload(record, fd->m_error);
+    // Safe inside its own signal: the transfer touches nothing of itself after the emit.
+    StopDownload(record);
+}
+
+void MainWindow::AcceptDownload(DN_FILE_STRUCT *record)
+{
+    RenameFileFolderHelper(PartialPath(record), record->file_name);
+    record->local_dir = DataSingleton::Inst()->GetDownloadsDir();
+    if (GetFileSizeInBytes(DownloadedPath(record)) == record->file_size) {
+        AddToDelete(record);
+        AddToInstall(record);
+        AddMsg(QString("File %1 downloaded. Queued for installation.").arg(record->file_name), 1);
+    } else {
+        record->status = RecordStatus::Error;
+        record->progress = 0;
+        AddMsg(QString("Downloaded file %1 checksum failed. Trying downloading again.")
+                   .arg(record->file_name),
+               3);
+    }
+}
+
+void MainWindow::RejectDownload(DN_FILE_STRUCT *record, const QString &error)
+{
+    record->status = RecordStatus::Error;
+    record->progress = 0;
+    AddMsg(QString("Error while downloading file '%1'. %2. Try downloading again.")
+               .arg(record->file_name, error),
+           3);
+}
+
+void MainWindow::ProcessInstall()
+{
+    if (!install_process) {
+        StartInstall();
+        return;
+    }
+    switch (install_process->state()) {
+    case QProcess::Starting:
+        break;
+    case QProcess::Running:
+        ReadProgress(install_process, install_queue.first(), kFirstPercent);
+        break;
+    case QProcess::NotRunning:
+        FinishInstall();
+        break;
+    }
+}
+
+void MainWindow::StartInstall()
+{
+    DN_FILE_STRUCT *record = NextToInstall(install_queue, delete_queue);
+    if (!record)
+        return;
+    AddMsg(QString("Installing file %1...").arg(record->file_name), 1);
+    record->status = RecordStatus::Installing;
+    record->progress = kFirstPercent;
+    install_process =
+        StartExtractor(UnpackArguments(record->file_name, record->local_dir, record->install_root));
+}
+
+void MainWindow::FinishInstall()
+{
+    DN_FILE_STRUCT *record = FinishHead(install_queue, install_process, RecordStatus::Installed);
+    DeleteDownload(record);
+    if (QFileInfo::exists(ComponentDir(*record) + "/zeft_install.sh")) {
+        AddToPostInstall(record);
+        AddMsg(QString("File %1 installed. Post installation script found. Running post "
+                       "installation script.")
+                   .arg(record->file_name),
+               1);
+    } else {
+        AddMsg(QString("File %1 installed.").arg(record->file_name), 1);
+    }
+}
+
+void MainWindow::ProcessPostInstall()
+{
+    if (!post_install_process) {
+        StartPostInstall();
+        return;
+    }
+    switch (post_install_process->state()) {
+    case QProcess::Starting:
+        break;
+    case QProcess::Running:
+        ReadProgress(post_install_process, post_install_queue.first(), kFirstPercent);
+        break;
+    case QProcess::NotRunning:
+        FinishPostInstall();
+        break;
+    }
+}
+
+void MainWindow::StartPostInstall()
+{
+    DN_FILE_STRUCT *record = NextToInstall(post_install_queue, delete_queue);
+    if (!record)
+        return;
+    AddMsg(QString("Installing file %1...").arg(record->file_name), 1);
+    record->status = RecordStatus::Installing;
+    record->progress = kFirstPercent;
+    post_install_process = StartExtractor(ScriptArguments(ComponentDir(*record)));
+}
+
+void MainWindow::FinishPostInstall()
+{
+    const DN_FILE_STRUCT *record =
+        FinishHead(post_install_queue, post_install_process, RecordStatus::Installed);
+    AddMsg(QString("File %1 post-installation completed.").arg(record->file_name), 1);
+}
+
+void MainWindow::ProcessDelete()
+{
+    if (!delete_process) {
+        StartDelete();
+        return;
+    }
+    switch (delete_process->state()) {
+    case QProcess::Starting:
+        break;
+    case QProcess::Running:
+        ReadProgress(delete_process, delete_queue.first(), 0);
+        break;
+    case QProcess::NotRunning:
+        FinishDelete();
+        break;
+    }
+}
+
+void MainWindow::StartDelete()
+{
+    if (delete_queue.isEmpty())
+        return;
+    DN_FILE_STRUCT *record = delete_queue.first();
+    record->status = RecordStatus::Deleting;
+    record->progress = 0;
+    AddMsg(QString("Deleting directory %1...").arg(ComponentDir(*record)), 1);
+    delete_process = StartExtractor(DeleteArguments(ComponentDir(*record)));
+}
+
+void MainWindow::FinishDelete()
+{
+    DN_FILE_STRUCT *record = FinishHead(delete_queue, delete_process, RecordStatus::NotInstalled);
+    if (install_queue.contains(record))
+        record->status = RecordStatus::InstallPending;
+    else
+        DeleteDownload(record);
+    AddMsg(QString("Deleted directory %1.").arg(ComponentDir(*record)), 1);
+}
+
+void MainWindow::DelNonRequiredFiles()
+{
+    const QString documents = DataSingleton::Inst()->GetDownloadsDir() + "/hwd_doc";
+    DeleteFile(documents + ".zip");
+    DeleteFile(documents); // a link would lead the deletion of a directory astray
+    DeleteDirectory(documents);
+}

@@ -1,0 +1,392 @@
+#include "transfer/filedownloader.h"
+
+#include "app/datasingleton.h"
+#include "transfer/partialfile.h"
+
+#include <QNetworkAccessManager>
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QPointer>
+#include <QSslCipher>
+#include <QSslConfiguration>
+#include <QSysInfo>
+
+#include <cmath>
+
+namespace {
+
+const qint64 kBufferSize = 1000000;   // staging buffer, and the most that a reply holds back
+const int kRangeNotSatisfiable = 416; // RFC 9110, section 15.5.17
+const int kFirstErrorStatus = 400;
+
+qint64 Now()
+{
+    return DataSingleton::Inst()->GetElapsedTime();
+}
+
+/// A percent without its fraction; 0 for one that is no number or far out of range.
+qint64 WholePercent(float percent)
+{
+    return std::fabs(percent) < 1e15F ? static_cast<qint64>(percent) : 0;
+}
+
+} // namespace
+
+FileDownloader::FileDownloader(QObject *parent)
+    : QObject(parent)
+    , m_buffer(new unsigned char[kBufferSize])
+{
+    connect(&m_timer, &QTimer::timeout, this, &FileDownloader::onTimer1000);
+}
+
+FileDownloader::~FileDownloader()
+{
+    if (m_reply)
+        onCloseConnection();
+    if (m_ownsManager && m_manager)
+        m_manager->deleteLater(); // it takes its reply along, whose signal may be on the stack
+    delete[] m_buffer;
+}
+
+bool FileDownloader::Start(QNetworkAccessManager *manager, const QString &url, bool head_only,
+                           qint64 expected_size, const QString &file_path, const QString &stamp,
+                           bool resume, int timeout_ms, void *user_data)
+{
+    if (m_reply)
+        return false;
+
+    m_resumeOffset = 0;
+    m_lastModified.clear();
+    m_contentLength.clear();
+    m_error.clear();
+    m_percent = 0.0F;
+    m_data.clear();
+    m_stalled = false;
+    m_deleteOnClose = false;
+    m_bufferFill = 0;
+    m_lastPercent = 0;
+    m_userData = user_data;
+    m_stamp = stamp;
+    m_timeout = timeout_ms;
+    m_url = url;
+
+    m_ownsManager = !manager;
+    m_manager = manager ? manager : new QNetworkAccessManager(parent());
+    if (!QSslSocket::supportsSsl()) {
+        m_error = "SSL not initialized.";
+        return false;
+    }
+    if (!OpenTarget(file_path, expected_size, resume)) {
+        m_error = m_file.errorString();
+        return false;
+    }
+    if (m_ownsManager)
+        m_manager->connectToHostEncrypted(url, 443, QSslConfiguration::defaultConfiguration());
+
+    m_request.setUrl(QUrl(url, QUrl::TolerantMode));
+    m_request.setHeader(QNetworkRequest::UserAgentHeader,
+                        QString("ZEFT-Updater (%1)").arg(QSysInfo::prettyProductName()));
+    // A compressed reply has no length, and a range of one can't be read.
+    m_request.setRawHeader("Accept-Encoding", "identity");
+    if (head_only || !resume)
+        Download(head_only);
+    else
+        Resume();
+
+    m_lastDataTime = Now();
+    m_lastPercentTime = m_lastDataTime;
+    m_timer.start(1000);
+    return true;
+}
+
+/// Opens the file that is to be written, if there is one. \a resume stays set if its data is kept.
+bool FileDownloader::OpenTarget(const QString &file_path, qint64 expected_size, bool &resume)
+{
+    m_file.setFileName(file_path);
+    if (file_path.isEmpty())
+        return true;
+
+    const qint64 kept =
+        resume && !m_stamp.isEmpty() ? GetDownloadedFileDetails(file_path, m_stamp) : 0;
+    resume = kept > 0;
+    if (!resume)
+        return m_file.open(QIODevice::ReadWrite | QIODevice::Truncate);
+    m_percent = 100.0F * static_cast<float>(kept) / static_cast<float>(expected_size);
+    return m_file.open(QIODevice::ReadWrite | QIODevice::Append);
+}
+
+void FileDownloader::Download(bool head_only)
+{
+    m_reply = head_only ? m_manager->head(m_request) : m_manager->get(m_request);
+    m_reply->setReadBufferSize(kBufferSize);
+    connect(m_reply, &QIODevice::readyRead, this, &FileDownloader::onReadData);
+    connect(m_reply, &QNetworkReply::downloadProgress, this, &FileDownloader::onDownloadProgress);
+    connect(m_reply, &QNetworkReply::finished, this, &FileDownloader::onFinishedDownload);
+}
+
+void FileDownloader::Resume()
+{
+    if (m_reply)
+        return;
+    m_resumeOffset = DataHeld();
+    if (m_resumeOffset > 0)
+        m_request.setRawHeader("Range", "bytes=" + QByteArray::number(m_resumeOffset) + "-");
+    Download(false);
+}
+
+qint64 FileDownloader::DataHeld() const
+{
+    if (m_file.fileName().isEmpty())
+        return m_data.size();
+    return m_file.isOpen() ? qMax(m_file.size() - PartialFileTail::kSize, qint64(0)) : 0;
+}
+
+void FileDownloader::Pause()
+{
+    if (!m_reply)
+        return;
+    m_reply->disconnect(this); // the abort must not look like a finish
+    DrainReply();
+    ReadDataHelper(true, false);
+    m_reply->abort();
+    ReleaseReply();
+}
+
+void FileDownloader::Abort(bool remove_data)
+{
+    if (!m_reply)
+        return;
+    m_deleteOnClose = remove_data;
+    m_reply->abort();
+}
+
+bool FileDownloader::IsBusy() const
+{
+    return m_reply || m_stalled;
+}
+
+void FileDownloader::ReadDataHelper(bool force_write, bool final_write)
+{
+    m_lastModified = m_reply->header(QNetworkRequest::LastModifiedHeader).toString();
+    m_contentLength = m_reply->header(QNetworkRequest::ContentLengthHeader).toString();
+
+    const bool readable = m_reply->isOpen(); // an aborted reply is closed
+    if (m_file.fileName().isEmpty()) {
+        if (readable)
+            m_data += m_reply->readAll();
+    } else {
+        const bool read_failed = readable && !StageData();
+        const bool write = force_write || read_failed || m_bufferFill == kBufferSize;
+        if (!m_file.isOpen()) {
+            m_bufferFill = 0; // the data was discarded, and so is what still arrives
+        } else if (write && !WriteStaged(final_write)) {
+            m_error = "File data corrupted.";
+            m_bufferFill = 0;
+            Abort(false);
+            return;
+        }
+    }
+    m_lastDataTime = Now();
+}
+
+bool FileDownloader::StageData()
+{
+    if (HttpStatus() >= kFirstErrorStatus) { // the body is not the file, but has to go
+        m_reply->readAll();
+        return true;
+    }
+    const qint64 got = m_reply->read(reinterpret_cast<char *>(m_buffer + m_bufferFill),
+                                     kBufferSize - m_bufferFill);
+    if (got > 0)
+        m_bufferFill += got;
+    return got >= 0;
+}
+
+/// False, with nothing written, where the file doesn't end in its tail.
+bool FileDownloader::WriteStaged(bool final_write)
+{
+    const qint64 sum = ReadTailBytes(m_file, m_stamp, true);
+    if (sum < 0)
+        return false;
+    m_file.seek(m_file.size());
+    m_file.write(reinterpret_cast<const char *>(m_buffer), m_bufferFill);
+    if (!final_write)
+        AddTailBytes(m_file, m_stamp, sum, m_buffer, static_cast<int>(m_bufferFill));
+    m_file.flush();
+    m_bufferFill = 0;
+    return true;
+}
+
+/// Reads until nothing is left: what stays in a reply of limited size is never signalled again.
+/// False where the reply, and perhaps this object with it, has gone meanwhile.
+bool FileDownloader::DrainReply()
+{
+    const QPointer<FileDownloader> self(this);
+    while (m_reply->isOpen() && m_reply->bytesAvailable() > 0) {
+        ReadDataHelper(false, false);
+        if (!self || !m_reply)
+            return false;
+    }
+    return true;
+}
+
+void FileDownloader::GetDownloadedData(QByteArray &out)
+{
+    if (m_file.fileName().isEmpty()) {
+        out = m_data;
+    } else if (m_file.isOpen()) {
+        out = m_file.readAll();
+    } else if (m_file.open(QIODevice::ReadOnly)) {
+        out = m_file.readAll();
+        m_file.close();
+    }
+}
+
+void FileDownloader::DelDownloadedData()
+{
+    m_deleteOnClose = true;
+    if (m_reply)
+        DiscardData();
+}
+
+void FileDownloader::DiscardData()
+{
+    m_file.close();
+    if (!m_file.fileName().isEmpty())
+        m_file.remove();
+    m_data.clear();
+    m_bufferFill = 0;
+}
+
+void FileDownloader::onReadData()
+{
+    DrainReply();
+}
+
+void FileDownloader::onDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
+{
+    const qint64 received = m_resumeOffset + bytesReceived;
+    const qint64 total = m_resumeOffset + bytesTotal;
+    m_percent = static_cast<float>(received) * 100.0F / static_cast<float>(total);
+    emit SignalDownloadProgress(this, received, total);
+}
+
+void FileDownloader::onFinishedDownload()
+{
+    if (m_reply->error() == QNetworkReply::NoError || HoldsWholeFile())
+        FinishWell();
+    else
+        FinishWithError();
+    onCloseConnection();
+    emit SignalDownloadFinished(this);
+}
+
+void FileDownloader::FinishWell()
+{
+    DrainReply();
+    ReadDataHelper(true, true);
+    m_percent = 100.0F;
+}
+
+void FileDownloader::FinishWithError()
+{
+    DrainReply();
+    ReadDataHelper(true, false);
+    if (m_error.isEmpty())
+        m_error = m_reply->errorString();
+    if (m_error.isEmpty())
+        m_error = "Unknown error.";
+    if (HttpStatus() == kRangeNotSatisfiable)
+        m_deleteOnClose = true; // what is held leads nowhere: the next attempt begins anew
+    m_reply->abort();
+    m_percent = -1.0F;
+}
+
+int FileDownloader::HttpStatus() const
+{
+    return m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+/// True if the server has nothing behind the offset because the file ends there: an earlier run
+/// got everything and died before it could finish.
+bool FileDownloader::HoldsWholeFile() const
+{
+    return HttpStatus() == kRangeNotSatisfiable && m_file.isOpen() && m_resumeOffset > 0
+           && m_reply->rawHeader("Content-Range")
+                  == "bytes */" + QByteArray::number(m_resumeOffset);
+}
+
+void FileDownloader::onCloseConnection()
+{
+    m_file.close();
+    if (m_deleteOnClose)
+        DiscardData();
+    m_deleteOnClose = false;
+    m_timer.stop();
+    m_bufferFill = 0;
+    ReleaseReply();
+}
+
+/// Deferred, as one of the reply's own signals or its abort() may be on the stack.
+void FileDownloader::ReleaseReply()
+{
+    if (!m_reply)
+        return;
+    m_reply->disconnect(this);
+    m_reply->deleteLater();
+    m_reply = nullptr;
+}
+
+void FileDownloader::onTimer1000()
+{
+    const qint64 now = Now();
+    if (m_percent != static_cast<float>(m_lastPercent)) {
+        m_lastPercent = WholePercent(m_percent);
+        m_lastPercentTime = now;
+    } else if (now - m_lastPercentTime > 2 * static_cast<qint64>(m_timeout)) {
+        m_error = "Remote response timeout.";
+        if (m_reply) {
+            Abort(false); // the receiver of the finish may have deleted this object
+            return;
+        }
+    }
+
+    if (m_reply) {
+        if (now - m_lastDataTime > m_timeout) {
+            m_stalled = true;
+            Pause();
+            m_lastDataTime = Now();
+        }
+    } else if (m_stalled) {
+        Resume();
+        m_stalled = false;
+        m_lastDataTime = Now();
+    }
+}
+
+void FileDownloader::SetSSLDefaultConfiguration(QSsl::SslProtocol protocol,
+                                                QSslSocket::PeerVerifyMode verify_mode)
+{
+    QSslConfiguration configuration;
+    configuration.setProtocol(protocol);
+    configuration.setPeerVerifyMode(verify_mode);
+    configuration.setCiphers(QSslConfiguration::supportedCiphers());
+    QSslConfiguration::setDefaultConfiguration(configuration);
+}
+
+void FileDownloader::SetApplicationProxy(int proxy_type, const QString &host, const QString &port,
+                                         const QString &user, const QString &password)
+{
+    switch (proxy_type) {
+    case 0:
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+        break;
+    case 1:
+        QNetworkProxyFactory::setUseSystemConfiguration(true);
+        break;
+    default:
+        QNetworkProxy::setApplicationProxy(QNetworkProxy(
+            QNetworkProxy::HttpProxy, host, static_cast<quint16>(port.toUInt()), user, password));
+        break;
+    }
+}
