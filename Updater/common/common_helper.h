@@ -3,3 +3,6 @@
 /// The helper library's front: includes every theme, so that one include gives every free function.
 
 #include "common/file_data.h"
+#include "common/file_path.h"
+#include "common/line_text.h"
+#include "common/platform.h"
