@@ -1,6 +1,7 @@
 #include "naming.h"
 
-#include <QFileInfo>
+#include "common/common_helper.h"
+
 #include <QStringList>
 
 QString NameFault(const QString &name)
@@ -44,7 +45,7 @@ QString ArchiveStem(const QString &fileName)
 InstallTarget InstallTargetOf(const QString &fileName)
 {
     if (!fileName.contains("zeft_bsp"))
-        return {QString(), QFileInfo(fileName).completeBaseName()};
+        return {QString(), ExtractFileNameWithoutExtension(fileName, true)};
 
     const QString dir = fileName.left(fileName.indexOf('.')).remove("zeft_bsp_");
     if (fileName.contains(".htc"))

@@ -1,5 +1,6 @@
 #include "repositorychecks.h"
 
+#include "common/common_helper.h"
 #include "componentarchive.h"
 #include "naming.h"
 #include "repositorysource.h"
@@ -53,11 +54,7 @@ QString ComponentNameFault(const QString &fileName)
 QString BuildOf(const QByteArray &versionInfo)
 {
     const QString text = QString::fromLatin1(versionInfo.constData()); // up to a NUL
-    const int key = text.indexOf("build");
-    if (key < 0)
-        return {};
-    const QString line = text.mid(key, text.indexOf("\r\n", key) - key);
-    return line.mid(line.indexOf(':') + 1).trimmed().replace('.', '-');
+    return GetKeyValue("build", ":", text).trimmed().replace('.', '-');
 }
 
 QString ContentFault(const Component &component)
@@ -128,10 +125,9 @@ QString PageFault(const QString &pagesDir, const QString &page)
     QString fault = NameFault(page);
     if (!fault.isEmpty())
         return fault;
-    QFile file(QDir(pagesDir).filePath(page));
-    if (!file.open(QIODevice::ReadOnly))
-        return QString("the page \"%1\" cannot be read: %2").arg(page, file.errorString());
-    const QByteArray bytes = file.readAll();
+    QByteArray bytes;
+    if (!GetFileData(QDir(pagesDir).filePath(page), bytes))
+        return QString("the page \"%1\" cannot be read").arg(page);
     QTextCodec::ConverterState state;
     QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
     if (bytes.contains('\0') || state.invalidChars > 0 || state.remainingChars > 0)

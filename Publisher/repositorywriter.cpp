@@ -1,6 +1,6 @@
 #include "repositorywriter.h"
 
-#include "common/file_data.h"
+#include "common/common_helper.h"
 #include "naming.h"
 #include "repositorysource.h"
 
@@ -66,10 +66,9 @@ struct EntryDeleter
 
 bool AddPage(archive *writer, const QFileInfo &page)
 {
-    QFile file(page.filePath());
-    if (!file.open(QIODevice::ReadOnly))
+    QByteArray bytes;
+    if (!GetFileData(page.filePath(), bytes))
         return false;
-    const QByteArray bytes = file.readAll();
     const std::unique_ptr<archive_entry, EntryDeleter> entry(archive_entry_new());
     archive_entry_set_pathname(entry.get(), ("hwd_doc/" + page.fileName()).toUtf8());
     archive_entry_set_filetype(entry.get(), AE_IFREG);
@@ -101,16 +100,16 @@ QString PackPages(const QString &pagesDir, const QString &path)
 /// Appends the line of \a component to \a list, with size and sum of the published file at \a path.
 QString AddFileListLine(const Component &component, const QString &path, QByteArray &list)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return Failure(path, file.errorString());
+    const qint64 sum = GetFileDataChecksum(path, 0);
+    if (sum < 0)
+        return Failure(path, "cannot be read");
     const QStringList fields = {
         QString::number(component.platform),
         component.fileName,
         component.remoteDir,
         component.modified.toString(Qt::ISODateWithMs), // as the updater writes Last-Modified
-        QString::number(file.size()),
-        QString::number(GetFileDataChecksum(file, 0))};
+        QString::number(GetFileSizeInBytes(path)),
+        QString::number(sum)};
     list += fields.join('#').toUtf8() + "\r\n";
     return {};
 }
