@@ -1,0 +1,56 @@
+#include "naming.h"
+
+#include "common/common_helper.h"
+
+#include <QStringList>
+
+QString NameFault(const QString &name)
+{
+    // "#" separates the fields of a manifest, the others mean something else in a URL or a path.
+    static const QString special = "#?%/\\";
+    if (name.isEmpty())
+        return "a name is empty";
+    if (name == "." || name == "..")
+        return QString("\"%1\" is not a name").arg(name);
+    if (name.trimmed() != name)
+        return QString("\"%1\" begins or ends with a blank").arg(name);
+    for (const QChar c : name) {
+        if (special.contains(c))
+            return QString("\"%1\" holds a \"%2\"").arg(name, c);
+        if (c.category() == QChar::Other_Control)
+            return QString("\"%1\" holds a control character").arg(name);
+    }
+    return {};
+}
+
+QString PathFault(const QString &path)
+{
+    for (const QString &part : path.split('/')) {
+        QString fault = NameFault(part);
+        if (!fault.isEmpty())
+            return fault;
+    }
+    return {};
+}
+
+QString ArchiveStem(const QString &fileName)
+{
+    static const QStringList suffixes = {".zip", ".tar.xz", ".tar.gz", ".tar.bz2", ".tar.7z"};
+    for (const QString &suffix : suffixes)
+        if (fileName.endsWith(suffix))
+            return fileName.chopped(suffix.size());
+    return {};
+}
+
+InstallTarget InstallTargetOf(const QString &fileName)
+{
+    if (!fileName.contains("zeft_bsp"))
+        return {QString(), ExtractFileNameWithoutExtension(fileName, true)};
+
+    const QString dir = fileName.left(fileName.indexOf('.')).remove("zeft_bsp_");
+    if (fileName.contains(".htc"))
+        return {"hardware/tools", dir};
+    if (fileName.contains(".hlib"))
+        return {"hardware", dir};
+    return {QString(), dir};
+}

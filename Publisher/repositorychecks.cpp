@@ -1,0 +1,187 @@
+#include "repositorychecks.h"
+
+#include "common/common_helper.h"
+#include "componentarchive.h"
+#include "naming.h"
+#include "repositorysource.h"
+
+#include <QDir>
+#include <QHash>
+#include <QTextCodec>
+
+#include <algorithm>
+
+namespace {
+const int kPlatformX86 = 6;
+const int kPlatformArm = 7;
+const int kClassCount = 8;
+
+bool IsPlatformCode(int code)
+{
+    const QList<int> codes = {kPlatformX86, kPlatformArm, 8, 10, 11, 12};
+    return codes.contains(code);
+}
+
+/// The updater replaces a component's folder as a whole, so none may be one of these.
+bool IsReservedTarget(const QString &target)
+{
+    const QStringList reserved = {"bin_lnx", "downloads", "hardware", "hardware/tools"};
+    return reserved.contains(target);
+}
+
+QString ComponentNameFault(const QString &fileName)
+{
+    QString fault = NameFault(fileName);
+    if (!fault.isEmpty())
+        return fault;
+    const QString stem = ArchiveStem(fileName);
+    if (stem.isEmpty())
+        return "its name is not one of .zip, .tar.xz, .tar.gz, .tar.bz2 and .tar.7z";
+    if ((stem + '.').contains(".tar.") || stem.contains(".zip"))
+        return "its name has the suffix of an archive in its middle";
+    if (fileName == "hwd_doc.zip")
+        return "its name is that of the description pages";
+
+    const InstallTarget target = InstallTargetOf(fileName);
+    if (target.dir.isEmpty() || target.dir == "." || target.dir == "..")
+        return QString("its name would make \"%1\" the component's folder").arg(target.dir);
+    if (IsReservedTarget(target.Path()))
+        return QString("it would replace the folder \"%1\" of the installation").arg(target.Path());
+    return {};
+}
+
+/// The build that a version.info states, as the updater compares it.
+QString BuildOf(const QByteArray &versionInfo)
+{
+    const QString text = QString::fromLatin1(versionInfo.constData()); // up to a NUL
+    return GetKeyValue("build", ":", text).trimmed().replace('.', '-');
+}
+
+QString ContentFault(const Component &component)
+{
+    const QString dir = InstallTargetOf(component.fileName).dir;
+    const ArchiveContents contents = ReadComponentArchive(component.path, dir);
+    if (!contents.error.isEmpty())
+        return QString("it cannot be read: %1").arg(contents.error);
+    if (!contents.strays.isEmpty())
+        return QString("its entry \"%1\" is outside of the folder \"%2\"")
+            .arg(contents.strays.first(), dir);
+    if (contents.versionInfo.isNull())
+        return QString("it has no \"%1/version.info\"").arg(dir);
+
+    const QString build = BuildOf(contents.versionInfo);
+    const QString date = component.modified.date().toString(Qt::ISODate);
+    if (build != date) {
+        return QString(
+                   "its version.info states the build \"%1\", but the archive's date is %2 (UTC)")
+            .arg(build, date);
+    }
+    return {};
+}
+
+QStringList CheckComponents(const QList<Component> &components)
+{
+    QStringList problems;
+    for (const Component &component : components) {
+        QString fault = ComponentNameFault(component.fileName);
+        if (fault.isEmpty() && !IsPlatformCode(component.platform))
+            fault = QString("%1 is not a platform code").arg(component.platform);
+        if (fault.isEmpty())
+            fault = ContentFault(component);
+        if (!fault.isEmpty())
+            problems << QString("%1: %2").arg(component.Name(), fault);
+    }
+    return problems;
+}
+
+/// Components that one machine would take for each other: by their stem in the tree, by their
+/// target on the disk.
+QStringList CheckRivals(const QList<Component> &components)
+{
+    QStringList problems;
+    QHash<QString, QString> owners;
+    for (const Component &component : components) {
+        const QStringList keys = {"the stem " + ArchiveStem(component.fileName),
+                                  "the folder " + InstallTargetOf(component.fileName).Path()};
+        for (int machine : {kPlatformX86, kPlatformArm}) {
+            const int other = machine == kPlatformX86 ? kPlatformArm : kPlatformX86;
+            if (component.platform == other)
+                continue;
+            for (const QString &key : keys) {
+                QString &owner = owners[QString::number(machine) + key];
+                if (!owner.isEmpty())
+                    problems
+                        << QString("%1: it shares %2 with %3").arg(component.Name(), key, owner);
+                owner = component.Name();
+            }
+        }
+    }
+    problems.removeDuplicates();
+    return problems;
+}
+
+QString PageFault(const QString &pagesDir, const QString &page)
+{
+    QString fault = NameFault(page);
+    if (!fault.isEmpty())
+        return fault;
+    QByteArray bytes;
+    if (!GetFileData(QDir(pagesDir).filePath(page), bytes))
+        return QString("the page \"%1\" cannot be read").arg(page);
+    QTextCodec::ConverterState state;
+    QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
+    if (bytes.contains('\0') || state.invalidChars > 0 || state.remainingChars > 0)
+        return QString("the page \"%1\" is not UTF-8 text").arg(page);
+    return {};
+}
+
+QString TitleFault(const QString &title)
+{
+    const bool broken = std::any_of(title.begin(), title.end(), [](QChar c) {
+        return c == '#' || c.category() == QChar::Other_Control;
+    });
+    if (title.isEmpty() || broken)
+        return "the title is empty or holds a \"#\" or a control character";
+    return {};
+}
+
+QString PackageFault(const RepositorySource &source, const Package &package)
+{
+    if (!IsPlatformCode(package.platform))
+        return QString("%1 is not a platform code").arg(package.platform);
+    if (package.classIndex < 0 || package.classIndex >= kClassCount)
+        return QString("the class is not a number from 0 to %1").arg(kClassCount - 1);
+    QString titleFault = TitleFault(package.title);
+    if (!titleFault.isEmpty())
+        return titleFault;
+    if (package.archives.isEmpty() || package.archives.size() > 2)
+        return "it needs one or two archives";
+    for (const QString &archive : package.archives) {
+        const bool published =
+            std::any_of(source.components.begin(), source.components.end(),
+                        [&](const Component &c) { return c.fileName == archive; });
+        if (!published || package.archives.count(archive) > 1)
+            return QString("the archive \"%1\" is in no directory, or named twice").arg(archive);
+    }
+    return PageFault(source.pagesDir, package.page);
+}
+
+QStringList CheckPackages(const RepositorySource &source)
+{
+    QStringList problems;
+    for (const Package &package : source.packages) {
+        const QString fault = PackageFault(source, package);
+        if (!fault.isEmpty())
+            problems << QString("package \"%1\": %2").arg(package.title, fault);
+    }
+    return problems;
+}
+} // namespace
+
+QStringList CheckRepository(const RepositorySource &source)
+{
+    if (source.components.isEmpty())
+        return {"repository.json names no directory that holds an archive"};
+    return CheckComponents(source.components) + CheckRivals(source.components)
+           + CheckPackages(source);
+}

@@ -1,0 +1,74 @@
+#include "repositorysource.h"
+
+#include "naming.h"
+
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+QJsonObject ReadDescription(const QString &path, QStringList &problems)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        problems << QString("%1: %2").arg(path, file.errorString());
+        return {};
+    }
+    const QByteArray bytes = file.readAll();
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
+    if (error.error != QJsonParseError::NoError) {
+        problems << QString("%1, line %2: %3")
+                        .arg(path)
+                        .arg(bytes.left(error.offset).count('\n') + 1)
+                        .arg(error.errorString());
+    }
+    return document.object();
+}
+
+QList<Component> ComponentsOf(const QDir &base, const QJsonObject &entry, QStringList &problems)
+{
+    const QString remoteDir = entry["path"].toString();
+    const QString fault = PathFault(remoteDir);
+    if (!fault.isEmpty()) {
+        problems << QString("directory \"%1\": %2").arg(remoteDir, fault);
+        return {};
+    }
+    const QDir dir(base.filePath(remoteDir));
+    if (!dir.exists()) {
+        problems << QString("directory \"%1\" does not exist").arg(remoteDir);
+        return {};
+    }
+    QList<Component> components;
+    for (const QFileInfo &info : dir.entryInfoList(QDir::Files | QDir::Hidden, QDir::Name)) {
+        const qint64 seconds = info.lastModified().toSecsSinceEpoch();
+        components << Component{info.filePath(), remoteDir, info.fileName(),
+                                entry["platform"].toInt(),
+                                QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC)};
+    }
+    return components;
+}
+
+Package PackageOf(const QJsonObject &entry)
+{
+    QStringList archives;
+    for (const QJsonValue archive : entry["archives"].toArray())
+        archives << archive.toString();
+    return {entry["platform"].toInt(), entry["class"].toInt(-1), entry["title"].toString(),
+            archives, entry["page"].toString()};
+}
+} // namespace
+
+QStringList ReadRepositorySource(const QString &dir, RepositorySource &source)
+{
+    QStringList problems;
+    const QDir base(dir);
+    const QJsonObject description = ReadDescription(base.filePath("repository.json"), problems);
+    for (const QJsonValue entry : description["directories"].toArray())
+        source.components << ComponentsOf(base, entry.toObject(), problems);
+    for (const QJsonValue entry : description["packages"].toArray())
+        source.packages << PackageOf(entry.toObject());
+    source.pagesDir = base.filePath("hwd_doc");
+    return problems;
+}

@@ -1,0 +1,83 @@
+#include "support/nginxserver.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QTcpServer>
+#include <QTcpSocket>
+
+namespace {
+const int kStartLimitMs = 10000;
+const int kStopLimitMs = 5000;
+
+quint16 FreePort()
+{
+    QTcpServer probe;
+    probe.listen(QHostAddress::LocalHost);
+    return probe.serverPort();
+}
+
+QString ReadText(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+} // namespace
+
+NginxServer::NginxServer(const QString &documentRoot, int bytesPerSecond)
+    : m_documentRoot(documentRoot)
+    , m_bytesPerSecond(bytesPerSecond)
+{
+}
+
+NginxServer::~NginxServer()
+{
+    Stop();
+}
+
+bool NginxServer::Start()
+{
+    if (m_port == 0)
+        m_port = FreePort();
+    m_process.start(ZEFT_SERVE_SCRIPT, {m_documentRoot, m_prefix.path(), QString::number(m_port),
+                                        QString::number(m_bytesPerSecond)});
+    return m_process.waitForStarted() && WaitUntilItAccepts();
+}
+
+void NginxServer::Stop()
+{
+    m_process.terminate();
+    if (!m_process.waitForFinished(kStopLimitMs)) {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+}
+
+QString NginxServer::Url(const QString &host) const
+{
+    return QString("https://%1:%2").arg(host).arg(m_port);
+}
+
+QStringList NginxServer::AccessLog() const
+{
+    QStringList lines = ReadText(m_prefix.filePath("access.log")).split('\n');
+    lines.removeLast(); // what follows the last line end
+    return lines;
+}
+
+QString NginxServer::Errors()
+{
+    return m_process.readAllStandardError() + ReadText(m_prefix.filePath("error.log"));
+}
+
+bool NginxServer::WaitUntilItAccepts()
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (!clock.hasExpired(kStartLimitMs) && !m_process.waitForFinished(10)) {
+        QTcpSocket socket;
+        socket.connectToHost(QHostAddress::LocalHost, m_port);
+        if (socket.waitForConnected(100))
+            return true;
+    }
+    return false;
+}
