@@ -19,7 +19,7 @@ QStringList Fields(const QString &line)
 
 QString TextUpToNul(const QByteArray &bytes)
 {
-    return QString::fromUtf8(bytes.left(bytes.indexOf('\0'))); // left(-1) is all of them
+    return QString::fromUtf8(bytes.constData());
 }
 
 QStringList ManifestLines(const QByteArray &bytes)

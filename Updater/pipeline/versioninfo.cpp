@@ -5,7 +5,7 @@
 
 QString BuildFromVersionInfo(const QByteArray &bytes)
 {
-    const QString text = QString::fromLatin1(bytes.left(bytes.indexOf('\0')));
+    const QString text = QString::fromLatin1(bytes.constData()); // up to a NUL
     return GetKeyValue("build", ":", text).trimmed().replace('.', '-');
 }
 
