@@ -36,7 +36,7 @@ QStringList DeleteArguments(const QString &component_dir)
 
 bool LastPercent(const QByteArray &output, int &percent)
 {
-    const QString text = QString::fromLatin1(output.left(output.indexOf('\0')));
+    const QString text = QString::fromLatin1(output.constData()); // up to a NUL
     const int sign = text.lastIndexOf('%');
     if (sign < 3)
         return false;
