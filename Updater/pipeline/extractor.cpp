@@ -57,7 +57,13 @@ QProcess *StartExtractor(const QStringList &arguments)
 
 void StartDetachedExtractor(const QStringList &arguments)
 {
-    QProcess::startDetached(Program(), arguments);
+    QProcess process;
+    process.setProgram(Program());
+    process.setArguments(arguments);
+    process.setStandardOutputFile(
+        QProcess::nullDevice()); // its percent is no matter of our console
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.startDetached();
 }
 
 void KillExtractor(QProcess *&process)
