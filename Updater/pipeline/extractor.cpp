@@ -36,7 +36,7 @@ QStringList DeleteArguments(const QString &component_dir)
 
 bool LastPercent(const QByteArray &output, int &percent)
 {
-    const QString text = QString::fromLatin1(output.left(output.indexOf('\0')));
+    const QString text = QString::fromLatin1(output.constData()); // up to a NUL
     const int sign = text.lastIndexOf('%');
     if (sign < 3)
         return false;
@@ -57,7 +57,13 @@ QProcess *StartExtractor(const QStringList &arguments)
 
 void StartDetachedExtractor(const QStringList &arguments)
 {
-    QProcess::startDetached(Program(), arguments);
+    QProcess process;
+    process.setProgram(Program());
+    process.setArguments(arguments);
+    process.setStandardOutputFile(
+        QProcess::nullDevice()); // its percent is no matter of our console
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.startDetached();
 }
 
 void KillExtractor(QProcess *&process)
