@@ -6,3 +6,5 @@
 #include "common/file_path.h"
 #include "common/line_text.h"
 #include "common/platform.h"
+#include "common/text_check.h"
+#include "common/text_convert.h"

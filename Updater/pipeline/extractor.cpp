@@ -80,9 +80,18 @@ void KillExtractor(QProcess *&process)
     process = nullptr;
 }
 
-void ReadProgress(QProcess *process, DN_FILE_STRUCT *record, int floor)
+bool HasRunEnded(QProcess *process, DN_FILE_STRUCT *record, int floor)
 {
     int percent = 0;
-    if (LastPercent(process->readAll(), percent))
-        record->progress = qBound(floor, percent, 100);
+    switch (process->state()) {
+    case QProcess::Starting:
+        break;
+    case QProcess::Running:
+        if (LastPercent(process->readAll(), percent))
+            record->progress = qBound(floor, percent, 100);
+        break;
+    case QProcess::NotRunning:
+        return true;
+    }
+    return false;
 }

@@ -26,5 +26,6 @@ void StartDetachedExtractor(const QStringList &arguments);
 /// Kills a run, if there is one, and lets go of its process; sets the pointer to null.
 void KillExtractor(QProcess *&process);
 
-/// Writes what a run has newly printed into the progress of its record, at least \a floor.
-void ReadProgress(QProcess *process, DN_FILE_STRUCT *record, int floor);
+/// Follows a run by one step: what it has newly printed becomes the progress of its record, at least
+/// \a floor. True once the run has ended, however it ended.
+bool HasRunEnded(QProcess *process, DN_FILE_STRUCT *record, int floor);

@@ -55,6 +55,14 @@ DN_FILE_STRUCT *NextToInstall(Queue &queue, const Queue &delete_queue)
     return nullptr;
 }
 
+/// Says in the log and in the record that a run for it begins.
+void ShowInstalling(DN_FILE_STRUCT *record)
+{
+    DataSingleton::Inst()->AddMsg(QString("Installing file %1...").arg(record->file_name), 1);
+    record->status = RecordStatus::Installing;
+    record->progress = kFirstPercent;
+}
+
 /// Takes the record out of a queue of installations, and kills its run if it is the one that runs.
 /// False if the queue doesn't hold it.
 bool CancelInstall(Queue &queue, QProcess *&process, DN_FILE_STRUCT *record)
@@ -210,20 +218,10 @@ void MainWindow::RejectDownload(DN_FILE_STRUCT *record, const QString &error)
 
 void MainWindow::ProcessInstall()
 {
-    if (!install_process) {
+    if (!install_process)
         StartInstall();
-        return;
-    }
-    switch (install_process->state()) {
-    case QProcess::Starting:
-        break;
-    case QProcess::Running:
-        ReadProgress(install_process, install_queue.first(), kFirstPercent);
-        break;
-    case QProcess::NotRunning:
+    else if (HasRunEnded(install_process, install_queue.first(), kFirstPercent))
         FinishInstall();
-        break;
-    }
 }
 
 void MainWindow::StartInstall()
@@ -231,9 +229,7 @@ void MainWindow::StartInstall()
     DN_FILE_STRUCT *record = NextToInstall(install_queue, delete_queue);
     if (!record)
         return;
-    AddMsg(QString("Installing file %1...").arg(record->file_name), 1);
-    record->status = RecordStatus::Installing;
-    record->progress = kFirstPercent;
+    ShowInstalling(record);
     install_process =
         StartExtractor(UnpackArguments(record->file_name, record->local_dir, record->install_root));
 }
@@ -255,20 +251,10 @@ void MainWindow::FinishInstall()
 
 void MainWindow::ProcessPostInstall()
 {
-    if (!post_install_process) {
+    if (!post_install_process)
         StartPostInstall();
-        return;
-    }
-    switch (post_install_process->state()) {
-    case QProcess::Starting:
-        break;
-    case QProcess::Running:
-        ReadProgress(post_install_process, post_install_queue.first(), kFirstPercent);
-        break;
-    case QProcess::NotRunning:
+    else if (HasRunEnded(post_install_process, post_install_queue.first(), kFirstPercent))
         FinishPostInstall();
-        break;
-    }
 }
 
 void MainWindow::StartPostInstall()
@@ -276,9 +262,7 @@ void MainWindow::StartPostInstall()
     DN_FILE_STRUCT *record = NextToInstall(post_install_queue, delete_queue);
     if (!record)
         return;
-    AddMsg(QString("Installing file %1...").arg(record->file_name), 1);
-    record->status = RecordStatus::Installing;
-    record->progress = kFirstPercent;
+    ShowInstalling(record);
     post_install_process = StartExtractor(ScriptArguments(ComponentDir(*record)));
 }
 
@@ -291,20 +275,10 @@ void MainWindow::FinishPostInstall()
 
 void MainWindow::ProcessDelete()
 {
-    if (!delete_process) {
+    if (!delete_process)
         StartDelete();
-        return;
-    }
-    switch (delete_process->state()) {
-    case QProcess::Starting:
-        break;
-    case QProcess::Running:
-        ReadProgress(delete_process, delete_queue.first(), 0);
-        break;
-    case QProcess::NotRunning:
+    else if (HasRunEnded(delete_process, delete_queue.first(), 0))
         FinishDelete();
-        break;
-    }
 }
 
 void MainWindow::StartDelete()
