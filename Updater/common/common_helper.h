@@ -7,6 +7,7 @@
 #include "common/file_path.h"
 #include "common/line_text.h"
 #include "common/platform.h"
+#include "common/process_env.h"
 #include "common/random_number.h"
 #include "common/text_check.h"
 #include "common/text_convert.h"
