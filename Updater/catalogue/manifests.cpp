@@ -15,6 +15,13 @@ QStringList Fields(const QString &line)
     return fields;
 }
 
+/// The updater's own directories, and those that hold the components of all packages.
+bool IsTaken(const QString &dir)
+{
+    return dir == "/downloads" || dir == "/bin_lnx" || dir == "/hardware"
+           || dir == "/hardware/tools";
+}
+
 } // namespace
 
 QString TextUpToNul(const QByteArray &bytes)
@@ -100,7 +107,5 @@ bool IsInstallable(const QString &file_name)
     record.file_name = file_name;
     SetInstallTarget(record, QString());
     const QString &dir = record.install_dir;
-    if (dir.isEmpty() || dir == "." || dir == "..")
-        return false;
-    return !record.install_root.isEmpty() || (dir != "downloads" && dir != "bin_lnx");
+    return !dir.isEmpty() && dir != "." && dir != ".." && !IsTaken(ComponentDir(record));
 }

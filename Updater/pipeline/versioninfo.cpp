@@ -18,6 +18,8 @@ int StatusOnDisk(const QString &install_root, const QString &install_dir, const 
         return RecordStatus::UpdateAvailable;
     QByteArray bytes;
     GetFileData(path, bytes);
-    return BuildFromVersionInfo(bytes) == version ? RecordStatus::Installed
-                                                  : RecordStatus::UpdateAvailable;
+    const QString build = BuildFromVersionInfo(bytes);
+    // A server that states no date leaves a version empty; that proves nothing.
+    return !build.isEmpty() && build == version ? RecordStatus::Installed
+                                                : RecordStatus::UpdateAvailable;
 }
