@@ -100,6 +100,8 @@ void MainWindow::Initialize()
 
 void MainWindow::Timer500()
 {
+    if (closed)
+        return;
     for (const auto *list : {&records, &local_records}) {
         for (DN_FILE_STRUCT *record : *list)
             record->status_text = StatusText(record->status, record->progress);
@@ -153,6 +155,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
         if (process)
             process->kill();
     }
+    closed = true;
     DelNonRequiredFiles();
     QWidget::closeEvent(event);
 }

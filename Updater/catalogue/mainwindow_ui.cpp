@@ -197,6 +197,8 @@ void MainWindow::UpdateRecords()
     for (DN_FILE_STRUCT *record : qAsConst(records))
         SetInstallTarget(*record, DataSingleton::Inst()->InstalledPath());
     for (DN_FILE_STRUCT *record : qAsConst(records)) {
+        if (closed)
+            return;
         if (!IsInWork(record->status)) // the user may have been quicker
             UpdateStatus(record, true);
         QCoreApplication::processEvents();
