@@ -77,6 +77,8 @@ MainWindow::~MainWindow()
     for (QTreeWidgetItemIterator item(ui->tree_wgt); *item; ++item)
         delete (*item)->data(0, Qt::UserRole).value<QObject *>(); // a hidden page has no parent
     delete base_downloader;
+    while (!download_queue.isEmpty()) // the network manager goes before the children do
+        StopDownload(download_queue.first());
     delete ui;
 }
 

@@ -27,6 +27,7 @@ private slots:
     void FlipsThePauseButton();
     void AsksBeforeItCloses_data();
     void AsksBeforeItCloses();
+    void GoesWithItsTransfers();
 };
 
 namespace {
@@ -191,6 +192,19 @@ void TestWindow::AsksBeforeItCloses()
     if (closes)
         window->Timer500(); // a killed run is not a finished one, whatever beats meanwhile
     QVERIFY(QFile::exists(installation.Download("local")));
+}
+
+void TestWindow::GoesWithItsTransfers()
+{
+    Installation installation;
+    auto *window = new MainWindow(nullptr);
+    DN_FILE_STRUCT record;
+    record.file_name = "a.zip";
+    window->repo_url = "https://localhost:9";
+    window->AddToDownload(&record);
+    window->ProcessDownload();
+    QVERIFY(record.downloader);
+    delete window;
 }
 
 QTEST_MAIN(TestWindow)
