@@ -1,6 +1,7 @@
 #include "delete_folder.h"
 #include "failure.h"
 #include "progress.h"
+#include "run_script.h"
 #include "unpack.h"
 
 #include <algorithm>
@@ -19,7 +20,8 @@ constexpr int kBadUsage = 2;
 
 constexpr char kUsage[] = "usage: zeft_fextr_cmd \"#uzip\" \"#ARCHIVE\" \"#DESTINATION\"\n"
                           "       zeft_fextr_cmd \"#xtar\" \"#ARCHIVE\" \"#DESTINATION\"\n"
-                          "       zeft_fextr_cmd \"#ddir\" \"#FOLDER\"";
+                          "       zeft_fextr_cmd \"#ddir\" \"#FOLDER\"\n"
+                          "       zeft_fextr_cmd \"#rscript\" \"#SCRIPT\" \"#FOLDER\" \"#mclose\"";
 
 /// Without this, a file that is opened later could become the standard output of a caller that
 /// gave none, and the percent lines would end up in it.
@@ -65,6 +67,11 @@ int Run(const std::vector<std::string> &arguments)
     }
     if (command == "#ddir" && arguments.size() == 2) {
         DeleteFolder(PathOf(arguments[1]), progress);
+        return 0;
+    }
+    // "#mclose" asks to end without waiting for a key, as it would be in a window of its own.
+    if (command == "#rscript" && arguments.size() == 4 && arguments[3] == "#mclose") {
+        RunScript(PathOf(arguments[1]), PathOf(arguments[2]), progress);
         return 0;
     }
     throw Failure(kUsage, kBadUsage);

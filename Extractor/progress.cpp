@@ -24,8 +24,13 @@ void Progress::Reach(std::uint64_t done, std::uint64_t total)
 
 void Progress::Finish()
 {
+    Tell(100);
+}
+
+void Progress::Tell(int percent)
+{
     const std::lock_guard<std::mutex> lock(m_mutex);
-    Print(100);
+    Print(percent);
 }
 
 void Progress::Print(int percent)

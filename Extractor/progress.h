@@ -16,6 +16,9 @@ public:
     void Reach(std::uint64_t done, std::uint64_t total);
     void Finish();
 
+    /// Passes on what somebody else says of work, be it less than before.
+    void Tell(int percent);
+
 private:
     using Clock = std::chrono::steady_clock;
 
