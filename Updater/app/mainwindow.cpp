@@ -92,6 +92,8 @@ void MainWindow::Initialize()
 
 void MainWindow::Timer500()
 {
+    if (closed)
+        return;
     for (const auto *list : {&records, &local_records}) {
         for (DN_FILE_STRUCT *record : *list)
             record->status_text = StatusText(record->status, record->progress);
