@@ -137,5 +137,4 @@ private:
     // one then, nor the next one begin.
     bool closed = false;
     int probe_index = 0; // the record that is probed, so that nothing has to search for it
-    bool closed = false; // tells the tree pass, if the close came in the midst of it
 };
