@@ -1,25 +1,24 @@
 #include "catalogue/manifests.h"
 
 #include "app/mainwindow_helper.h"
+#include "catalogue/documents.h"
 #include "common/common_helper.h"
+
+#include <algorithm>
 
 namespace {
 
 const char kMarker[] = "//zeft_upt_fversions.info\r\n";
 
-/// Splits as Qt 5.12 and 5.15 both can without a warning.
-QStringList Fields(const QString &line)
-{
-    QStringList fields = line.split('#');
-    fields.removeAll(QString());
-    return fields;
-}
+/// Directories of the program, and those that hold the components of all packages.
+const char *const kTakenDirs[] = {"/bin", "/bin_lnx", "/downloads", "/hardware", "/hardware/tools"};
 
-/// The updater's own directories, and those that hold the components of all packages.
-bool IsTaken(const QString &dir)
+/// True for a name that could leave its directory, or forge lines of the log.
+bool HasUnsafeCharacter(const QString &name)
 {
-    return dir == "/downloads" || dir == "/bin_lnx" || dir == "/hardware"
-           || dir == "/hardware/tools";
+    return std::any_of(name.begin(), name.end(), [](QChar c) {
+        return c == '/' || c == '\\' || c.category() == QChar::Other_Control;
+    });
 }
 
 } // namespace
@@ -31,9 +30,7 @@ QString TextUpToNul(const QByteArray &bytes)
 
 QStringList ManifestLines(const QByteArray &bytes)
 {
-    QStringList lines = TextUpToNul(bytes).split("\r\n");
-    lines.removeAll(QString());
-    return lines;
+    return ExtractLinesFromText(TextUpToNul(bytes), "\r\n", false);
 }
 
 bool ReadFileList(QByteArray bytes, QStringList &lines)
@@ -54,7 +51,7 @@ bool ReadPackageList(const QByteArray &bytes, QStringList &lines)
 
 std::unique_ptr<DN_FILE_STRUCT> RecordFromLine(const QString &line)
 {
-    const QStringList fields = Fields(line);
+    const QStringList fields = ExtractLinesFromText(line, "#", false);
     if (fields.size() < 6 || !IsPlatformSupported(fields[0].toInt()))
         return nullptr;
     auto record = std::make_unique<DN_FILE_STRUCT>();
@@ -68,7 +65,7 @@ std::unique_ptr<DN_FILE_STRUCT> RecordFromLine(const QString &line)
 
 bool ReadPackageLine(const QString &line, PackageLine &package)
 {
-    const QStringList fields = line.split('#');
+    const QStringList fields = ExtractLinesFromText(line, "#", true);
     if (fields.size() != 7 || !IsPlatformSupported(fields[0].toInt()))
         return false;
     package.class_index = fields[1].toInt();
@@ -101,11 +98,16 @@ void SetInstallTarget(DN_FILE_STRUCT &record, const QString &installed_path)
 
 bool IsInstallable(const QString &file_name)
 {
-    if (file_name.contains('/') || file_name.contains('\\') || file_name.contains(QChar(0)))
+    // The latter two would share a path in the downloads directory with something else.
+    if (HasUnsafeCharacter(file_name) || file_name.endsWith(".dnl")
+        || file_name == kDocumentsArchive)
         return false;
     DN_FILE_STRUCT record;
     record.file_name = file_name;
     SetInstallTarget(record, QString());
-    const QString &dir = record.install_dir;
-    return !dir.isEmpty() && dir != "." && dir != ".." && !IsTaken(ComponentDir(record));
+    const QString &name = record.install_dir;
+    const QString dir = ComponentDir(record);
+    return !name.isEmpty() && name != "." && name != ".."
+           && std::none_of(std::begin(kTakenDirs), std::end(kTakenDirs),
+                           [&dir](const char *taken) { return dir == taken; });
 }

@@ -7,8 +7,8 @@
 
 struct DN_FILE_STRUCT;
 
-/// The repository's two text manifests: their text form, their checks, and what a line means.
-/// A line's fields are separated by "#", which nothing quotes or escapes.
+// The repository's two text manifests: their text form, their checks, and what a line means.
+// A line's fields are separated by "#", which nothing quotes or escapes.
 
 /// The text of \a bytes up to the first NUL, read as UTF-8.
 QString TextUpToNul(const QByteArray &bytes);

@@ -17,16 +17,23 @@ QString Program()
 
 } // namespace
 
+QString ScriptPath(const QString &component_dir)
+{
+    return component_dir + "/zeft_install.sh";
+}
+
 QStringList UnpackArguments(const QString &file_name, const QString &local_dir,
                             const QString &install_root)
 {
     const QString command = file_name.contains(".tar.") ? "#xtar" : "#uzip";
-    return {command, "#" + local_dir + "/" + file_name, "#" + install_root};
+    // An installation at the file system's root has an empty text for its path.
+    const QString destination = install_root.isEmpty() ? QString("/") : install_root;
+    return {command, "#" + local_dir + "/" + file_name, "#" + destination};
 }
 
 QStringList ScriptArguments(const QString &component_dir)
 {
-    return {"#rscript", "#" + component_dir + "/zeft_install.sh", "#" + component_dir, "#mclose"};
+    return {"#rscript", "#" + ScriptPath(component_dir), "#" + component_dir, "#mclose"};
 }
 
 QStringList DeleteArguments(const QString &component_dir)
@@ -80,7 +87,7 @@ void KillExtractor(QProcess *&process)
     process = nullptr;
 }
 
-bool HasRunEnded(QProcess *process, DN_FILE_STRUCT *record, int floor)
+bool FollowRun(QProcess *process, DN_FILE_STRUCT *record, int floor)
 {
     int percent = 0;
     switch (process->state()) {

@@ -11,7 +11,7 @@ QString BuildFromVersionInfo(const QByteArray &bytes)
 
 int StatusOnDisk(const QString &install_root, const QString &install_dir, const QString &version)
 {
-    if (!IsFolderPresent(install_root, install_dir))
+    if (!IsFolderPresent(install_root + "/", install_dir))
         return RecordStatus::NotInstalled;
     const QString path = install_root + "/" + install_dir + "/version.info";
     if (!IsFilePresent(path))

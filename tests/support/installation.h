@@ -1,12 +1,13 @@
 #pragma once
 
+#include "app/mainwindow.h"
+
 #include <QMessageBox>
 #include <QTemporaryDir>
 #include <QTimer>
 
 #include <functional>
 
-class MainWindow;
 struct DN_FILE_STRUCT;
 
 /// An installation in a temporary directory, with the extractor in its place and the program's
@@ -34,10 +35,16 @@ public:
     /// \a path below the root.
     QString Path(const QString &path) const { return m_root.filePath(path); }
     QString Download(const QString &file_name) const { return Path("downloads/" + file_name); }
+    template <typename Widget> Widget *Find(const char *object_name) const
+    {
+        return m_window->findChild<Widget *>(object_name);
+    }
     /// The lines of the message log without their times.
     QStringList Log() const;
 
 private:
+    void End();
+
     QTemporaryDir m_root;
     MainWindow *m_window = nullptr;
 };
