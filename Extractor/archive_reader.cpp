@@ -30,6 +30,7 @@ bool EndsInZeros(std::string_view bytes)
 
 ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &progress)
     : m_archive(NewReader())
+    , m_format(format)
     , m_file(&file)
     , m_progress(&progress)
     , m_buffer(kBufferSize)
@@ -46,6 +47,9 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
         break;
     case Format::Cab:
         archive_read_support_format_cab(handle);
+        break;
+    case Format::Tar:
+        archive_read_support_format_tar(handle);
         break;
     case Format::Packed:
         archive_read_support_format_raw(handle);
@@ -81,6 +85,7 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
 
 ArchiveReader::ArchiveReader(Prefetch &tar)
     : m_archive(NewReader())
+    , m_format(Format::Tar)
     , m_tar(&tar)
 {
     archive_read_support_format_tar(m_archive.get());
@@ -130,11 +135,6 @@ bool ArchiveReader::NextBlock(Block &block)
 void ArchiveReader::GiveBack(const Block &block)
 {
     m_givenBack = block;
-}
-
-bool ArchiveReader::HasPermissions() const
-{
-    return archive_format(m_archive.get()) != ARCHIVE_FORMAT_CAB;
 }
 
 int ArchiveReader::Open()

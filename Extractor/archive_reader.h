@@ -22,6 +22,7 @@ public:
         Zip,
         SevenZip,
         Cab,
+        Tar,
         Packed // no archive but one stream, packed with any of libarchive's own filters
     };
 
@@ -49,8 +50,7 @@ public:
     /// Has NextBlock() bring \a block once more.
     void GiveBack(const Block &block);
 
-    /// Whether the archive's format keeps the permissions of Unix.
-    bool HasPermissions() const;
+    Format GetFormat() const { return m_format; }
 
 private:
     struct Free
@@ -64,6 +64,7 @@ private:
     la_ssize_t Feed(const void **bytes);
 
     std::unique_ptr<archive, Free> m_archive;
+    const Format m_format;
     const InputFile *m_file = nullptr; // the input is this,
     Progress *m_progress = nullptr;    // with its progress,
     Prefetch *m_tar = nullptr;         // or this

@@ -3,6 +3,33 @@
 #include "failure.h"
 
 #include <algorithm>
+#include <climits>
+#include <cstdlib>
+
+namespace {
+
+constexpr wchar_t kAbove127[] = // of code page 437
+    L"ÇüéâäàåçêëèïîìÄÅÉæÆôöòûùÿÖÜ¢£¥₧ƒ"
+    L"áíóúñÑªº¿⌐¬½¼¡«»░▒▓│┤╡╢╖╕╣║╗╝╜╛┐"
+    L"└┴┬├─┼╞╟╚╔╩╦╠═╬╧╨╤╥╙╘╒╓╫╪┘┌█▄▌▐▀"
+    L"αßΓπΣσµτΦΘΩδ∞φε∩≡±≥≤⌠⌡÷≈°∙·√ⁿ²■\u00a0";
+
+} // namespace
+
+std::string ReadDosName(const std::string &bytes)
+{
+    if (std::mbstowcs(nullptr, bytes.c_str(), 0) != static_cast<std::size_t>(-1)) {
+        return bytes; // the locale's encoding is UTF-8
+    }
+    std::string name;
+    for (const char byte : bytes) {
+        const auto code = static_cast<unsigned char>(byte);
+        char letter[MB_LEN_MAX] = {byte};
+        const int size = code < 128 ? 1 : std::wctomb(letter, kAbove127[code - 128]);
+        name.append(letter, static_cast<std::size_t>(std::max(size, 1)));
+    }
+    return name;
+}
 
 EntryPath ParseEntryPath(std::string_view name)
 {

@@ -8,6 +8,10 @@
 /// None at all is the destination itself.
 using EntryPath = std::vector<std::string>;
 
+/// The name that an archive made on DOS or Windows means by \a bytes: UTF-8 where they can be that,
+/// else code page 437.
+std::string ReadDosName(const std::string &bytes);
+
 /// Reads the name of an archive's entry; an absolute one and one with ".." is a Failure.
 EntryPath ParseEntryPath(std::string_view name);
 

@@ -77,19 +77,23 @@ std::optional<timespec> ModifiedOf(archive_entry *entry)
     return timespec{archive_entry_mtime(entry), archive_entry_mtime_nsec(entry)};
 }
 
-std::string TextOf(const char *text)
+/// The name of an entry, or of what it links to.
+std::string NameOf(const ArchiveReader &reader, const char *name)
 {
-    if (!text) {
+    if (!name) {
         throw Failure("is damaged: a name cannot be read");
     }
-    return text;
+    const ArchiveReader::Format format = reader.GetFormat();
+    const bool isOfDos =
+        format == ArchiveReader::Format::Zip || format == ArchiveReader::Format::Cab;
+    return isOfDos ? ReadDosName(name) : name;
 }
 
 } // namespace
 
 void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
 {
-    const EntryPath path = ParseEntryPath(TextOf(archive_entry_pathname(entry)));
+    const EntryPath path = ParseEntryPath(NameOf(reader, archive_entry_pathname(entry)));
     if (path.empty()) {
         return; // the destination itself stays what it is
     }
@@ -107,7 +111,7 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
         WriteFile(reader, entry, path);
         break;
     case AE_IFLNK:
-        m_destination.LinkLater(path, TextOf(archive_entry_symlink(entry)));
+        m_destination.LinkLater(path, NameOf(reader, archive_entry_symlink(entry)));
         break;
     default:
         throw Failure(JoinPath(path) + ": is neither file, folder nor link");
@@ -117,8 +121,9 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
 void EntryWriter::WriteFile(ArchiveReader &reader, archive_entry *entry, const EntryPath &path)
 {
     // Cabinets know no permissions; libarchive makes up some.
-    const mode_t mode =
-        reader.HasPermissions() ? PermissionsOf(entry) : m_destination.Masked(PermissionsOf(entry));
+    const mode_t mode = reader.GetFormat() != ArchiveReader::Format::Cab
+                            ? PermissionsOf(entry)
+                            : m_destination.Masked(PermissionsOf(entry));
     const int folder = m_walk.Make(ParentOf(path));
     const std::string name = m_destination.Waiting(path);
     NewFile file(m_destination.MakeFile(path, folder, name, mode), folder, name);

@@ -56,6 +56,15 @@ std::string PathOf(const std::string &argument)
     return argument.substr(1);
 }
 
+/// Names in archives may hold anything, and a terminal obeys some of it.
+void Complain(std::string text)
+{
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char letter) { return letter >= 0 && letter < ' ' && letter != '\n'; }, '?');
+    std::fprintf(stderr, "zeft_fextr_cmd: %s\n", text.c_str());
+}
+
 int Run(const std::vector<std::string> &arguments)
 {
     const std::string command = arguments.empty() ? "" : arguments[0];
@@ -89,10 +98,10 @@ int main(int argc, char *argv[])
     try {
         return Run({argv + std::min(1, argc), argv + argc});
     } catch (const Failure &failure) {
-        std::fprintf(stderr, "zeft_fextr_cmd: %s\n", failure.what());
+        Complain(failure.what());
         return failure.ExitCode();
     } catch (const std::exception &failure) {
-        std::fprintf(stderr, "zeft_fextr_cmd: %s\n", failure.what());
+        Complain(failure.what());
         return 1;
     }
 }

@@ -115,10 +115,8 @@ void UnpackAny(const InputFile &file, Destination &destination, Progress &progre
         FileSource packed(file, progress);
         GzipSource tar(packed);
         UnpackTar(tar, destination);
-    } else if (const auto entryCount = ZipEntryCount(file)) {
-        UnpackZip(file, *entryCount, destination, progress);
-    } else if (StartsWith(file, "PK\3\4")) {
-        throw Failure("is cut off: the directory at its end is missing");
+    } else if (StartsWith(file, "PK\3\4") || ZipDirectory::IsIn(file)) {
+        UnpackZip(file, destination, progress);
     } else {
         ArchiveReader reader(file, ArchiveReader::Format::Packed, progress);
         reader.NextEntry();

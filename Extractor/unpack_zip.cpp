@@ -3,6 +3,7 @@
 #include "archive_reader.h"
 #include "entry_writer.h"
 #include "failure.h"
+#include "zip_directory.h"
 
 #include <algorithm>
 #include <atomic>
@@ -19,10 +20,10 @@ namespace {
 class ZipWork
 {
 public:
-    ZipWork(const InputFile &file, std::uint64_t entryCount, Destination &destination,
+    ZipWork(const InputFile &file, const ZipDirectory &directory, Destination &destination,
             Progress &progress)
         : m_file(file)
-        , m_entryCount(entryCount)
+        , m_directory(directory)
         , m_destination(destination)
         , m_progress(progress)
     {
@@ -38,7 +39,7 @@ public:
             if (!m_failure) {
                 m_failure = std::current_exception();
             }
-            m_next = m_entryCount + 1; // the others stop after their entry
+            m_next = m_directory.Size(); // the others stop after their entry
         }
     }
 
@@ -50,43 +51,44 @@ public:
     }
 
 private:
-    /// The number of entries must be what the zip says: a damaged directory can lose some.
     void TakeEntries()
     {
         ArchiveReader reader(m_file, ArchiveReader::Format::Zip, m_progress);
         EntryWriter writer(m_destination);
-        std::uint64_t read = 0;
-        for (std::uint64_t mine = m_next++; mine <= m_entryCount; mine = m_next++) {
+        std::size_t read = 0;
+        for (std::size_t mine = m_next++; mine < m_directory.Size(); mine = m_next++) {
             archive_entry *entry = nullptr;
             for (; read <= mine; ++read) {
                 entry = reader.NextEntry();
-                if (!entry != (read == m_entryCount)) {
-                    throw Failure("is damaged: its number of entries is wrong");
+                if (!entry) {
+                    throw Failure("is damaged: entries are missing");
                 }
             }
-            if (entry) {
-                writer.Write(reader, entry);
+            m_directory.CheckEntry(mine);
+            if (const char *const target = archive_entry_symlink(entry)) {
+                m_directory.CheckLink(mine, target);
             }
+            writer.Write(reader, entry);
         }
     }
 
     const InputFile &m_file;
-    const std::uint64_t m_entryCount;
+    const ZipDirectory &m_directory;
     Destination &m_destination;
     Progress &m_progress;
-    std::atomic<std::uint64_t> m_next{0};
+    std::atomic<std::size_t> m_next{0};
     std::mutex m_mutex;
     std::exception_ptr m_failure;
 };
 
 } // namespace
 
-void UnpackZip(const InputFile &file, std::uint64_t entryCount, Destination &destination,
-               Progress &progress)
+void UnpackZip(const InputFile &file, Destination &destination, Progress &progress)
 {
-    ZipWork work(file, entryCount, destination, progress);
-    const auto workers = static_cast<std::size_t>(
-        std::min<std::uint64_t>(std::max(std::thread::hardware_concurrency(), 1U), entryCount));
+    const ZipDirectory directory(file);
+    ZipWork work(file, directory, destination, progress);
+    const std::size_t workers =
+        std::min<std::size_t>(std::max(std::thread::hardware_concurrency(), 1U), directory.Size());
     std::vector<std::thread> others;
     try {
         while (others.size() + 1 < workers) {

@@ -4,6 +4,5 @@
 #include "input_file.h"
 #include "progress.h"
 
-/// Unpacks the zip \a file with \a entryCount entries, on all processors.
-void UnpackZip(const InputFile &file, std::uint64_t entryCount, Destination &destination,
-               Progress &progress);
+/// Unpacks the zip \a file on all processors.
+void UnpackZip(const InputFile &file, Destination &destination, Progress &progress);

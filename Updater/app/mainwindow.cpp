@@ -92,8 +92,6 @@ void MainWindow::Initialize()
 
 void MainWindow::Timer500()
 {
-    if (closed)
-        return;
     for (const auto *list : {&records, &local_records}) {
         for (DN_FILE_STRUCT *record : *list)
             record->status_text = StatusText(record->status, record->progress);

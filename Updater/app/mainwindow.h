@@ -133,8 +133,5 @@ private:
     QList<DN_FILE_STRUCT *> install_queue;
     QList<DN_FILE_STRUCT *> delete_queue;
     QList<DN_FILE_STRUCT *> post_install_queue;
-    // The event loop may still turn, as in the tree pass. A killed run must not count as a finished
-    // one then, nor the next one begin.
-    bool closed = false;
     int probe_index = 0; // the record that is probed, so that nothing has to search for it
 };

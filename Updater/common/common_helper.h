@@ -9,6 +9,8 @@
 #include "common/file_path.h"
 #include "common/folder_walk.h"
 #include "common/line_text.h"
+#include "common/net_address.h"
+#include "common/ntp.h"
 #include "common/platform.h"
 #include "common/process_env.h"
 #include "common/random_number.h"

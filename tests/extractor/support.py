@@ -25,7 +25,7 @@ class ExtractorTest(unittest.TestCase):
     def run_extractor(self, command, *paths, **options):
         return subprocess.run([EXTRACTOR, command, *("#" + path for path in paths)],
                               stdin=subprocess.DEVNULL, capture_output=True, text=True,
-                              timeout=120, **{"cwd": "/usr", **options})
+                              errors="replace", timeout=120, **{"cwd": "/usr", **options})
 
     def succeed(self, command, *paths, **options):
         run = self.run_extractor(command, *paths, **options)
@@ -78,3 +78,11 @@ def read_tree(root):
                     entry = (stat.S_IMODE(status.st_mode), file.read())
             tree[os.path.relpath(place, root)] = entry
     return tree
+
+
+def shell(line):
+    """A maker of archives: runs line in the folder to pack, with the archive's path as $1."""
+    def make(source, archive):
+        subprocess.run(["sh", "-ec", line, "sh", archive], cwd=source, check=True,
+                       capture_output=True, env={**os.environ, "LC_ALL": "C.UTF-8"})
+    return make

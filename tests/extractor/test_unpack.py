@@ -6,7 +6,7 @@ import subprocess
 import unittest
 import zipfile
 
-from support import EXTRACTOR, ExtractorTest, make_tree, read_tree
+from support import EXTRACTOR, ExtractorTest, make_tree, read_tree, shell
 
 COMPONENT = {
     "Comp": (0o755, None),
@@ -28,13 +28,6 @@ COMPONENT = {
 IN_CABINET = {path: (0o755 if content is None else 0o644, content)
               for path, (mode, content) in COMPONENT.items()
               if mode is not None and path != "Comp/empty folder"}
-
-
-def shell(line):
-    def make(source, archive):
-        subprocess.run(["sh", "-ec", line, "sh", archive], cwd=source, check=True,
-                       capture_output=True, env={**os.environ, "LC_ALL": "C.UTF-8"})
-    return make
 
 
 def python_zip(method):
@@ -91,6 +84,35 @@ class Formats(ExtractorTest):
                 command = "#xtar" if ".tar." in ending else "#uzip"
                 self.succeed(command, archive, target, env={})
                 self.assertEqual(read_tree(target), expected)
+
+    def test_names_of_old_zips(self):
+        for name, bytes_, expected in (
+                ("code page 437", "Grüße/Æ".encode("cp437"), "Grüße/Æ"),
+                ("UTF-8 that doesn't say so", "Grüße".encode(), "Grüße"),
+                ("backslashes", b"C\\D\\E", "C/D/E")):
+            with self.subTest(name), zipfile.ZipFile(self.path("a"), "w") as file:
+                info = zipfile.ZipInfo("x" * len(bytes_))
+                info.create_system = 0
+                file.writestr(info, b"")
+                file.close()
+                with open(self.path("a"), "rb") as raw:
+                    data = raw.read().replace(b"x" * len(bytes_), bytes_)
+                with open(self.path("a"), "wb") as raw:
+                    raw.write(data)
+                target = self.path(name)
+                self.succeed("#uzip", self.path("a"), target)
+                self.assertTrue(os.path.isfile(os.path.join(target, expected)), read_tree(target))
+
+    def test_closed_and_broken_streams(self):
+        make_tree(self.path("source"), COMPONENT)
+        shell('tar -czf "$1" Comp')(self.path("source"), self.path("a"))
+        for streams in ("<&-", ">&-", "2>&-", "<&- >&- 2>&-", "| true", ">/dev/full 2>&1"):
+            with self.subTest(streams):
+                target = self.path(streams.replace("/", ""))
+                subprocess.run(["bash", "-c", 'set -o pipefail; "$@" ' + streams, "bash", EXTRACTOR,
+                                "#xtar", "#" + self.path("a"), "#" + target], check=True,
+                               stdout=subprocess.DEVNULL)
+                self.assertEqual(read_tree(target), COMPONENT)
 
     def test_a_killed_run_does_not_look_whole(self):
         old = {"C/version.info": (0o644, b"build : old"), "C/old": (0o644, b"old")}

@@ -48,12 +48,14 @@ void Installation::Restart()
 
 void Installation::End()
 {
-    m_window->closed = true; // its heart stands still
     while (!m_window->download_queue.isEmpty())
         m_window->StopDownload(m_window->download_queue.first());
     for (QProcess **process :
          {&m_window->install_process, &m_window->post_install_process, &m_window->delete_process})
         KillExtractor(*process);
+    for (auto *queue :
+         {&m_window->install_queue, &m_window->post_install_queue, &m_window->delete_queue})
+        queue->clear(); // its heart beats on, for nothing
     m_window->hide();
     s_former_runs->append(DataSingleton::m_pInstance);
     DataSingleton::m_pInstance = nullptr;
