@@ -6,6 +6,7 @@
 
 #include <QProcess>
 #include <QPushButton>
+#include <QThread>
 #include <QtTest>
 
 #include <csignal>
@@ -43,6 +44,7 @@ private:
 namespace {
 
 const QString kDir = "core/version_latest";
+const QString kKind = ".tar.bz2"; // it takes a while to unpack
 const char kEndlessScript[] = "#!/bin/sh\nsleep 600 &\necho $! >grandchild\necho $$ "
                               ">child.part\nmv child.part child\nsleep 600\n";
 
@@ -52,26 +54,33 @@ bool IsAlive(const QByteArray &pid)
     return !state.isEmpty() && !state.contains(") Z ");
 }
 
-/// Beats until a run of this stage works on a component, and stops the run where it is.
+/// Beats until a run of this stage works on a component, and stops it when it has made this file.
+/// The event loop, which might end the run, doesn't turn in between.
 bool Freeze(Installation &installation, QProcess *const &process,
-            const QList<DN_FILE_STRUCT *> &queue, const char *stem)
+            const QList<DN_FILE_STRUCT *> &queue, const QString &stem, const QString &file)
 {
-    return installation.Work([&] {
-        return process && queue.first() == installation.Record(QString(stem) + ".zip");
-    }) && kill(static_cast<pid_t>(process->processId()), SIGSTOP) == 0;
+    const auto runs = [&] { return process && queue.first() == installation.Record(stem + kKind); };
+    for (int beat = 0; beat < 5000 && !runs(); ++beat) {
+        QTest::qWait(2);
+        installation.Window()->Timer500();
+    }
+    for (int wait = 0; wait < 5000 && !QFile::exists(installation.Path(file)); ++wait)
+        QThread::msleep(1);
+    return runs() && process->state() == QProcess::Running
+           && kill(static_cast<pid_t>(process->processId()), SIGSTOP) == 0;
 }
 
 /// True once "t" has gone from the disk and "o" is installed.
 bool EndsWell(Installation &installation)
 {
-    const auto *cancelled = installation.Record("t.zip");
+    const auto *cancelled = installation.Record("t" + kKind);
     return installation.Work([&] {
         return cancelled->status == RecordStatus::NotInstalled
-               && installation.Record("o.zip")->status == RecordStatus::Installed;
-    }) && !QFile::exists(installation.Path("t"))
-           && !QFile::exists(installation.Download("t.zip"))
-           && ReadFile(installation.Path("o/version.info")) == "build:2024.05.01"
-           && !QFile::exists(installation.Path("o/old"));
+               && installation.Record("o" + kKind)->status == RecordStatus::Installed;
+    }) && !QFile::exists(installation.Path("t.tar"))
+           && !QFile::exists(installation.Download("t" + kKind))
+           && ReadFile(installation.Path("o.tar/version.info")) == "build:2024.05.01"
+           && !QFile::exists(installation.Path("o.tar/old"));
 }
 
 } // namespace
@@ -81,32 +90,32 @@ void TestCancelling::initTestCase()
     SilentConsole::Start();
     QVERIFY2(m_server.Start(), qPrintable(m_server.Errors()));
     for (const char *stem : {"t", "o", "p"}) {
-        Files files = {{QString(stem) + "/version.info", "build:2024.05.01"}};
+        Files files = {{QString(stem) + ".tar/version.info", "build:2024.05.01"}};
         if (*stem != 'p')
-            files.insert(QString(stem) + "/zeft_install.sh",
-                         *stem == 't' ? kEndlessScript : "#!/bin/sh\n");
+            files.insert(QString(stem) + ".tar/zeft_install.sh",
+                         *stem == 't' ? kEndlessScript : "#!/bin/sh\n>began\nsleep 1\n");
         QProcess noise; // what no packing makes small
-        noise.start("openssl", {"rand", "1000000"});
+        noise.start("openssl", {"rand", "1500000"});
         QVERIFY(noise.waitForFinished());
-        files.insert(QString(stem) + "/noise", noise.readAll());
-        m_repository.Add(kDir, QString(stem) + ".zip", files);
+        files.insert(QString(stem) + ".tar/noise", noise.readAll());
+        m_repository.Add(kDir, stem + kKind, files);
     }
     QVERIFY(m_repository.Publish());
 }
 
 QString TestCancelling::ArchivePath(const QString &stem) const
 {
-    return m_repository.ArchivePath(kDir, stem + ".zip");
+    return m_repository.ArchivePath(kDir, stem + kKind);
 }
 
 void TestCancelling::Queue(Installation &installation, const QStringList &stems)
 {
     MainWindow *window = installation.Window();
     for (const QString &stem : stems) {
-        QFile::copy(ArchivePath(stem), installation.Download(stem + ".zip"));
-        WriteFile(installation.Path(stem + "/old"), "old");
+        QFile::copy(ArchivePath(stem), installation.Download(stem + kKind));
+        WriteFile(installation.Path(stem + ".tar/old"), "old");
         window->fversions_lines +=
-            QString(m_repository.file_list).split("\r\n").filter('#' + stem + ".zip");
+            QString(m_repository.file_list).split("\r\n").filter('#' + stem + kKind);
     }
     window->MakeRecords();
     window->AddTreeArchItems();
@@ -127,38 +136,38 @@ void TestCancelling::CancelsADownload()
     QFETCH(const bool, installed);
     Installation installation;
     if (installed)
-        WriteFile(installation.Path("t/version.info"), "build:2023.05.01");
+        WriteFile(installation.Path("t.tar/version.info"), "build:2023.05.01");
     installation.Connect(m_server.Url());
     QVERIFY(
         installation.Work([&] { return installation.Find<QPushButton>("pb_pause")->isEnabled(); }));
     MainWindow *window = installation.Window();
-    DN_FILE_STRUCT *record = installation.Record("t.zip");
+    DN_FILE_STRUCT *record = installation.Record("t" + kKind);
     for (const QChar stem : queue)
-        window->AddToDownload(installation.Record(stem + QString(".zip")));
+        window->AddToDownload(installation.Record(stem + kKind));
     if (queue.endsWith('t'))
-        WriteFile(installation.Download("t.zip.dnl"), "of an earlier run");
-    QVERIFY(installation.Work([&] { return installation.Record("o.zip")->progress > 10; }));
-    QVERIFY(QFile::exists(installation.Download("t.zip.dnl")));
-    const FileDownloader *other = installation.Record("o.zip")->downloader;
+        WriteFile(installation.Download("t" + kKind + ".dnl"), "of an earlier run");
+    QVERIFY(installation.Work([&] { return installation.Record("o" + kKind)->progress > 10; }));
+    QVERIFY(QFile::exists(installation.Download("t" + kKind + ".dnl")));
+    const FileDownloader *other = installation.Record("o" + kKind)->downloader;
 
     window->CancelDownloadInstall(record);
     QCOMPARE(record->status,
              int(installed ? RecordStatus::UpdateAvailable : RecordStatus::NotInstalled));
-    QVERIFY(!record->downloader && !QFile::exists(installation.Download("t.zip.dnl")));
-    QCOMPARE(QFile::exists(installation.Path("t/version.info")), installed);
-    QCOMPARE(window->download_queue,
-             QList<DN_FILE_STRUCT *>({installation.Record("o.zip"), installation.Record("p.zip")}));
+    QVERIFY(!record->downloader && !QFile::exists(installation.Download("t" + kKind + ".dnl")));
+    QCOMPARE(QFile::exists(installation.Path("t.tar/version.info")), installed);
+    QCOMPARE(window->download_queue, QList<DN_FILE_STRUCT *>({installation.Record("o" + kKind),
+                                                              installation.Record("p" + kKind)}));
     window->Timer500();
-    QVERIFY(installation.Record("o.zip")->downloader == other
-            && installation.Record("p.zip")->downloader);
+    QVERIFY(installation.Record("o" + kKind)->downloader == other
+            && installation.Record("p" + kKind)->downloader);
 }
 
 void TestCancelling::CancelsWhatWaitsForItsDeletion()
 {
     Installation installation(false);
     Queue(installation, {"o", "t"});
-    const DN_FILE_STRUCT *record = installation.Record("t.zip");
-    installation.Window()->CancelDownloadInstall(installation.Record("t.zip"));
+    const DN_FILE_STRUCT *record = installation.Record("t" + kKind);
+    installation.Window()->CancelDownloadInstall(installation.Record("t" + kKind));
     QCOMPARE(record->status, int(RecordStatus::InstallPending));
     QVERIFY(EndsWell(installation));
 }
@@ -168,8 +177,9 @@ void TestCancelling::CancelsWhatWaitsForAnother()
     Installation installation(false);
     MainWindow *window = installation.Window();
     Queue(installation, {"o", "t"});
-    DN_FILE_STRUCT *record = installation.Record("t.zip");
-    QVERIFY(Freeze(installation, window->install_process, window->install_queue, "o"));
+    DN_FILE_STRUCT *record = installation.Record("t" + kKind);
+    QVERIFY(
+        Freeze(installation, window->install_process, window->install_queue, "o", "o.tar/noise"));
     QVERIFY(installation.Work([&] { return window->delete_queue.isEmpty(); }));
     QCOMPARE(record->status, int(RecordStatus::InstallPending));
     QProcess *other = window->install_process;
@@ -185,11 +195,11 @@ void TestCancelling::CancelsAnExtraction()
     Installation installation(false);
     MainWindow *window = installation.Window();
     Queue(installation, {"t", "o"});
-    QVERIFY(Freeze(installation, window->install_process, window->install_queue, "t"));
-    WriteFile(installation.Path("t/half"), "what it may have written");
+    QVERIFY(
+        Freeze(installation, window->install_process, window->install_queue, "t", "t.tar/noise"));
     const QByteArray pid = QByteArray::number(window->install_process->processId());
-    window->CancelDownloadInstall(installation.Record("t.zip"));
-    QCOMPARE(installation.Record("t.zip")->status, int(RecordStatus::Deleting));
+    window->CancelDownloadInstall(installation.Record("t" + kKind));
+    QCOMPARE(installation.Record("t" + kKind)->status, int(RecordStatus::Deleting));
     QTRY_VERIFY(!IsAlive(pid));
     QVERIFY(EndsWell(installation));
 }
@@ -199,10 +209,11 @@ void TestCancelling::CancelsWhatWaitsForItsScript()
     Installation installation(false);
     MainWindow *window = installation.Window();
     Queue(installation, {"o", "t"});
-    QVERIFY(Freeze(installation, window->post_install_process, window->post_install_queue, "o"));
+    QVERIFY(Freeze(installation, window->post_install_process, window->post_install_queue, "o",
+                   "o.tar/began"));
     QVERIFY(installation.Work([&] { return window->post_install_queue.size() == 2; }));
-    window->CancelDownloadInstall(installation.Record("t.zip"));
-    QCOMPARE(installation.Record("t.zip")->status, int(RecordStatus::Deleting));
+    window->CancelDownloadInstall(installation.Record("t" + kKind));
+    QCOMPARE(installation.Record("t" + kKind)->status, int(RecordStatus::Deleting));
     kill(static_cast<pid_t>(window->post_install_process->processId()), SIGCONT);
     QVERIFY(EndsWell(installation));
 }
@@ -220,17 +231,17 @@ void TestCancelling::EndsAScriptWithAllItsProcesses()
     Installation installation(false);
     MainWindow *window = installation.Window();
     Queue(installation, {"t", "o"});
-    QVERIFY(installation.Work([&] { return QFile::exists(installation.Path("t/child")); }));
+    QVERIFY(installation.Work([&] { return QFile::exists(installation.Path("t.tar/child")); }));
     const QByteArrayList pids = {QByteArray::number(window->post_install_process->processId()),
-                                 ReadFile(installation.Path("t/child")),
-                                 ReadFile(installation.Path("t/grandchild"))};
+                                 ReadFile(installation.Path("t.tar/child")),
+                                 ReadFile(installation.Path("t.tar/grandchild"))};
     for (const QByteArray &pid : pids)
         QVERIFY(IsAlive(pid));
     BoxAnswers boxes({QMessageBox::Yes});
     if (closes)
         QVERIFY(window->close());
     else
-        window->CancelDownloadInstall(installation.Record("t.zip"));
+        window->CancelDownloadInstall(installation.Record("t" + kKind));
     for (const QByteArray &pid : pids)
         QTRY_VERIFY2(!IsAlive(pid), pid);
     QVERIFY(closes || EndsWell(installation));
@@ -247,10 +258,11 @@ void TestCancelling::DeletesAComponentBeforeAnyRecordInstallsIt()
                && window->records[0]->status == RecordStatus::Installed;
     }));
     const QStringList log = installation.Log();
-    const int queued = log.indexOf("Installing file p.zip...");
+    const int queued = log.indexOf("Installing file p" + kKind + "...");
     QVERIFY(log.lastIndexOf(QRegularExpression("^Deleted.*"))
-            < log.indexOf("Installing file p.zip...", queued + 1));
-    QVERIFY(QFile::exists(installation.Path("p/version.info")) && QFile::exists(ArchivePath("p")));
+            < log.indexOf("Installing file p" + kKind + "...", queued + 1));
+    QVERIFY(QFile::exists(installation.Path("p.tar/version.info"))
+            && QFile::exists(ArchivePath("p")));
 }
 
 QTEST_MAIN(TestCancelling)
