@@ -6,18 +6,21 @@
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
 #include <QNetworkReply>
-#include <QPointer>
 #include <QSslCipher>
 #include <QSslConfiguration>
 #include <QSysInfo>
 
 #include <cmath>
+#include <utility>
 
 namespace {
 
-const qint64 kBufferSize = 1000000;   // staging buffer, and the most that a reply holds back
-const int kRangeNotSatisfiable = 416; // RFC 9110, section 15.5.17
-const int kFirstErrorStatus = 400;
+const qint64 kBufferSize = 1000000; // staging buffer, and the most that a reply holds back
+
+// RFC 9110, section 15
+const int kPartialContent = 206;
+const int kMultipleChoices = 300; // from here on a body is a page for people
+const int kRangeNotSatisfiable = 416;
 
 qint64 Now()
 {
@@ -83,7 +86,7 @@ bool FileDownloader::Start(QNetworkAccessManager *manager, const QString &url, b
     if (m_ownsManager)
         m_manager->connectToHostEncrypted(url, 443, QSslConfiguration::defaultConfiguration());
 
-    m_request.setUrl(QUrl(url, QUrl::TolerantMode));
+    m_request = QNetworkRequest(QUrl(url, QUrl::TolerantMode));
     m_request.setHeader(QNetworkRequest::UserAgentHeader,
                         QString("ZEFT-Updater (%1)").arg(QSysInfo::prettyProductName()));
     // A compressed reply has no length, and a range of one can't be read.
@@ -102,6 +105,7 @@ bool FileDownloader::Start(QNetworkAccessManager *manager, const QString &url, b
 /// Opens the file that is to be written, if there is one. \a resume stays set if its data is kept.
 bool FileDownloader::OpenTarget(const QString &file_path, qint64 expected_size, bool &resume)
 {
+    m_file.close();
     m_file.setFileName(file_path);
     if (file_path.isEmpty())
         return true;
@@ -109,10 +113,12 @@ bool FileDownloader::OpenTarget(const QString &file_path, qint64 expected_size, 
     const qint64 kept =
         resume && !m_stamp.isEmpty() ? GetDownloadedFileDetails(file_path, m_stamp) : 0;
     resume = kept > 0;
+    // Unbuffered, so that a full disk shows at the write: nothing is left behind in a buffer.
+    const auto mode = QIODevice::ReadWrite | QIODevice::Unbuffered;
     if (!resume)
-        return m_file.open(QIODevice::ReadWrite | QIODevice::Truncate);
+        return m_file.open(mode | QIODevice::Truncate);
     m_percent = 100.0F * static_cast<float>(kept) / static_cast<float>(expected_size);
-    return m_file.open(QIODevice::ReadWrite | QIODevice::Append);
+    return m_file.open(mode | QIODevice::Append);
 }
 
 void FileDownloader::Download(bool head_only)
@@ -128,6 +134,7 @@ void FileDownloader::Resume()
 {
     if (m_reply)
         return;
+    m_stalled = false;
     m_resumeOffset = DataHeld();
     if (m_resumeOffset > 0)
         m_request.setRawHeader("Range", "bytes=" + QByteArray::number(m_resumeOffset) + "-");
@@ -171,17 +178,17 @@ void FileDownloader::ReadDataHelper(bool force_write, bool final_write)
     m_contentLength = m_reply->header(QNetworkRequest::ContentLengthHeader).toString();
 
     const bool readable = m_reply->isOpen(); // an aborted reply is closed
+    if (readable && !BringsTheFile())
+        m_reply->readAll(); // has to go, but nowhere
     if (m_file.fileName().isEmpty()) {
         if (readable)
             m_data += m_reply->readAll();
     } else {
         const bool read_failed = readable && !StageData();
         const bool write = force_write || read_failed || m_bufferFill == kBufferSize;
-        if (!m_file.isOpen()) {
-            m_bufferFill = 0; // the data was discarded, and so is what still arrives
-        } else if (write && !WriteStaged(final_write)) {
-            m_error = "File data corrupted.";
-            m_bufferFill = 0;
+        if (write && !WriteStaged(final_write)) {
+            if (readable)
+                m_reply->readAll(); // what lies behind a gap is of no use
             Abort(false);
             return;
         }
@@ -191,10 +198,6 @@ void FileDownloader::ReadDataHelper(bool force_write, bool final_write)
 
 bool FileDownloader::StageData()
 {
-    if (HttpStatus() >= kFirstErrorStatus) { // the body is not the file, but has to go
-        m_reply->readAll();
-        return true;
-    }
     const qint64 got = m_reply->read(reinterpret_cast<char *>(m_buffer + m_bufferFill),
                                      kBufferSize - m_bufferFill);
     if (got > 0)
@@ -202,19 +205,42 @@ bool FileDownloader::StageData()
     return got >= 0;
 }
 
-/// False, with nothing written, where the file doesn't end in its tail.
+/// False, with the reason in m_error and the file as it was, where that doesn't end in its tail or
+/// takes no more.
 bool FileDownloader::WriteStaged(bool final_write)
 {
+    const qint64 staged = std::exchange(m_bufferFill, 0);
+    if (!m_file.isOpen())
+        return true; // the data was discarded, and so is what still arrives
     const qint64 sum = ReadTailBytes(m_file, m_stamp, true);
-    if (sum < 0)
+    if (sum < 0) {
+        m_error = "File data corrupted.";
         return false;
+    }
+    const qint64 held = m_file.size();
+    if (Append(staged, sum, !final_write))
+        return true;
+    m_error = m_file.errorString();
+    m_file.resize(held);
+    AddTailBytes(m_file, m_stamp, sum, m_buffer, 0); // there is room for it again
+    return false;
+}
+
+bool FileDownloader::Append(qint64 staged, qint64 sum, bool with_tail)
+{
     m_file.seek(m_file.size());
-    m_file.write(reinterpret_cast<const char *>(m_buffer), m_bufferFill);
-    if (!final_write)
-        AddTailBytes(m_file, m_stamp, sum, m_buffer, static_cast<int>(m_bufferFill));
-    m_file.flush();
-    m_bufferFill = 0;
-    return true;
+    qint64 written = 0;
+    while (written < staged) { // after a short write only the next one tells the reason
+        const qint64 count =
+            m_file.write(reinterpret_cast<const char *>(m_buffer + written), staged - written);
+        if (count <= 0)
+            return false;
+        written += count;
+    }
+    const qint64 length = m_file.size();
+    if (with_tail)
+        AddTailBytes(m_file, m_stamp, sum, m_buffer, static_cast<int>(staged));
+    return !with_tail || length == 0 || m_file.size() == length + PartialFileTail::kSize;
 }
 
 /// Reads until nothing is left: what stays in a reply of limited size is never signalled again.
@@ -260,7 +286,10 @@ void FileDownloader::DiscardData()
 
 void FileDownloader::onReadData()
 {
-    DrainReply();
+    if (BringsOtherRange())
+        Abort(true); // nothing that follows is of use
+    else
+        DrainReply();
 }
 
 void FileDownloader::onDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
@@ -273,7 +302,8 @@ void FileDownloader::onDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
 
 void FileDownloader::onFinishedDownload()
 {
-    if (m_reply->error() == QNetworkReply::NoError || HoldsWholeFile())
+    DrainReply();
+    if (HoldsWholeFile() || (m_reply->error() == QNetworkReply::NoError && BroughtTheFile()))
         FinishWell();
     else
         FinishWithError();
@@ -283,20 +313,18 @@ void FileDownloader::onFinishedDownload()
 
 void FileDownloader::FinishWell()
 {
-    DrainReply();
-    ReadDataHelper(true, true);
+    ReadDataHelper(true, m_error.isEmpty()); // what failed on the way stays resumable
     m_percent = 100.0F;
 }
 
 void FileDownloader::FinishWithError()
 {
-    DrainReply();
     ReadDataHelper(true, false);
     if (m_error.isEmpty())
-        m_error = m_reply->errorString();
+        m_error = ReplyError();
     if (m_error.isEmpty())
         m_error = "Unknown error.";
-    if (HttpStatus() == kRangeNotSatisfiable)
+    if (HttpStatus() == kRangeNotSatisfiable || BringsOtherRange())
         m_deleteOnClose = true; // what is held leads nowhere: the next attempt begins anew
     m_reply->abort();
     m_percent = -1.0F;
@@ -307,11 +335,49 @@ int FileDownloader::HttpStatus() const
     return m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
+/// True where the body is the file, or the part of it that was asked for.
+bool FileDownloader::BringsTheFile() const
+{
+    return HttpStatus() < kMultipleChoices && !BringsOtherRange();
+}
+
+/// As BringsTheFile(), but at the end and with nothing left to read: a body may be shorter than was
+/// announced, as the toolkit lets a connection pass that closes right behind the head.
+bool FileDownloader::BroughtTheFile() const
+{
+    if (!BringsTheFile())
+        return false;
+    const QVariant announced = m_reply->header(QNetworkRequest::ContentLengthHeader);
+    const bool must_fit = announced.isValid() && m_error.isEmpty() && !m_deleteOnClose
+                          && m_reply->operation() == QNetworkAccessManager::GetOperation;
+    return !must_fit || DataHeld() + m_bufferFill - m_resumeOffset >= announced.toLongLong();
+}
+
+bool FileDownloader::BringsOtherRange() const
+{
+    const QByteArray range = m_reply->rawHeader("Content-Range").toLower();
+    return HttpStatus() == kPartialContent && !range.isEmpty()
+           && !range.startsWith("bytes " + QByteArray::number(m_resumeOffset) + "-");
+}
+
+QString FileDownloader::ReplyError() const
+{
+    if (BringsOtherRange())
+        return "Server sent another part of the file";
+    if (m_reply->error() != QNetworkReply::NoError)
+        return m_reply->errorString();
+    // What is no error to the toolkit, with texts that look like its own: a short body, a redirect.
+    if (BringsTheFile())
+        return "Connection closed";
+    return QString("Error transferring %1 - server replied: %2")
+        .arg(m_url, m_reply->attribute(QNetworkRequest::HttpReasonPhraseAttribute).toString());
+}
+
 /// True if the server has nothing behind the offset because the file ends there: an earlier run
 /// got everything and died before it could finish.
 bool FileDownloader::HoldsWholeFile() const
 {
-    return HttpStatus() == kRangeNotSatisfiable && m_file.isOpen() && m_resumeOffset > 0
+    return HttpStatus() == kRangeNotSatisfiable && !m_deleteOnClose && m_resumeOffset > 0
            && m_reply->rawHeader("Content-Range")
                   == "bytes */" + QByteArray::number(m_resumeOffset);
 }
@@ -359,7 +425,6 @@ void FileDownloader::onTimer1000()
         }
     } else if (m_stalled) {
         Resume();
-        m_stalled = false;
         m_lastDataTime = Now();
     }
 }

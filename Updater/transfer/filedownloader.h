@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QNetworkRequest>
 #include <QObject>
+#include <QPointer>
 #include <QSsl>
 #include <QSslSocket>
 #include <QTimer>
@@ -89,9 +90,14 @@ private:
     bool OpenTarget(const QString &file_path, qint64 expected_size, bool &resume);
     qint64 DataHeld() const;
     int HttpStatus() const;
+    QString ReplyError() const;
+    bool BringsTheFile() const;
+    bool BroughtTheFile() const;
+    bool BringsOtherRange() const;
     bool HoldsWholeFile() const;
     bool StageData();
     bool WriteStaged(bool final_write);
+    bool Append(qint64 staged, qint64 sum, bool with_tail);
     bool DrainReply();
     void FinishWell();
     void FinishWithError();
@@ -104,9 +110,9 @@ public:
 private:
     QNetworkAccessManager *m_manager = nullptr; // owned if m_ownsManager
     QNetworkRequest m_request;
-    QNetworkReply *m_reply = nullptr; // owned; null while nothing is in flight
-    QFile m_file;                     // without a name: memory mode
-    QByteArray m_data;                // memory mode: all that was received
+    QPointer<QNetworkReply> m_reply; // owned, unless the manager dies first; null: none in flight
+    QFile m_file;                    // without a name: memory mode
+    QByteArray m_data;               // memory mode: all that was received
 
 public:
     QString m_error;         // empty: success

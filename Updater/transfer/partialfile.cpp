@@ -25,11 +25,6 @@ QByteArray PartialFileTail::ToBytes() const
     return bytes + stamp.toLatin1();
 }
 
-QString StoredStamp(QString stamp)
-{
-    return stamp.leftJustified(PartialFileTail::kStampSize, '0', true);
-}
-
 qint64 FileDownloader::ReadTailBytes(QFile &file, const QString &stamp, bool truncate_tail)
 {
     const qint64 length = file.size() - PartialFileTail::kSize;
@@ -59,7 +54,7 @@ void FileDownloader::AddTailBytes(QFile &file, QString &stamp, qint64 running_su
     tail.sum =
         data_length > 0 ? std::accumulate(data, data + data_length, running_sum) : running_sum;
     tail.length = file.size();
-    tail.stamp = StoredStamp(stamp);
+    tail.stamp = stamp.leftJustified(PartialFileTail::kStampSize, '0', true);
     if (!stamp.isEmpty())
         stamp = tail.stamp; // the next tail is compared with what is stored
     file.seek(file.size());

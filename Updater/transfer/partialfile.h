@@ -13,12 +13,9 @@ struct PartialFileTail
 
     qint64 sum = 0;
     qint64 length = 0;
-    QString stamp; // kStampSize characters
+    QString stamp; // kStampSize characters: filled up with "0", or cut
 
     /// Takes exactly kSize bytes.
     static PartialFileTail FromBytes(const QByteArray &bytes);
     QByteArray ToBytes() const;
 };
-
-/// \a stamp as a tail holds it: filled up with "0" or cut to kStampSize characters.
-QString StoredStamp(QString stamp);

@@ -1,0 +1,116 @@
+#include "support/scriptedserver.h"
+
+#include <QRegularExpression>
+#include <QTcpSocket>
+#include <QTimer>
+
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+ScriptedServer::ScriptedServer(const QByteArray &file)
+    : m_file(file)
+{
+    connect(&m_server, &QTcpServer::newConnection, this, &ScriptedServer::Accept);
+    m_server.listen(QHostAddress::LocalHost);
+}
+
+QString ScriptedServer::Url(const QString &scheme) const
+{
+    return QString("%1://127.0.0.1:%2/a.zip").arg(scheme).arg(m_server.serverPort());
+}
+
+QByteArray ScriptedServer::Head(const QByteArray &status, const QByteArray &headers)
+{
+    return "HTTP/1.1 " + status + "\r\n" + headers + "\r\n\r\n";
+}
+
+void ScriptedServer::Accept()
+{
+    QTcpSocket *socket = m_server.nextPendingConnection();
+    socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    connect(socket, &QTcpSocket::readyRead, this, [this, socket] { Read(socket); });
+    connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
+        m_requests.remove(socket);
+        socket->deleteLater();
+    });
+}
+
+void ScriptedServer::Read(QTcpSocket *socket)
+{
+    QByteArray &request = m_requests[socket];
+    request += socket->readAll();
+    const bool hand_shake = request.startsWith('\x16'); // TLS, for which the script has garbage
+    if (!hand_shake && !request.endsWith("\r\n\r\n"))
+        return;
+    const QByteArray range =
+        QRegularExpression("\r\nRange: ([^\r]*)").match(request).captured(1).toLatin1();
+    m_ranges << range;
+    Send(socket, m_script.isEmpty() ? Answer{GoodAnswer(request, range)} : m_script.takeFirst());
+    m_requests.remove(socket);
+}
+
+QByteArray ScriptedServer::GoodAnswer(const QByteArray &request, const QByteArray &range) const
+{
+    const int offset = range.mid(6, range.size() - 7).toInt(); // "bytes=5-"
+    const QByteArray size = QByteArray::number(m_file.size());
+    QByteArray status = "200 OK";
+    QByteArray headers = "Last-Modified: Wed, 01 May 2024 12:30:45 GMT";
+    QByteArray body = m_file.mid(offset);
+    if (!range.isEmpty() && body.isEmpty()) {
+        status = "416 Range Not Satisfiable";
+        headers += "\r\nContent-Range: bytes */" + size;
+        body = "<html>416</html>";
+    } else if (!range.isEmpty()) {
+        status = "206 Partial Content";
+        headers += "\r\nContent-Range: bytes " + QByteArray::number(offset) + "-"
+                   + QByteArray::number(m_file.size() - 1) + "/" + size;
+    }
+    headers += "\r\nContent-Length: " + QByteArray::number(body.size());
+    return Head(status, headers) + (request.startsWith("HEAD") ? QByteArray() : body);
+}
+
+void ScriptedServer::Send(QTcpSocket *socket, const Answer &answer)
+{
+    if (answer.pace > 0) {
+        SendPaced(socket, answer);
+    } else {
+        socket->write(answer.bytes);
+        End(socket, answer.then);
+    }
+}
+
+void ScriptedServer::SendPaced(QTcpSocket *socket, const Answer &answer)
+{
+    socket->write(answer.bytes.left(answer.pace));
+    socket->flush();
+    if (answer.bytes.size() <= answer.pace) {
+        End(socket, answer.then);
+        return;
+    }
+    const Answer rest = {answer.bytes.mid(answer.pace), answer.then, answer.pace};
+    QTimer::singleShot(1, socket, [this, socket, rest] { SendPaced(socket, rest); });
+}
+
+void ScriptedServer::End(QTcpSocket *socket, Then then)
+{
+    if (then == Close)
+        socket->disconnectFromHost();
+    else if (then == Reset)
+        ResetWhenReceived(socket);
+}
+
+void ScriptedServer::ResetWhenReceived(QTcpSocket *socket)
+{
+    const int descriptor = static_cast<int>(socket->socketDescriptor());
+    int on_the_way = 0;
+    socket->flush();
+    ioctl(descriptor, SIOCOUTQ, &on_the_way);
+    if (on_the_way > 0 || socket->bytesToWrite() > 0) {
+        QTimer::singleShot(1, socket, [this, socket] { ResetWhenReceived(socket); });
+        return;
+    }
+    const linger at_once = {1, 0};
+    setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &at_once, sizeof(at_once));
+    socket->abort();
+}

@@ -1,0 +1,400 @@
+#include "app/datasingleton.h"
+#include "support/scriptedserver.h"
+#include "support/silentconsole.h"
+#include "transfer/filedownloader.h"
+
+#include <QNetworkAccessManager>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <sys/resource.h>
+
+using Answer = ScriptedServer::Answer;
+using Script = QList<Answer>;
+Q_DECLARE_METATYPE(Script)
+
+namespace {
+
+const int kSize = 2500000; // of the remote file
+const QString kStamp = "2024-05-01T12:30:45.000Z";
+const QByteArray kDate = "Wed, 01 May 2024 12:30:45 GMT";
+const QByteArray kNothing;
+
+QByteArray RandomBytes(int size)
+{
+    QByteArray bytes(size, '\0');
+    QRandomGenerator random(1);
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random.generate()); });
+    return bytes;
+}
+
+Script Times(int count, const Answer &answer)
+{
+    Script script;
+    while (script.size() < count)
+        script << answer;
+    return script;
+}
+
+QByteArray Length(int length)
+{
+    return "Content-Length: " + QByteArray::number(length);
+}
+
+/// The whole file is announced, but only \a body comes.
+QByteArray Ok(const QByteArray &body)
+{
+    return ScriptedServer::Head("200 OK", Length(kSize)) + body;
+}
+
+QByteArray Part(const QByteArray &content_range, const QByteArray &body)
+{
+    const QByteArray range = content_range.isEmpty() ? "" : "\r\nContent-Range: " + content_range;
+    return ScriptedServer::Head("206 Partial Content", Length(body.size()) + range) + body;
+}
+
+QByteArray Page(const QByteArray &status, const QByteArray &header = "Server: test")
+{
+    const QByteArray body = "<html>" + status + "</html>";
+    return ScriptedServer::Head(status, header + "\r\n" + Length(body.size())) + body;
+}
+
+} // namespace
+
+/// Each fault, then one attempt more against a server without one.
+class TestFaults : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void EndsAsItMust_data();
+    void EndsAsItMust();
+    void ProbesAgainAfterAFault_data();
+    void ProbesAgainAfterAFault();
+    void AsksAgainAsLongAsTheServerStalls();
+    void StopsAtABrokenHandShake();
+    void LeavesADamagedFileAlone();
+    void SurvivesAFullDisk_data();
+    void SurvivesAFullDisk();
+
+private:
+    enum Method { Get, Head };
+
+    QString Path() const { return m_dir.filePath("a.zip.dnl"); }
+    QByteArray FileBytes() const;
+    void MakePartialFile(const QByteArray &data) const;
+    void Start(FileDownloader &transfer, Method method = Get, const QString &scheme = "http");
+    void Run(FileDownloader &transfer, Method method = Get, const QString &scheme = "http");
+    QString Text(const QString &error) const;
+
+    const QByteArray m_content = RandomBytes(kSize);
+    QTemporaryDir m_dir;
+    QScopedPointer<ScriptedServer> m_server;
+    QScopedPointer<QNetworkAccessManager> m_manager;
+};
+
+void TestFaults::initTestCase()
+{
+    SilentConsole::Start();
+    DataSingleton::Initialize(nullptr, m_dir.path());
+}
+
+void TestFaults::init()
+{
+    m_manager.reset(new QNetworkAccessManager);
+    m_server.reset(new ScriptedServer(m_content));
+}
+
+void TestFaults::cleanup()
+{
+    m_manager.reset();
+    QFile::remove(Path());
+    QCOMPARE(SilentConsole::Take(), QStringList());
+}
+
+QByteArray TestFaults::FileBytes() const
+{
+    QFile file(Path());
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void TestFaults::MakePartialFile(const QByteArray &data) const
+{
+    QFile file(Path());
+    QString stamp = kStamp;
+    QByteArray bytes = data;
+    QVERIFY(file.open(QFile::ReadWrite) && file.write(data) == data.size());
+    FileDownloader::AddTailBytes(file, stamp, 0, reinterpret_cast<unsigned char *>(bytes.data()),
+                                 bytes.size());
+}
+
+/// With a clock that is fast enough for a test.
+void TestFaults::Start(FileDownloader &transfer, Method method, const QString &scheme)
+{
+    QVERIFY(transfer.Start(m_manager.data(), m_server->Url(scheme), method == Head, kSize,
+                           method == Head ? QString() : Path(), kStamp, true, 500, nullptr));
+    transfer.m_timer.setInterval(20);
+}
+
+/// From the start to the one finish.
+void TestFaults::Run(FileDownloader &transfer, Method method, const QString &scheme)
+{
+    QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
+    Start(transfer, method, scheme);
+    QVERIFY(finished.wait(20000));
+    QCoreApplication::processEvents();
+    QCOMPARE(finished.count(), 1);
+    QVERIFY(!transfer.IsBusy() && !transfer.m_timer.isActive());
+}
+
+/// "%1" in an error text stands for how those of the server begin.
+QString TestFaults::Text(const QString &error) const
+{
+    return error.contains("%1") ? error.arg("Error transferring " + m_server->Url()) : error;
+}
+
+void TestFaults::EndsAsItMust_data()
+{
+    QTest::addColumn<int>("held"); // bytes in the partial file before
+    QTest::addColumn<Script>("script");
+    QTest::addColumn<QString>("error");
+    QTest::addColumn<float>("percent");
+    QTest::addColumn<QByteArray>("data"); // in the file afterwards
+    QTest::addColumn<bool>("resumable");
+
+    const auto ends = [](const char *name, int held, const Script &script, const QByteArray &data) {
+        QTest::newRow(name) << held << script << QString() << 100.0F << data << false;
+    };
+    const auto fails = [](const QByteArray &name, int held, const Script &script,
+                          const QString &error, const QByteArray &data) {
+        QTest::newRow(name) << held << script << error << -1.0F << data << !data.isEmpty();
+    };
+    const QByteArray &all = m_content;
+    const Answer silence = {};
+    const Script silence_for_ever = Times(9, silence);
+
+    fails("never answers", 0, silence_for_ever, "Remote response timeout.", kNothing);
+    ends("stalls once", 0, {{Ok(all.left(1234567))}}, all);
+    ends("stalls before the first byte", 0, {silence}, all);
+    ends("stalls in the middle of an error page", 0, {{Page("503 Busy").chopped(9)}}, all);
+    fails("stalls for ever at a whole percent", 0,
+          Script{{Ok(all.left(kSize / 2))}} + silence_for_ever, "Remote response timeout.",
+          all.left(kSize / 2));
+    ends("trickles", 0, {{Ok(all), ScriptedServer::KeepOpen, 5000}}, all);
+
+    // Four times, as the toolkit asks up to three times more by itself if it finds the connection
+    // closed before it has read the head; with a pace, as it drops what lies in the socket when a
+    // full reply loses its connection.
+    const int pace = 100000;
+    for (const int count : {0, 1, 39, 40, 41, 999999, 1000000, 1000001}) {
+        const QByteArray at = " at byte " + QByteArray::number(count);
+        const QByteArray part = Ok(all.left(count));
+        fails("closed" + at, 0, Times(4, {part, ScriptedServer::Close, pace}), "Connection closed",
+              all.left(count));
+        fails("reset" + at, 0, Times(4, {part, ScriptedServer::Reset, pace}), "Connection closed",
+              all.left(count));
+    }
+    fails("closed without a word", 1000, Times(4, {"", ScriptedServer::Close}), "Connection closed",
+          all.left(1000));
+    fails("no HTTP", 1000, Times(4, {"garbage\r\n\r\n"}), "Connection closed", all.left(1000));
+
+    const QByteArray unknown_length = ScriptedServer::Head("200 OK", "Connection: close");
+    ends("no Content-Length", 0, {{unknown_length + all, ScriptedServer::Close}}, all);
+    // Nobody can tell the cut here but the caller, who knows the size.
+    ends("no Content-Length, cut", 0, {{unknown_length + all.left(1000), ScriptedServer::Close}},
+         all.left(1000));
+    ends("chunked", 0,
+         {{ScriptedServer::Head("200 OK", "Transfer-Encoding: chunked")
+           + QByteArray::number(kSize, 16) + "\r\n" + all + "\r\n0\r\n\r\n"}},
+         all);
+
+    const QByteArray login = "Location: /login";
+    fails("redirect", 1000, {{Page("302 Found", login)}}, "%1 - server replied: Found",
+          all.left(1000));
+    for (const char *status : {"403 Forbidden", "404 Not Found", "500 Broken", "503 Busy"})
+        fails(status, 1000, {{Page(status)}}, "%1 - server replied: " + QString(status).mid(4),
+              all.left(1000));
+    fails("401", 1000, {{Page("401 Unauthorized", "WWW-Authenticate: Basic realm=x")}},
+          "Host requires authentication", all.left(1000));
+
+    ends("has everything already", kSize, {}, all);
+    fails("has more than there is", 1000,
+          {{Page("416 No Such Range", "Content-Range: bytes */999")}},
+          "%1 - server replied: No Such Range", kNothing);
+    ends("range answered by its part, unnamed", 1000, {{Part("", all.mid(1000))}}, all);
+    ends("range answered by the whole", 1000, {{Ok(all)}}, all.left(1000) + all);
+    ends("range answered by other content", 1000, {{Part("bytes 1000-1002/1003", "abc")}},
+         all.left(1000) + "abc");
+    fails("range answered by another range", 1000, {{Part("bytes 999-1001/1002", "abc")}},
+          "Server sent another part of the file", kNothing);
+    ends("compressed against our wish", 0,
+         {{ScriptedServer::Head("200 OK", "Content-Encoding: gzip\r\n" + Length(3)) + "abc"}},
+         "abc");
+}
+
+void TestFaults::EndsAsItMust()
+{
+    QFETCH(int, held);
+    QFETCH(Script, script);
+    QFETCH(QString, error);
+    QFETCH(QByteArray, data);
+    QFETCH(bool, resumable);
+    if (held > 0)
+        MakePartialFile(m_content.left(held));
+
+    FileDownloader transfer(nullptr);
+    m_server->SetScript(script);
+    Run(transfer);
+    QCOMPARE(transfer.m_error, Text(error));
+    QTEST(transfer.m_percent, "percent");
+    const qint64 kept = FileDownloader::GetDownloadedFileDetails(Path(), kStamp);
+    QCOMPARE(kept, qint64(resumable ? data.size() : 0));
+    QVERIFY(FileBytes().left(data.size()) == data);
+    QCOMPARE(FileBytes().size(), data.size() + (resumable ? 40 : 0));
+
+    init(); // as another run would
+    FileDownloader next(nullptr);
+    Run(next);
+    QCOMPARE(m_server->Ranges().value(0),
+             kept > 0 ? "bytes=" + QByteArray::number(kept) + "-" : kNothing);
+    QCOMPARE(next.m_error, QString());
+    QVERIFY(FileBytes() == m_content);
+}
+
+void TestFaults::ProbesAgainAfterAFault_data()
+{
+    QTest::addColumn<Script>("script");
+    QTest::addColumn<QString>("error");
+    QTest::addColumn<QString>("length");
+    QTest::addColumn<QString>("modified");
+    const QByteArray good =
+        ScriptedServer::Head("200 OK", Length(5) + "\r\nLast-Modified: " + kDate);
+    QTest::newRow("none") << Script{{good}} << ""
+                          << "5" << kStamp;
+    QTest::newRow("connection closed between the two")
+        << Script{{good, ScriptedServer::Close}} << ""
+        << "5" << kStamp;
+    QTest::newRow("connection closed at the second one")
+        << Script{{good}, {"", ScriptedServer::Close}} << ""
+        << "5" << kStamp;
+    QTest::newRow("no length, no date")
+        << Script{{ScriptedServer::Head("200 OK", "Connection: close"), ScriptedServer::Close}}
+        << ""
+        << ""
+        << "";
+    QTest::newRow("refused") << Script{{ScriptedServer::Head("405 Not Here", Length(0))}}
+                             << "%1 - server replied: Not Here"
+                             << "0"
+                             << "";
+    QTest::newRow("redirect") << Script{{ScriptedServer::Head("302 Found",
+                                                              "Location: /\r\n" + Length(9))}}
+                              << "%1 - server replied: Found"
+                              << "9"
+                              << "";
+    QTest::newRow("silent, so that it is asked again as a GET")
+        << Script{{}} << "" << QString::number(kSize) << kStamp;
+}
+
+void TestFaults::ProbesAgainAfterAFault()
+{
+    QFETCH(Script, script);
+    QFETCH(QString, error);
+    FileDownloader probe(nullptr);
+    m_server->SetScript(script);
+    Run(probe, Head);
+    QCOMPARE(probe.m_error, Text(error));
+    QTEST(probe.m_contentLength, "length");
+    QTEST(probe.m_lastModified, "modified");
+
+    FileDownloader next(nullptr);
+    Run(next, Head);
+    QCOMPARE(next.m_error, QString());
+    QCOMPARE(next.m_contentLength, QString::number(kSize));
+    QCOMPARE(next.m_lastModified, kStamp);
+}
+
+void TestFaults::AsksAgainAsLongAsTheServerStalls()
+{
+    FileDownloader transfer(nullptr);
+    const QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
+    const int pace = 20000; // the toolkit reports no progress within the first 100 ms
+    m_server->SetScript(Script{{Ok(m_content.left(1234567)), ScriptedServer::KeepOpen, pace}}
+                        + Times(9, {}));
+    Start(transfer);
+    QTRY_COMPARE(m_server->Ranges().size(), 4);
+    QCOMPARE(finished.count(), 0);
+    transfer.Abort(false);
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(transfer.m_error, QString("Operation canceled"));
+    QCOMPARE(m_server->Ranges().mid(1).count("bytes=1234567-"), 3);
+    QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), kStamp), qint64(1234567));
+}
+
+void TestFaults::StopsAtABrokenHandShake()
+{
+    MakePartialFile("abc");
+    FileDownloader transfer(nullptr);
+    m_server->SetScript(Times(4, {"no TLS here"}));
+    Run(transfer, Get, "https");
+    QCOMPARE(transfer.m_error, QString("SSL handshake failed"));
+    QCOMPARE(transfer.m_percent, -1.0F);
+    QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), kStamp), qint64(3));
+}
+
+void TestFaults::LeavesADamagedFileAlone()
+{
+    FileDownloader transfer(nullptr);
+    QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
+    m_server->SetScript({{Ok(m_content.left(1200000))}});
+    Start(transfer);
+    QTRY_VERIFY(FileBytes().size() == 1000040);
+    QVERIFY(QFile::resize(Path(), 1000000)); // by somebody else
+    QVERIFY(finished.wait(20000));
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(transfer.m_error, QString("File data corrupted."));
+    QVERIFY(FileBytes() == m_content.left(1000000));
+}
+
+void TestFaults::SurvivesAFullDisk_data()
+{
+    QTest::addColumn<int>("room");
+    QTest::addColumn<int>("kept");
+    QTest::newRow("full in the first buffer") << 999999 << 0;
+    QTest::newRow("full in the first tail") << 1000020 << 0;
+    QTest::newRow("full in the second buffer") << 1500000 << 1000000;
+    QTest::newRow("full in the second tail") << 2000020 << 1000000;
+    QTest::newRow("full in the last write") << 2499999 << 2000000;
+}
+
+/// The system gives the size limit of a process the effects of a full disk: short writes and
+/// errors.
+void TestFaults::SurvivesAFullDisk()
+{
+    QFETCH(int, room);
+    QFETCH(int, kept);
+    rlimit limit = {};
+    QVERIFY(getrlimit(RLIMIT_FSIZE, &limit) == 0 && signal(SIGXFSZ, SIG_IGN) != SIG_ERR);
+    const rlimit tight = {static_cast<rlim_t>(room), limit.rlim_max};
+
+    FileDownloader transfer(nullptr);
+    setrlimit(RLIMIT_FSIZE, &tight);
+    Run(transfer);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    QVERIFY(!transfer.m_error.isEmpty());
+    QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), kStamp), qint64(kept));
+
+    FileDownloader next(nullptr);
+    Run(next);
+    QCOMPARE(next.m_error, QString());
+    QVERIFY(FileBytes() == m_content);
+}
+
+QTEST_GUILESS_MAIN(TestFaults)
+
+#include "test_faults.moc"
