@@ -100,7 +100,7 @@ void DownloadWgt::on_pb_install_clicked()
         window->AddToDownload(record);
     else if (record->status != RecordStatus::Installing || IsConfirmed(this, kCancelInstalling))
         window->CancelDownloadInstall(record);
-    UpdateButtons(); // or a second press would do what the first one has overtaken
+    // The text stays until the next tick, so that a double click doesn't install and cancel.
 }
 
 void DownloadWgt::on_table_itemSelectionChanged()
