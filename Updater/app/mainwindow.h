@@ -134,4 +134,5 @@ private:
     QList<DN_FILE_STRUCT *> delete_queue;
     QList<DN_FILE_STRUCT *> post_install_queue;
     int probe_index = 0; // the record that is probed, so that nothing has to search for it
+    bool closed = false; // tells the tree pass, if the close came in the midst of it
 };

@@ -133,6 +133,7 @@ void MainWindow::on_tree_wgt_itemSelectionChanged()
 
 void MainWindow::AddTreeArchItems()
 {
+    closed = false;
     // Versions and targets first: events are processed below, and a press of "Uninstall" needs
     // them.
     for (DN_FILE_STRUCT *record : qAsConst(records)) {
