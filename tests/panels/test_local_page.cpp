@@ -107,8 +107,7 @@ void TestLocalPage::InstallsPickedFiles()
 
 void TestLocalPage::AsksForAnInstalledOne()
 {
-    Installation installation;
-    installation.Window()->closed = true; // the records keep the status that is set here
+    Installation installation(false); // the records keep the status that is set here
     LocalDownloadDlg *page = PageOf(installation);
     const QTemporaryDir picked;
     for (const char *name : {"a.hlib.zip", "b.htc", "xa.hlib.zip"})

@@ -46,7 +46,6 @@ struct Page
 {
     Page()
     {
-        installation.Window()->closed = true; // no stage takes a record from its queue
         record.file_name = "a.zip";
         record.install_root = installation.Path("");
         record.install_dir = "a";
@@ -55,7 +54,7 @@ struct Page
         table->selectRow(0);
     }
 
-    Installation installation;
+    Installation installation{false}; // no stage takes the record from its queue
     DN_FILE_STRUCT record;
     DownloadWgt widget{{"Files", "Status"}, nullptr};
     QTableWidget *table = widget.findChild<QTableWidget *>("table");
@@ -168,6 +167,7 @@ void TestPages::HandsPressesOn()
     MainWindow *window = page.installation.Window();
     page.record.status = RecordStatus::Installed;
     page.widget.onTimer500();
+    page.widget.timer.stop(); // no tick in the midst of the double click
     QTest::mouseClick(page.install, Qt::LeftButton);
     QTest::mouseDClick(page.install, Qt::LeftButton); // only the press of a double click
     QTest::mouseRelease(page.install, Qt::LeftButton);
@@ -219,7 +219,6 @@ void TestPages::StopsTheTransferOfAnUninstalledRecord()
         QCOMPARE(page.record.downloader != nullptr, transfers);
         page.widget.onTimer500();
         page.uninstall->click();
-        window->closed = false;
         QVERIFY(!page.record.downloader && window->download_queue.isEmpty());
         QCOMPARE(window->delete_queue, QList<DN_FILE_STRUCT *>{&page.record});
         QVERIFY(page.installation.Work(

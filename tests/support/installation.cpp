@@ -3,6 +3,7 @@
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
 #include "pipeline/extractor.h"
+#include "transfer/filedownloader.h"
 
 #include <QApplication>
 #include <QDir>
@@ -24,7 +25,8 @@ extern "C" const char *__lsan_default_suppressions()
     return "leak:QScreen::QScreen\nleak:libqoffscreen\n";
 }
 
-Installation::Installation()
+Installation::Installation(bool beats)
+    : m_beats(beats)
 {
     QDir(m_root.path()).mkdir("bin_lnx");
     QFile::link(ZEFT_EXTRACTOR, Path("bin_lnx/zeft_fextr_cmd"));
@@ -42,12 +44,15 @@ void Installation::Restart()
         End();
     m_window = new MainWindow(nullptr);
     DataSingleton::Initialize(m_window, m_root.path());
-    m_window->Initialize();
+    if (m_beats)
+        m_window->Initialize();
     m_window->show();
 }
 
 void Installation::End()
 {
+    delete m_window->base_downloader;
+    m_window->base_downloader = nullptr;
     while (!m_window->download_queue.isEmpty())
         m_window->StopDownload(m_window->download_queue.first());
     for (QProcess **process :

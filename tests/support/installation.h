@@ -18,7 +18,8 @@ struct DN_FILE_STRUCT;
 class Installation
 {
 public:
-    Installation();
+    /// With \a beats false the program's clock stands still, and only Work() drives the pipeline.
+    explicit Installation(bool beats = true);
     ~Installation();
 
     /// A new run of the program over the same root.
@@ -45,6 +46,7 @@ public:
 private:
     void End();
 
+    bool m_beats;
     QTemporaryDir m_root;
     MainWindow *m_window = nullptr;
 };
