@@ -33,6 +33,8 @@ const char *const kClasses[] = {
     "8bit/16bit uC", "32bit/64bit uC (No FPU)", "32bit/64bit uC (FPU)", "FPGA",
     "Embedded OS",   "Android Device",          "Desktop/Server",       "Native"};
 
+const int kDescriptionRole = Qt::UserRole + 1; // file name of a package's description
+
 template <typename Parent>
 QTreeWidgetItem *MakeItem(Parent *parent, const QString &text, int type,
                           const QString &tool_tip = QString())
@@ -69,6 +71,12 @@ QWidget *PageByType(const QTreeWidgetItem *item)
     default:
         return nullptr;
     }
+}
+
+void ShowDescription(const QTreeWidgetItem *item)
+{
+    const QString name = item->data(0, kDescriptionRole).toString();
+    PageOf<DownloadWgt>(item)->SetHtmlText(TextUpToNul(DocumentData(name)));
 }
 
 bool ShowsRecord(const QTreeWidgetItem *item, DN_FILE_STRUCT *record)
@@ -126,6 +134,9 @@ void MainWindow::on_tree_wgt_itemSelectionChanged()
     QWidget *page = item ? PageByType(item) : nullptr;
     if (!page)
         return;
+    // A fast connection builds the tree before the descriptions are unpacked.
+    if (item->type() == PackageItem && !PageOf<DownloadWgt>(item)->HasText())
+        ShowDescription(item);
     page->setParent(this);
     ui->ly_user->addWidget(page);
     page->show();
@@ -183,8 +194,9 @@ void MainWindow::AddPackages()
         AddPackageRow(page, first, by_stem.value(first));
         // A record shows once on a page, so equal stems leave nothing for the second row.
         AddPackageRow(page, second, second == first ? nullptr : by_stem.value(second));
-        page->SetHtmlText(TextUpToNul(DocumentData(package.page)));
         StorePage(item, page);
+        item->setData(0, kDescriptionRole, package.page);
+        ShowDescription(item);
         // A new page leaves timers and events behind, and each of them slows the next page down.
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     }

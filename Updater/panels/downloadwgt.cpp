@@ -65,6 +65,11 @@ void DownloadWgt::SetPlainText(const QString &text)
     ui->text->setPlainText(text);
 }
 
+bool DownloadWgt::HasText() const
+{
+    return !ui->text->document()->isEmpty();
+}
+
 DN_FILE_STRUCT *DownloadWgt::SelectedRecord()
 {
     return FS(ui->table->currentRow());

@@ -27,6 +27,13 @@ qint64 Now()
     return DataSingleton::Inst()->GetElapsedTime();
 }
 
+/// Made once: the system's name takes reading a file.
+QString UserAgent()
+{
+    static const QString agent = QString("ZEFT-Updater (%1)").arg(QSysInfo::prettyProductName());
+    return agent;
+}
+
 /// A percent without its fraction; 0 for one that is no number or far out of range.
 qint64 WholePercent(float percent)
 {
@@ -87,8 +94,7 @@ bool FileDownloader::Start(QNetworkAccessManager *manager, const QString &url, b
         m_manager->connectToHostEncrypted(url, 443, QSslConfiguration::defaultConfiguration());
 
     m_request = QNetworkRequest(QUrl(url, QUrl::TolerantMode));
-    m_request.setHeader(QNetworkRequest::UserAgentHeader,
-                        QString("ZEFT-Updater (%1)").arg(QSysInfo::prettyProductName()));
+    m_request.setHeader(QNetworkRequest::UserAgentHeader, UserAgent());
     // A compressed reply has no length, and a range of one can't be read.
     m_request.setRawHeader("Accept-Encoding", "identity");
     if (head_only || !resume)

@@ -187,6 +187,12 @@ void TestTree::ShowsDescriptions()
     QTEST(text->toPlainText().remove(QChar::ObjectReplacementCharacter), "text");
     if (page == "a.htm")
         QCOMPARE(text->document()->begin().begin().fragment().charFormat().fontPointSize(), 10.0);
+
+    // What is unpacked later shows as soon as the package is selected.
+    QTreeWidgetItem *item = Top(installation, 1)->child(0)->child(0);
+    WriteFile(installation.Download("hwd_doc/b.htm"), "late");
+    item->treeWidget()->setCurrentItem(item);
+    QCOMPARE(text->toPlainText() == "late", page == "b.htm");
 }
 
 void TestTree::SortsRecordsAndTellsTheirStatus()

@@ -151,8 +151,8 @@ void TestFolderWalk::FindsFiles_data()
     QTest::addColumn<QString>("folder"); // below the temporary one
     QTest::newRow("d.txt") << "/sub/deep";
     QTest::newRow("a.txt") << "/sub";
-    QTest::newRow("c") << "";            // no extension: all files
-    QTest::newRow("eep") << "/sub/deep"; // anywhere in the path
+    QTest::newRow("/c") << "";             // no extension: all files
+    QTest::newRow("/deep") << "/sub/deep"; // anywhere in the path
     QTest::newRow("c.txt") << QString();
     QTest::newRow("B.txt") << QString(); // the name's case counts
 }

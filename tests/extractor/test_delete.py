@@ -1,6 +1,7 @@
 """#ddir: everything in the folder goes, nothing else does."""
 
 import os
+import resource
 import shutil
 import subprocess
 import unittest
@@ -52,6 +53,64 @@ class Delete(ExtractorTest):
                                      text=True, env={"ASAN_OPTIONS": "detect_leaks=0"})
                 self.assertEqual((run.returncode, run.stdout), (1, ""))
                 self.assertIn("refusing to delete", run.stderr)
+
+    def test_read_only_folders_of_an_ordinary_user(self):
+        os.chmod(self.home, 0o755)
+        os.chmod(self.target, 0o777)
+        as_user = {"user": 65534, "group": 65534} if os.geteuid() == 0 else {}
+        subprocess.run(["sh", "-ec", "mkdir -p C/r/w C/n/w; touch C/r/f C/r/w/f C/n/f C/n/w/f;"
+                        "chmod 555 C/r; chmod 0 C/n; chmod 400 C"], cwd=self.target, check=True,
+                       **as_user)
+        self.succeed("#ddir", self.path("target", "C"), **as_user)
+        self.assertEqual(read_tree(self.target), {})
+
+    def test_what_cannot_go_is_told(self):
+        os.chmod(self.home, 0o755)
+        make_tree(self.target, {"C/mine/f": (0o644, b""), "C/other/f": (0o644, b"")})
+        run = subprocess.run(
+            ["unshare", "-rm", "sh", "-ec", """cd "$1/C"; mount --bind other/f mine/f; cd /
+             exec "$0" "#ddir" "#$1/C" """, EXTRACTOR, self.target], capture_output=True, text=True,
+            cwd="/")
+        self.assertEqual(run.returncode, 1)
+        self.assertRegex(run.stderr, "C/mine/f: Device or resource busy")
+        self.assertNotIn("100%", run.stdout)
+        self.assertEqual(sorted(read_tree(self.target)), ["C", "C/mine", "C/mine/f"])
+
+    def test_other_file_systems_stay(self):
+        for name, mount in (("another kind", "mount -t tmpfs t"), ("the same", 'mount --bind "$2"')):
+            for at in ("C", "C/m"):
+                with self.subTest(name, at=at):
+                    make_tree(self.target, {"C/m/f": (0o644, b""), "C/n": (0o644, b"")})
+                    make_tree(self.path("other" + name + at), {"g": (0o644, b"")})
+                    run = subprocess.run(
+                        ["unshare", "-rm", "sh", "-ec", f"""{mount} "$1/{at}"; touch "$1/{at}/g"
+                         "$0" "#ddir" "#$1/C" || ls "$1/{at}" """, EXTRACTOR, self.target,
+                         self.path("other" + name + at)], capture_output=True, text=True, cwd="/")
+                    self.assertEqual(run.stdout.splitlines()[-1:], ["g"])
+                    self.assertIn("another file system is mounted there", run.stderr)
+                    self.assertEqual("C/n" in read_tree(self.target), at == "C")
+
+    def test_depth_and_number_do_not_matter(self):
+        subprocess.run(["python3", "-c", """if True:
+            import os
+            os.mkdir("C"); os.chdir("C")
+            for i in range(3000):
+                open(f"a rather long name of a file {i}", "w").close()
+            for i in range(5000):
+                os.mkdir("d"); os.chdir("d")"""], cwd=self.target, check=True)
+        self.succeed("#ddir", self.path("target", "C"),
+                     preexec_fn=lambda: (resource.setrlimit(resource.RLIMIT_NOFILE, (100, 100)),
+                                         resource.setrlimit(resource.RLIMIT_STACK, (1 << 18,) * 2)))
+        self.assertEqual(read_tree(self.target), {})
+
+    def test_a_component_in_use_goes(self):
+        make_tree(self.target, {"C/d/f": (0o644, b"")})
+        shutil.copy("/bin/sleep", self.path("target", "C", "d", "program"))
+        with subprocess.Popen([self.path("target", "C", "d", "program"), "1000"],
+                              cwd=self.path("target", "C", "d")) as program:
+            self.succeed("#ddir", self.path("target", "C"))
+            self.assertEqual(read_tree(self.target), {})
+            program.kill()
 
 
 class Usage(ExtractorTest):

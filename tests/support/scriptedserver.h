@@ -52,5 +52,5 @@ private:
     QList<Answer> m_script;
     QByteArrayList m_ranges;
     QHash<QTcpSocket *, QByteArray> m_requests; // what has come of the next one
-    QTcpServer m_server; // last, as its sockets say good-bye when it dies
+    QTcpServer m_server;                        // last, as its sockets say good-bye when it dies
 };

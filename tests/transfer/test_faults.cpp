@@ -79,7 +79,9 @@ private slots:
     void ProbesAgainAfterAFault();
     void AsksAgainAsLongAsTheServerStalls();
     void StopsAtABrokenHandShake();
+    void LeavesADamagedFileAlone_data();
     void LeavesADamagedFileAlone();
+    void EndsAPauseThatWasTooLong();
     void SurvivesAFullDisk_data();
     void SurvivesAFullDisk();
 
@@ -347,18 +349,56 @@ void TestFaults::StopsAtABrokenHandShake()
     QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), kStamp), qint64(3));
 }
 
+void TestFaults::LeavesADamagedFileAlone_data()
+{
+    QTest::addColumn<bool>("pause");
+    QTest::newRow("while data arrives") << false;
+    QTest::newRow("at a pause") << true;
+}
+
 void TestFaults::LeavesADamagedFileAlone()
 {
+    QFETCH(bool, pause);
     FileDownloader transfer(nullptr);
     QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
-    m_server->SetScript({{Ok(m_content.left(1200000))}});
+    m_server->SetScript({{Ok(m_content.left(1234567))}});
     Start(transfer);
-    QTRY_VERIFY(FileBytes().size() == 1000040);
+    QTRY_COMPARE(FileBytes().size(), 1000040);
     QVERIFY(QFile::resize(Path(), 1000000)); // by somebody else
+    if (pause) {
+        transfer.Pause();
+        QCOMPARE(transfer.m_error, QString("File data corrupted."));
+        QCOMPARE(finished.count(), 0);
+        transfer.Resume();
+    }
     QVERIFY(finished.wait(20000));
     QCOMPARE(finished.count(), 1);
     QCOMPARE(transfer.m_error, QString("File data corrupted."));
     QVERIFY(FileBytes() == m_content.left(1000000));
+}
+
+/// The error comes with the finish, and the next attempt finds everything fetched.
+void TestFaults::EndsAPauseThatWasTooLong()
+{
+    FileDownloader transfer(nullptr);
+    QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
+    m_server->SetScript({{Ok(m_content.left(1234567))}});
+    Start(transfer);
+    QTRY_COMPARE(FileBytes().size(), 1000040);
+    transfer.Pause();
+    transfer.m_percent = 50.0F; // the watch counts at a whole percent alone
+    QTRY_COMPARE(transfer.m_error, QString("Remote response timeout."));
+    QCOMPARE(finished.count(), 0);
+    transfer.m_percent = 49.5F;
+    transfer.Resume();
+    QVERIFY(finished.wait(20000));
+    QCOMPARE(transfer.m_error, QString("Remote response timeout."));
+
+    FileDownloader next(nullptr);
+    Run(next);
+    QCOMPARE(next.m_error, QString());
+    QCOMPARE(m_server->Ranges().last(), QByteArray("bytes=2500000-"));
+    QVERIFY(FileBytes() == m_content);
 }
 
 void TestFaults::SurvivesAFullDisk_data()

@@ -1,0 +1,226 @@
+// usage: test_crash [KILLS]
+//
+// A real process downloads from a throttled server and is killed at a random moment, again and
+// again, by default for less than a minute. Each restart has to go on from what the partial file
+// proves, and each finished file has to be the remote one.
+
+#include "app/datasingleton.h"
+#include "support/nginxserver.h"
+#include "transfer/filedownloader.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QNetworkAccessManager>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtEndian>
+
+#include <cstdio>
+#include <cstdlib>
+#include <numeric>
+
+namespace {
+
+const int kKills = 40;
+const int kSize = 12000000;           // of the remote file
+const int kBytesPerSecond = 30000000; // so that a run of average length gets a part of it
+const int kLongestRun = 300;          // ms from the first data to the kill
+const int kPatience = 60000;          // ms
+const QString kFetch = "--fetch";
+const QString kStamp = "2024-05-01T12:30:45.000Z";
+
+int Random(int below)
+{
+    return QRandomGenerator::global()->bounded(below);
+}
+
+void Check(bool good, const QString &what)
+{
+    if (good)
+        return;
+    std::fprintf(stderr, "FAIL: %s\n", qPrintable(what));
+    std::exit(1);
+}
+
+QByteArray FileBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void WriteFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    Check(file.open(QFile::WriteOnly) && file.write(bytes) == bytes.size(), "write " + path);
+}
+
+/// What the tail of a partial file proves, read here without the code under test.
+int ProvedLength(const QByteArray &bytes)
+{
+    const int length = bytes.size() - 40;
+    if (length <= 0 || bytes.right(24) != kStamp.toLatin1()
+        || qFromLittleEndian<qint64>(bytes.constData() + length + 8) != length)
+        return 0;
+    const auto *data = reinterpret_cast<const unsigned char *>(bytes.constData());
+    const qint64 sum = std::accumulate(data, data + length, qint64(0));
+    return qFromLittleEndian<qint64>(bytes.constData() + length) == sum ? length : 0;
+}
+
+/// The process that is killed. It says so when it has got some data.
+int Fetch(const QString &url, const QString &path)
+{
+    DataSingleton::Initialize(nullptr, QFileInfo(path).path());
+    FileDownloader::SetSSLDefaultConfiguration(QSsl::AnyProtocol, QSslSocket::VerifyNone);
+    QNetworkAccessManager manager;
+    FileDownloader transfer(nullptr);
+    QObject::connect(&transfer, &FileDownloader::SignalDownloadProgress, [] {
+        std::puts("data");
+        std::fflush(stdout);
+    });
+    QObject::connect(
+        &transfer, &FileDownloader::SignalDownloadFinished,
+        [](const FileDownloader *fd) { QCoreApplication::exit(fd->m_error.isEmpty() ? 0 : 1); });
+    if (!transfer.Start(&manager, url, false, kSize, path, kStamp, true, 15000, nullptr))
+        return 1;
+    return QCoreApplication::exec();
+}
+
+/// All runs of one test: attempts, each with what it may go on from and what it left.
+class Crashes
+{
+public:
+    Crashes();
+    void Run(int kills);
+    void CompareWithLog() const;
+
+private:
+    struct Attempt
+    {
+        int from = 0;
+        int to = 0;
+    };
+
+    bool Live(const QString &url);
+    void Damage();
+
+    QByteArray m_content{kSize, '\0'};
+    QTemporaryDir m_dir;
+    QTemporaryDir m_site;
+    NginxServer m_server{m_site.path(), kBytesPerSecond};
+    const QString m_path = m_dir.filePath("a.zip.dnl");
+    QList<Attempt> m_attempts;
+    int m_kills = 0;
+    int m_damaged = 0;
+    int m_finished = 0;
+};
+
+Crashes::Crashes()
+{
+    QRandomGenerator::global()->fillRange(reinterpret_cast<quint32 *>(m_content.data()), kSize / 4);
+    WriteFile(m_site.filePath("a.zip"), m_content);
+    const bool started = m_server.Start();
+    Check(started, m_server.Errors());
+}
+
+void Crashes::Run(int kills)
+{
+    m_kills = kills;
+    while (kills > 0) {
+        Attempt attempt;
+        attempt.from = ProvedLength(FileBytes(m_path));
+        const QString url = QString("%1/a.zip?%2").arg(m_server.Url()).arg(m_attempts.size());
+        const bool killed = !Live(url);
+        kills -= killed ? 1 : 0;
+        const QByteArray bytes = FileBytes(m_path);
+        if (bytes == m_content) { // perhaps killed on its way out
+            attempt.to = kSize;
+            ++m_finished;
+            QFile::remove(m_path);
+        } else {
+            Check(killed, "a finished file is another one");
+            attempt.to = ProvedLength(bytes);
+            Check(m_content.startsWith(bytes.left(attempt.to)), "a proved file holds other data");
+            if (attempt.to > 0 && Random(4) == 0)
+                Damage();
+        }
+        m_attempts << attempt;
+    }
+}
+
+/// One life of the process; true if it reached its end.
+bool Crashes::Live(const QString &url)
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(QCoreApplication::applicationFilePath(), {kFetch, url, m_path});
+    if (Random(5) > 0) // the others may die before their request
+        process.waitForReadyRead(kPatience);
+    if (!process.waitForFinished(1 + Random(kLongestRun))) {
+        process.kill();
+        process.waitForFinished(kPatience);
+        return false;
+    }
+    Check(process.exitCode() == 0, "a transfer has failed");
+    return true;
+}
+
+/// Flips a bit, cuts or lengthens the partial file, somewhere.
+void Crashes::Damage()
+{
+    QByteArray bytes = FileBytes(m_path);
+    const int place = Random(bytes.size());
+    switch (Random(3)) {
+    case 0:
+        bytes[place] = static_cast<char>(bytes[place] ^ (1 << Random(8)));
+        break;
+    case 1:
+        bytes.truncate(place);
+        break;
+    default:
+        bytes.insert(place, static_cast<char>(Random(256)));
+        break;
+    }
+    WriteFile(m_path, bytes);
+    ++m_damaged;
+}
+
+/// Looks in the server's log at what each attempt asked for and what it was sent.
+void Crashes::CompareWithLog() const
+{
+    const QRegularExpression form("GET /a.zip\\?(\\d+) \\d+ range=\"(\\S+)\" sent=(\\d+)");
+    int resumes = 0;
+    qint64 sent = 0;
+    for (const QString &line : m_server.AccessLog()) {
+        const QRegularExpressionMatch match = form.match(line);
+        const int from = m_attempts.value(match.captured(1).toInt()).from;
+        const QString range = from > 0 ? QString("bytes=%1-").arg(from) : QString("-");
+        Check(match.captured(2) == range, line + " instead of " + range);
+        resumes += from > 0 ? 1 : 0;
+        sent += match.captured(3).toLongLong();
+    }
+    Check(resumes > 0 && m_finished > 0, "nothing was resumed and finished");
+    const qint64 gained = std::accumulate(
+        m_attempts.begin(), m_attempts.end(), qint64(0),
+        [](qint64 sum, const Attempt &attempt) { return sum + attempt.to - attempt.from; });
+    std::printf("%d kills, %d resumes, %d damaged files refused, %d files finished; "
+                "%.1f of %.1f MB fetched twice\n",
+                m_kills, resumes, m_damaged, m_finished, static_cast<double>(sent - gained) / 1e6,
+                static_cast<double>(sent) / 1e6);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    if (arguments.value(1) == kFetch)
+        return Fetch(arguments.value(2), arguments.value(3));
+
+    Crashes crashes;
+    crashes.Run(arguments.size() > 1 ? arguments[1].toInt() : kKills);
+    crashes.CompareWithLog();
+    return 0;
+}

@@ -1,0 +1,497 @@
+#include "app/datasingleton.h"
+#include "support/connectrelay.h"
+#include "support/nginxserver.h"
+#include "support/silentconsole.h"
+#include "transfer/filedownloader.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QNetworkAccessManager>
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QSslCipher>
+#include <QSslConfiguration>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+
+namespace {
+
+const int kSize = 4000000;     // of the file that is fetched slowly
+const int kBigSize = 40000000; // of the one that is fetched as fast as it comes
+const int kTimeout = 15000;
+const QString kStamp = "2024-05-01T12:30:45.000Z";
+
+QByteArray RandomBytes(int size)
+{
+    QByteArray bytes(size, '\0');
+    QRandomGenerator random(1);
+    random.generate(reinterpret_cast<quint32 *>(bytes.begin()),
+                    reinterpret_cast<quint32 *>(bytes.end()));
+    return bytes;
+}
+
+QByteArray FileBytes(const QString &path)
+{
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void WriteFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QFile::WriteOnly) && file.write(bytes) == bytes.size());
+}
+
+void MakePartialFile(const QString &path, QByteArray data)
+{
+    WriteFile(path, data);
+    QFile file(path);
+    QString stamp = kStamp;
+    QVERIFY(file.open(QFile::ReadWrite));
+    FileDownloader::AddTailBytes(file, stamp, 0, reinterpret_cast<unsigned char *>(data.data()),
+                                 data.size());
+}
+
+int OpenDescriptors()
+{
+    return QDir("/proc/self/fd").entryList(QDir::AllEntries | QDir::System).size();
+}
+
+} // namespace
+
+/// Transfers from a real server.
+class TestFileDownloader : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void SetsTheTlsDefault();
+    void SetsTheProxy_data();
+    void SetsTheProxy();
+    void Fetches_data();
+    void Fetches();
+    void Resumes_data();
+    void Resumes();
+    void StartsNothing_data();
+    void StartsNothing();
+    void StartsOnce();
+    void PausesAndGoesOn();
+    void PausesAtRandom();
+    void Aborts_data();
+    void Aborts();
+    void DropsDataThatIsNotWanted();
+    void MayBeDeletedAtAnyTime_data();
+    void MayBeDeletedAtAnyTime();
+    void GoesThroughAProxyThatDiesAndComesBack();
+    void KeepsEveryByteInABusyLoop();
+    void LeavesNothingBehind();
+
+private:
+    QString Path() const { return m_dir.filePath("a.zip.dnl"); }
+    FileDownloader *StartSlowly(const QString &file_name = "a.zip.dnl");
+    FileDownloader *Fetch(const QString &url, bool head_only, const QString &path,
+                          const QString &stamp = kStamp, bool resume = true);
+    void Wait(FileDownloader *transfer);
+
+    const QByteArray m_big = RandomBytes(kBigSize);
+    const QByteArray m_content = m_big.left(kSize);
+    QTemporaryDir m_dir;
+    QTemporaryDir m_site;
+    NginxServer m_fast{m_site.path()};
+    NginxServer m_slow{m_site.path(), 8000000};
+    QScopedPointer<QObject> m_parent;
+    QScopedPointer<QNetworkAccessManager> m_manager;
+};
+
+void TestFileDownloader::initTestCase()
+{
+    SilentConsole::Start();
+    DataSingleton::Initialize(nullptr, m_dir.path());
+    WriteFile(m_site.filePath("a.zip"), m_content);
+    WriteFile(m_site.filePath("big.zip"), m_big);
+    QFile file(m_site.filePath("a.zip"));
+    QVERIFY(file.open(QFile::ReadWrite)
+            && file.setFileTime(QDateTime::fromString(kStamp, Qt::ISODateWithMs),
+                                QFile::FileModificationTime));
+    QVERIFY2(m_fast.Start(), qPrintable(m_fast.Errors()));
+    QVERIFY2(m_slow.Start(), qPrintable(m_slow.Errors()));
+    FileDownloader::SetSSLDefaultConfiguration(QSsl::AnyProtocol, QSslSocket::VerifyNone);
+}
+
+void TestFileDownloader::init()
+{
+    m_parent.reset(new QObject);
+    m_manager.reset(new QNetworkAccessManager);
+}
+
+void TestFileDownloader::cleanup()
+{
+    m_parent.reset();
+    m_manager.reset();
+    QFile::remove(Path());
+    QCOMPARE(SilentConsole::Take(), QStringList());
+}
+
+/// A transfer that will be on its way for half a second.
+FileDownloader *TestFileDownloader::StartSlowly(const QString &file_name)
+{
+    auto *transfer = new FileDownloader(m_parent.data());
+    transfer->Start(m_manager.data(), m_slow.Url() + "/a.zip", false, kSize,
+                    m_dir.filePath(file_name), kStamp, true, kTimeout, nullptr);
+    return transfer;
+}
+
+FileDownloader *TestFileDownloader::Fetch(const QString &url, bool head_only, const QString &path,
+                                          const QString &stamp, bool resume)
+{
+    auto *transfer = new FileDownloader(m_parent.data());
+    transfer->Start(m_manager.data(), url, head_only, kSize, path, stamp, resume, kTimeout, this);
+    Wait(transfer);
+    return transfer;
+}
+
+void TestFileDownloader::Wait(FileDownloader *transfer)
+{
+    QSignalSpy finished(transfer, &FileDownloader::SignalDownloadFinished);
+    QVERIFY(finished.wait(30000));
+    QCoreApplication::processEvents();
+    QCOMPARE(finished.count(), 1);
+    QVERIFY(!transfer->IsBusy() && !transfer->m_timer.isActive());
+}
+
+void TestFileDownloader::SetsTheTlsDefault()
+{
+    const QSslConfiguration before = QSslConfiguration::defaultConfiguration();
+    FileDownloader::SetSSLDefaultConfiguration(QSsl::TlsV1_2, QSslSocket::VerifyPeer);
+    const QSslConfiguration set = QSslConfiguration::defaultConfiguration();
+    QSslConfiguration::setDefaultConfiguration(before);
+    QCOMPARE(set.protocol(), QSsl::TlsV1_2);
+    QCOMPARE(set.peerVerifyMode(), QSslSocket::VerifyPeer);
+    QVERIFY(!set.ciphers().isEmpty() && set.ciphers() == QSslConfiguration::supportedCiphers());
+}
+
+void TestFileDownloader::SetsTheProxy_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QString>("port");
+    QTest::addColumn<QNetworkProxy>("proxy");
+    using Proxy = QNetworkProxy;
+    const auto http = [](quint16 port) {
+        return Proxy(Proxy::HttpProxy, "proxy.test", port, "me", "secret");
+    };
+    QTest::newRow("none") << 0 << "8080" << Proxy(Proxy::NoProxy);
+    QTest::newRow("manual") << 2 << "8080" << http(8080);
+    QTest::newRow("any other type is manual") << -1 << "8080" << http(8080);
+    QTest::newRow("port cut to 16 bits") << 2 << "70000" << http(4464);
+    QTest::newRow("port that is no number") << 2 << "80a" << http(0);
+}
+
+void TestFileDownloader::SetsTheProxy()
+{
+    QFETCH(int, type);
+    QFETCH(QString, port);
+    FileDownloader::SetApplicationProxy(1, "proxy.test", port, "me", "secret");
+    QVERIFY(QNetworkProxyFactory::usesSystemConfiguration());
+    FileDownloader::SetApplicationProxy(type, "proxy.test", port, "me", "secret");
+    QVERIFY(!QNetworkProxyFactory::usesSystemConfiguration());
+    QTEST(QNetworkProxy::applicationProxy(), "proxy");
+    QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
+}
+
+void TestFileDownloader::Fetches_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("head_only");
+    QTest::addColumn<bool>("to_file");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("memory") << "/a.zip" << false << false << "";
+    QTest::newRow("file") << "/a.zip" << false << true << "";
+    QTest::newRow("probe, though resume is set") << "/a.zip" << true << false << "";
+    QTest::newRow("missing file") << "/b.zip" << false << true << "Not Found";
+    QTest::newRow("missing text") << "/b.zip" << false << false << "Not Found";
+    QTest::newRow("missing file probed") << "/b.zip" << true << false << "Not Found";
+}
+
+void TestFileDownloader::Fetches()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, head_only);
+    QFETCH(bool, to_file);
+    QFETCH(QString, error);
+    const int requests = m_fast.AccessLog().size();
+    const QString url = m_fast.Url() + name;
+    FileDownloader *transfer = Fetch(url, head_only, to_file ? Path() : QString());
+    QCOMPARE(transfer->m_error,
+             error.isEmpty() ? error : "Error transferring " + url + " - server replied: " + error);
+    QCOMPARE(transfer->m_percent, error.isEmpty() ? 100.0F : -1.0F);
+    QCOMPARE(transfer->m_url, url);
+    QCOMPARE(transfer->m_userData, static_cast<void *>(this));
+    if (error.isEmpty()) {
+        QCOMPARE(transfer->m_contentLength, QString::number(kSize));
+        QCOMPARE(transfer->m_lastModified, kStamp);
+    }
+    const QByteArray expected = error.isEmpty() && !head_only ? m_content : QByteArray();
+    QByteArray data = "untouched";
+    transfer->GetDownloadedData(data);
+    QVERIFY(data == expected);
+    QCOMPARE(QFile::exists(Path()), to_file);
+    QVERIFY(FileBytes(Path()) == (to_file ? expected : QByteArray()));
+
+    QTRY_COMPARE(m_fast.AccessLog().size(), requests + 1);
+    const QString line = m_fast.AccessLog().last();
+    QVERIFY2(line.startsWith((head_only ? "HEAD " : "GET ") + name), qPrintable(line));
+    QVERIFY2(line.endsWith("agent=\"ZEFT-Updater (" + QSysInfo::prettyProductName() + ")\""),
+             qPrintable(line));
+}
+
+void TestFileDownloader::Resumes_data()
+{
+    QTest::addColumn<int>("held");
+    QTest::addColumn<QString>("stamp");
+    QTest::addColumn<bool>("resume");
+    QTest::addColumn<QString>("answer");
+    QTest::newRow("from the tail")
+        << 1234567 << kStamp << true << "206 range=\"bytes=1234567-\" sent=2765433";
+    QTest::newRow("nothing left to fetch")
+        << kSize << kStamp << true << "416 range=\"bytes=4000000-\" sent=";
+    QTest::newRow("other version")
+        << 1234567 << kStamp.toLower() << true << "200 range=\"-\" sent=4000000";
+    QTest::newRow("no stamp") << 1234567 << "" << true << "200 range=\"-\" sent=4000000";
+    QTest::newRow("not wanted") << 1234567 << kStamp << false << "200 range=\"-\" sent=4000000";
+}
+
+void TestFileDownloader::Resumes()
+{
+    QFETCH(int, held);
+    QFETCH(QString, stamp);
+    QFETCH(bool, resume);
+    QFETCH(QString, answer);
+    const int requests = m_fast.AccessLog().size();
+    MakePartialFile(Path(), m_content.left(held));
+    FileDownloader *transfer = Fetch(m_fast.Url() + "/a.zip", false, Path(), stamp, resume);
+    QCOMPARE(transfer->m_error, QString());
+    QCOMPARE(transfer->m_percent, 100.0F);
+    QVERIFY(FileBytes(Path()) == m_content);
+    QTRY_COMPARE(m_fast.AccessLog().size(), requests + 1);
+    const QString line = m_fast.AccessLog().last();
+    QVERIFY2(line.contains(answer), qPrintable(line));
+}
+
+void TestFileDownloader::StartsNothing_data()
+{
+    QTest::addColumn<QString>("url");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("started");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("no such directory") << "https://localhost/a.zip" << m_dir.filePath("none/a.zip")
+                                       << false << "No such file or directory";
+    QTest::newRow("no protocol") << "a.zip" << Path() << true << "Protocol \"\" is unknown";
+    QTest::newRow("no server") << "https://127.0.0.1:1/a.zip" << Path() << true
+                               << "Connection refused";
+}
+
+void TestFileDownloader::StartsNothing()
+{
+    QFETCH(QString, url);
+    QFETCH(QString, path);
+    QFETCH(bool, started);
+    FileDownloader transfer(m_parent.data());
+    QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
+    // A null manager is one more that must leave nothing behind.
+    QTEST(transfer.Start(nullptr, url, false, kSize, path, kStamp, true, kTimeout, nullptr),
+          "started");
+    QCOMPARE(transfer.m_timer.isActive(), started);
+    if (started)
+        Wait(&transfer);
+    QTEST(transfer.m_error, "error");
+}
+
+void TestFileDownloader::StartsOnce()
+{
+    FileDownloader *transfer = StartSlowly();
+    QCOMPARE(transfer->m_timer.interval(), 1000);
+    QVERIFY(!transfer->Start(m_manager.data(), "x", true, 0, "", "", false, 1, this));
+    QCOMPARE(transfer->m_error, QString());
+    Wait(transfer);
+    QCOMPARE(transfer->m_error, QString());
+    QVERIFY(FileBytes(Path()) == m_content);
+}
+
+void TestFileDownloader::PausesAndGoesOn()
+{
+    FileDownloader *transfer = StartSlowly();
+    QTRY_VERIFY(transfer->m_percent > 30);
+    QVERIFY(transfer->IsBusy());
+    transfer->Pause();
+    QVERIFY(!transfer->IsBusy() && transfer->m_timer.isActive());
+    const qint64 held = FileDownloader::GetDownloadedFileDetails(Path(), kStamp);
+    QVERIFY(held > kSize / 4 && held < kSize);
+    transfer->Pause(); // changes nothing
+    transfer->Resume();
+    transfer->Resume(); // nor does this
+    Wait(transfer);
+    QCOMPARE(transfer->m_error, QString());
+    QVERIFY(FileBytes(Path()) == m_content);
+    QTRY_VERIFY(m_slow.AccessLog().last().contains(QString("206 range=\"bytes=%1-\"").arg(held)));
+}
+
+void TestFileDownloader::PausesAtRandom()
+{
+    QList<FileDownloader *> transfers = {StartSlowly(), StartSlowly("b.zip.dnl")};
+    for (int i = 0; i < 100; ++i) {
+        FileDownloader *transfer = transfers[QRandomGenerator::global()->bounded(2)];
+        if (transfer->IsBusy())
+            transfer->Pause();
+        else
+            transfer->Resume();
+        QTest::qWait(QRandomGenerator::global()->bounded(15));
+    }
+    for (FileDownloader *transfer : transfers) {
+        if (transfer->m_timer.isActive()) {
+            transfer->Resume();
+            Wait(transfer);
+        }
+        QCOMPARE(transfer->m_error, QString());
+    }
+    QVERIFY(FileBytes(Path()) == m_content);
+    QVERIFY(FileBytes(m_dir.filePath("b.zip.dnl")) == m_content);
+}
+
+void TestFileDownloader::Aborts_data()
+{
+    QTest::addColumn<bool>("remove_data");
+    QTest::newRow("data kept") << false;
+    QTest::newRow("data removed") << true;
+}
+
+void TestFileDownloader::Aborts()
+{
+    QFETCH(bool, remove_data);
+    FileDownloader *transfer = StartSlowly();
+    QTRY_VERIFY(transfer->m_percent > 30);
+    QSignalSpy finished(transfer, &FileDownloader::SignalDownloadFinished);
+    transfer->Abort(remove_data);
+    QCOMPARE(finished.count(), 1);
+    QCOMPARE(transfer->m_error, QString("Operation canceled"));
+    QCOMPARE(transfer->m_percent, -1.0F);
+    QCOMPARE(QFile::exists(Path()), !remove_data);
+    const qint64 held = FileDownloader::GetDownloadedFileDetails(Path(), kStamp);
+    QVERIFY(remove_data ? held == 0 : held > kSize / 4);
+    transfer->Abort(true); // comes too late
+    QCOMPARE(QFile::exists(Path()), !remove_data);
+    QCOMPARE(finished.count(), 1);
+}
+
+void TestFileDownloader::DropsDataThatIsNotWanted()
+{
+    FileDownloader *transfer = StartSlowly();
+    QTRY_VERIFY(FileBytes(Path()).size() > kSize / 4);
+    transfer->DelDownloadedData();
+    QVERIFY(!QFile::exists(Path()));
+    Wait(transfer);
+    QCOMPARE(transfer->m_error, QString());
+    QVERIFY(!QFile::exists(Path()));
+}
+
+void TestFileDownloader::MayBeDeletedAtAnyTime_data()
+{
+    QTest::addColumn<QByteArray>("signal");
+    QTest::newRow("in its finish") << QByteArray(SIGNAL(SignalDownloadFinished(FileDownloader *)));
+    QTest::newRow("in its progress")
+        << QByteArray(SIGNAL(SignalDownloadProgress(FileDownloader *, qint64, qint64)));
+    QTest::newRow("after its manager") << QByteArray();
+}
+
+void TestFileDownloader::MayBeDeletedAtAnyTime()
+{
+    QFETCH(QByteArray, signal);
+    QPointer<FileDownloader> transfer = StartSlowly();
+    if (signal.isEmpty()) {
+        QTRY_VERIFY(transfer->m_percent > 30);
+        m_manager.reset();
+        delete transfer;
+        QVERIFY(FileDownloader::GetDownloadedFileDetails(Path(), kStamp) >= 1000000);
+        return;
+    }
+    QSignalSpy sent(transfer, signal);
+    const auto destroy = [&] { delete transfer; };
+    if (signal.contains("Finished"))
+        connect(transfer, &FileDownloader::SignalDownloadFinished, this, destroy);
+    else
+        connect(transfer, &FileDownloader::SignalDownloadProgress, this, destroy);
+    QTRY_VERIFY(!transfer);
+    QCOMPARE(sent.count(), 1);
+    QTRY_VERIFY(m_manager->findChildren<QNetworkReply *>().isEmpty());
+}
+
+void TestFileDownloader::GoesThroughAProxyThatDiesAndComesBack()
+{
+    ConnectRelay relay(m_slow.Port());
+    FileDownloader::SetApplicationProxy(2, "127.0.0.1", relay.Port(), "", "");
+    const QString url = "https://repository.test/a.zip";
+    FileDownloader transfer(nullptr);
+    transfer.Start(m_manager.data(), url, false, kSize, Path(), kStamp, true, kTimeout, nullptr);
+    QTRY_VERIFY(transfer.m_percent > 30);
+    relay.Stop();
+    Wait(&transfer);
+    QVERIFY(!transfer.m_error.isEmpty());
+    const qint64 held = FileDownloader::GetDownloadedFileDetails(Path(), kStamp);
+    QVERIFY(held > kSize / 4);
+
+    QCOMPARE(Fetch(url, false, Path())->m_error, QString("Proxy connection refused"));
+    QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), kStamp), held);
+
+    relay.Start();
+    QCOMPARE(Fetch(url, false, Path())->m_error, QString());
+    QVERIFY(FileBytes(Path()) == m_content);
+    QCOMPARE(relay.Targets(), QByteArrayList({"repository.test:443", "repository.test:443"}));
+    FileDownloader::SetApplicationProxy(0, "", "", "", "");
+}
+
+void TestFileDownloader::KeepsEveryByteInABusyLoop()
+{
+    QTimer busy;
+    connect(&busy, &QTimer::timeout, this, [&busy] {
+        QThread::msleep(50);
+        busy.start(QRandomGenerator::global()->bounded(20));
+    });
+    busy.start(0);
+    QCOMPARE(Fetch(m_fast.Url() + "/big.zip", false, Path())->m_error, QString());
+    QVERIFY(FileBytes(Path()) == m_big);
+}
+
+void TestFileDownloader::LeavesNothingBehind()
+{
+    const auto fetch_many = [this](int count) {
+        for (int i = 0; i < count; ++i) {
+            if (i % 10 == 9) {
+                FileDownloader *transfer = StartSlowly();
+                QTest::qWait(0);
+                transfer->Abort(i % 20 == 19);
+                delete transfer;
+            } else {
+                delete Fetch(m_fast.Url() + (i % 3 == 2 ? "/b.zip" : "/c.txt"), i % 2 == 1,
+                             i % 4 == 0 ? Path() : QString());
+            }
+        }
+    };
+    WriteFile(m_site.filePath("c.txt"), "text");
+    fetch_many(20); // what the toolkit opens once and for all
+    m_manager.reset(new QNetworkAccessManager);
+    const int before = OpenDescriptors();
+    fetch_many(1000);
+    QTRY_VERIFY(m_manager->findChildren<QNetworkReply *>().isEmpty());
+    m_manager.reset(); // and with it the connections that it keeps for the next request
+    QTRY_VERIFY(OpenDescriptors() <= before);
+    QVERIFY(m_parent->children().isEmpty());
+}
+
+QTEST_GUILESS_MAIN(TestFileDownloader)
+
+#include "test_filedownloader.moc"
