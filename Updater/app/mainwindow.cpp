@@ -11,6 +11,7 @@
 
 #include <QCloseEvent>
 #include <QProcess>
+#include <QScrollBar>
 #include <QTextBlock>
 #include <QTime>
 #include <QTreeWidgetItemIterator>
@@ -39,6 +40,16 @@ QColor LevelColor(int level)
     }
 }
 
+/// Keeps a log that shows its last line there when its height changes, as with each page.
+void FollowEnd(QScrollBar *bar)
+{
+    QObject::connect(bar, &QScrollBar::rangeChanged, bar, [bar, end = 0](int, int new_end) mutable {
+        if (bar->value() >= end)
+            bar->setValue(new_end);
+        end = new_end;
+    });
+}
+
 } // namespace
 
 /// The library is linked statically, so nothing else pulls its resources in. The macro must not
@@ -59,6 +70,7 @@ MainWindow::MainWindow(QWidget *parent)
     ui->pbar_dl->setValue(0);
     ui->pbar_inst->setValue(0);
     ui->pb_pause->setEnabled(false);
+    FollowEnd(ui->msgs->verticalScrollBar());
     InitTree();
 }
 
