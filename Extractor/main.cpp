@@ -1,7 +1,107 @@
-#include <cstdio>
+#include "delete_folder.h"
+#include "failure.h"
+#include "progress.h"
+#include "run_script.h"
+#include "unpack.h"
 
-int main()
+#include <algorithm>
+#include <clocale>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <langinfo.h>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kBadUsage = 2;
+
+constexpr char kUsage[] = "usage: zeft_fextr_cmd \"#uzip\" \"#ARCHIVE\" \"#DESTINATION\"\n"
+                          "       zeft_fextr_cmd \"#xtar\" \"#ARCHIVE\" \"#DESTINATION\"\n"
+                          "       zeft_fextr_cmd \"#ddir\" \"#FOLDER\"\n"
+                          "       zeft_fextr_cmd \"#rscript\" \"#SCRIPT\" \"#FOLDER\" \"#mclose\"";
+
+/// Without this, a file that is opened later could become the standard output of a caller that
+/// gave none, and the percent lines would end up in it.
+void OpenMissingStreams()
 {
-    std::fputs("usage: zeft_fextr_cmd COMMAND ARGUMENTS\n", stderr);
-    return 2;
+    while (true) {
+        const int fd = ::open("/dev/null", O_RDWR);
+        if (fd < 0) {
+            return;
+        }
+        if (fd > STDERR_FILENO) {
+            ::close(fd);
+            return;
+        }
+    }
+}
+
+/// libarchive puts names into the locale's encoding, and refuses what "C" has no letters for.
+void ChooseLocale()
+{
+    if (!std::setlocale(LC_CTYPE, "") || std::strcmp(::nl_langinfo(CODESET), "UTF-8") != 0) {
+        std::setlocale(LC_CTYPE, "C.UTF-8");
+    }
+}
+
+/// Every path comes with a "#" before it.
+std::string PathOf(const std::string &argument)
+{
+    if (argument.size() < 2 || argument.front() != '#') {
+        throw Failure("\"" + argument + "\" is not \"#\" and a path\n" + kUsage, kBadUsage);
+    }
+    return argument.substr(1);
+}
+
+/// Names in archives may hold anything, and a terminal obeys some of it.
+void Complain(std::string text)
+{
+    std::replace_if(
+        text.begin(), text.end(),
+        [](char letter) { return letter >= 0 && letter < ' ' && letter != '\n'; }, '?');
+    std::fprintf(stderr, "zeft_fextr_cmd: %s\n", text.c_str());
+}
+
+int Run(const std::vector<std::string> &arguments)
+{
+    const std::string command = arguments.empty() ? "" : arguments[0];
+    Progress progress;
+    // The two words differ for the caller alone: the content tells how to unpack.
+    if ((command == "#uzip" || command == "#xtar") && arguments.size() == 3) {
+        Unpack(PathOf(arguments[1]), PathOf(arguments[2]), progress);
+        return 0;
+    }
+    if (command == "#ddir" && arguments.size() == 2) {
+        DeleteFolder(PathOf(arguments[1]), progress);
+        return 0;
+    }
+    // "#mclose" asks to end without waiting for a key, as it would be in a window of its own.
+    if (command == "#rscript" && arguments.size() == 4 && arguments[3] == "#mclose") {
+        RunScript(PathOf(arguments[1]), PathOf(arguments[2]), progress);
+        return 0;
+    }
+    throw Failure(kUsage, kBadUsage);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    OpenMissingStreams();
+    // A caller that is gone, or a limit on file sizes, ends a call and not the run.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    ChooseLocale();
+    try {
+        return Run({argv + std::min(1, argc), argv + argc});
+    } catch (const Failure &failure) {
+        Complain(failure.what());
+        return failure.ExitCode();
+    } catch (const std::exception &failure) {
+        Complain(failure.what());
+        return 1;
+    }
 }

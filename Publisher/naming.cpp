@@ -1,7 +1,5 @@
 #include "naming.h"
 
-#include "common/common_helper.h"
-
 #include <QStringList>
 
 QString NameFault(const QString &name)
@@ -31,26 +29,4 @@ QString PathFault(const QString &path)
             return fault;
     }
     return {};
-}
-
-QString ArchiveStem(const QString &fileName)
-{
-    static const QStringList suffixes = {".zip", ".tar.xz", ".tar.gz", ".tar.bz2", ".tar.7z"};
-    for (const QString &suffix : suffixes)
-        if (fileName.endsWith(suffix))
-            return fileName.chopped(suffix.size());
-    return {};
-}
-
-InstallTarget InstallTargetOf(const QString &fileName)
-{
-    if (!fileName.contains("zeft_bsp"))
-        return {QString(), ExtractFileNameWithoutExtension(fileName, true)};
-
-    const QString dir = fileName.left(fileName.indexOf('.')).remove("zeft_bsp_");
-    if (fileName.contains(".htc"))
-        return {"hardware/tools", dir};
-    if (fileName.contains(".hlib"))
-        return {"hardware", dir};
-    return {QString(), dir};
 }

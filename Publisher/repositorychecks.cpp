@@ -1,8 +1,11 @@
 #include "repositorychecks.h"
 
+#include "app/mainwindow_helper.h"
+#include "catalogue/manifests.h"
 #include "common/common_helper.h"
 #include "componentarchive.h"
 #include "naming.h"
+#include "pipeline/versioninfo.h"
 #include "repositorysource.h"
 
 #include <QDir>
@@ -22,44 +25,44 @@ bool IsPlatformCode(int code)
     return codes.contains(code);
 }
 
-/// The updater replaces a component's folder as a whole, so none may be one of these.
-bool IsReservedTarget(const QString &target)
+/// A record as the updater makes it of a component, with its target below the root "".
+DN_FILE_STRUCT RecordOf(const Component &component)
 {
-    const QStringList reserved = {"bin_lnx", "downloads", "hardware", "hardware/tools"};
-    return reserved.contains(target);
+    DN_FILE_STRUCT record;
+    record.file_name = component.fileName;
+    SetInstallTarget(record, QString());
+    return record;
 }
 
-QString ComponentNameFault(const QString &fileName)
+bool IsArchiveName(const QString &fileName)
 {
-    QString fault = NameFault(fileName);
+    const QStringList suffixes = {".zip", ".tar.xz", ".tar.gz", ".tar.bz2", ".tar.7z"};
+    const QString stem = ArchiveStem(fileName); // loses a suffix that stands in the middle, too
+    return std::any_of(suffixes.begin(), suffixes.end(),
+                       [&](const QString &suffix) { return fileName == stem + suffix; });
+}
+
+QString FileNameFault(const Component &component)
+{
+    QString fault = NameFault(component.fileName);
     if (!fault.isEmpty())
         return fault;
-    const QString stem = ArchiveStem(fileName);
-    if (stem.isEmpty())
-        return "its name is not one of .zip, .tar.xz, .tar.gz, .tar.bz2 and .tar.7z";
-    if ((stem + '.').contains(".tar.") || stem.contains(".zip"))
-        return "its name has the suffix of an archive in its middle";
-    if (fileName == "hwd_doc.zip")
+    if (!IsArchiveName(component.fileName))
+        return "its name must end in one of .zip, .tar.xz, .tar.gz, .tar.bz2 and .tar.7z, "
+               "and hold no other of them";
+    if (component.fileName == "hwd_doc.zip")
         return "its name is that of the description pages";
-
-    const InstallTarget target = InstallTargetOf(fileName);
-    if (target.dir.isEmpty() || target.dir == "." || target.dir == "..")
-        return QString("its name would make \"%1\" the component's folder").arg(target.dir);
-    if (IsReservedTarget(target.Path()))
-        return QString("it would replace the folder \"%1\" of the installation").arg(target.Path());
+    // The folder is replaced as a whole, so the folders that hold all others count as well.
+    const QStringList shared = {"/hardware", "/hardware/tools"};
+    const QString folder = ComponentDir(RecordOf(component));
+    if (!IsInstallable(component.fileName) || shared.contains(folder))
+        return QString("its folder, \"%1\", would not be its own").arg(folder);
     return {};
-}
-
-/// The build that a version.info states, as the updater compares it.
-QString BuildOf(const QByteArray &versionInfo)
-{
-    const QString text = QString::fromLatin1(versionInfo.constData()); // up to a NUL
-    return GetKeyValue("build", ":", text).trimmed().replace('.', '-');
 }
 
 QString ContentFault(const Component &component)
 {
-    const QString dir = InstallTargetOf(component.fileName).dir;
+    const QString dir = RecordOf(component).install_dir;
     const ArchiveContents contents = ReadComponentArchive(component.path, dir);
     if (!contents.error.isEmpty())
         return QString("it cannot be read: %1").arg(contents.error);
@@ -69,7 +72,7 @@ QString ContentFault(const Component &component)
     if (contents.versionInfo.isNull())
         return QString("it has no \"%1/version.info\"").arg(dir);
 
-    const QString build = BuildOf(contents.versionInfo);
+    const QString build = BuildFromVersionInfo(contents.versionInfo);
     const QString date = component.modified.date().toString(Qt::ISODate);
     if (build != date) {
         return QString(
@@ -83,7 +86,7 @@ QStringList CheckComponents(const QList<Component> &components)
 {
     QStringList problems;
     for (const Component &component : components) {
-        QString fault = ComponentNameFault(component.fileName);
+        QString fault = FileNameFault(component);
         if (fault.isEmpty() && !IsPlatformCode(component.platform))
             fault = QString("%1 is not a platform code").arg(component.platform);
         if (fault.isEmpty())
@@ -102,7 +105,7 @@ QStringList CheckRivals(const QList<Component> &components)
     QHash<QString, QString> owners;
     for (const Component &component : components) {
         const QStringList keys = {"the stem " + ArchiveStem(component.fileName),
-                                  "the folder " + InstallTargetOf(component.fileName).Path()};
+                                  "the folder " + ComponentDir(RecordOf(component))};
         for (int machine : {kPlatformX86, kPlatformArm}) {
             const int other = machine == kPlatformX86 ? kPlatformArm : kPlatformX86;
             if (component.platform == other)

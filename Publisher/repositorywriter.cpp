@@ -1,7 +1,7 @@
 #include "repositorywriter.h"
 
+#include "catalogue/manifests.h"
 #include "common/common_helper.h"
-#include "naming.h"
 #include "repositorysource.h"
 
 #include <QDir>

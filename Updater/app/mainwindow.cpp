@@ -3,13 +3,13 @@
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
 #include "catalogue/endpoints.h"
+#include "panels/desktop.h"
 #include "panels/helpwnd.h"
 #include "panels/settingsdlg.h"
 #include "transfer/filedownloader.h"
 #include "ui_mainwindow.h"
 
 #include <QCloseEvent>
-#include <QMessageBox>
 #include <QProcess>
 #include <QTextBlock>
 #include <QTime>
@@ -39,12 +39,6 @@ QColor LevelColor(int level)
     }
 }
 
-bool IsCloseConfirmed(QWidget *parent, const char *question)
-{
-    return QMessageBox::warning(parent, "ZEFT", question, QMessageBox::Yes | QMessageBox::Cancel)
-           == QMessageBox::Yes;
-}
-
 } // namespace
 
 /// The library is linked statically, so nothing else pulls its resources in. The macro must not
@@ -66,10 +60,6 @@ MainWindow::MainWindow(QWidget *parent)
     ui->pbar_inst->setValue(0);
     ui->pb_pause->setEnabled(false);
     InitTree();
-    base_downloader = nullptr;
-    install_process = nullptr;
-    delete_process = nullptr;
-    post_install_process = nullptr;
 }
 
 MainWindow::~MainWindow()
@@ -77,6 +67,8 @@ MainWindow::~MainWindow()
     for (QTreeWidgetItemIterator item(ui->tree_wgt); *item; ++item)
         delete (*item)->data(0, Qt::UserRole).value<QObject *>(); // a hidden page has no parent
     delete base_downloader;
+    while (!download_queue.isEmpty()) // the network manager goes before the children do
+        StopDownload(download_queue.first());
     delete ui;
 }
 
@@ -137,14 +129,12 @@ void MainWindow::on_pb_help_clicked()
 void MainWindow::closeEvent(QCloseEvent *event)
 {
     if ((install_process || post_install_process || delete_process)
-        && !IsCloseConfirmed(this, kCloseWhileInstalling)) {
+        && !IsConfirmed(this, kCloseWhileInstalling)) {
         event->ignore();
         return;
     }
     for (const DN_FILE_STRUCT *record : qAsConst(records)) {
-        const bool downloads = record->status == RecordStatus::Downloading
-                               || record->status == RecordStatus::DownloadPending;
-        if (downloads && !IsCloseConfirmed(this, kCloseWhileDownloading)) {
+        if (IsDownloadWork(record->status) && !IsConfirmed(this, kCloseWhileDownloading)) {
             event->ignore();
             return;
         }
@@ -153,6 +143,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
         if (process)
             process->kill();
     }
+    closed = true;
     DelNonRequiredFiles();
     QWidget::closeEvent(event);
 }

@@ -4,7 +4,6 @@
 #include <QNetworkAccessManager>
 #include <QStringList>
 
-class DownloadWgt;
 class FileDownloader;
 class QProcess;
 class QTreeWidgetItem;
@@ -89,7 +88,7 @@ private:
     void AcceptProbe(FileDownloader *fd);
     void MakeRecords();
     void EndProbes();
-    void EndConnecting();
+    void ReturnToIdle();
     void FailConnecting(const QString &message);
 
     // Stages (pipeline/mainwindow_dnl_install.cpp)
@@ -120,19 +119,20 @@ private:
     QTreeWidgetItem *tree_item_blocks = nullptr;
     QTreeWidgetItem *tree_item_bsps = nullptr;
     QTreeWidgetItem *tree_item_local = nullptr;
-    FileDownloader *base_downloader; // owned; null when no connection sequence runs
+    FileDownloader *base_downloader = nullptr; // owned; null when no connection sequence runs
     QStringList fversions_lines;
     QStringList bsps_lines;
     QString repo_url;                      // without a trailing "/"
     QList<DN_FILE_STRUCT *> records;       // owned; of the repository, in its order
     QList<DN_FILE_STRUCT *> local_records; // owned; of the picked files, until the process ends
     QNetworkAccessManager network_manager;
-    QProcess *install_process; // each owned, and null while its stage is idle
-    QProcess *delete_process;
-    QProcess *post_install_process;
+    QProcess *install_process = nullptr; // each owned, and null while its stage is idle
+    QProcess *delete_process = nullptr;
+    QProcess *post_install_process = nullptr;
     QList<DN_FILE_STRUCT *> download_queue; // the queues borrow
     QList<DN_FILE_STRUCT *> install_queue;
     QList<DN_FILE_STRUCT *> delete_queue;
     QList<DN_FILE_STRUCT *> post_install_queue;
     int probe_index = 0; // the record that is probed, so that nothing has to search for it
+    bool closed = false; // tells the tree pass, if the close came in the midst of it
 };

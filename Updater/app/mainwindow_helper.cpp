@@ -46,8 +46,18 @@ int ProgressFromPercent(float percent)
     return percent < 100.0F ? static_cast<int>(percent) : 100;
 }
 
+bool IsDownloadWork(int status)
+{
+    return status == RecordStatus::DownloadPending || status == RecordStatus::Downloading;
+}
+
+bool IsInstallWork(int status)
+{
+    return status == RecordStatus::InstallPending || status == RecordStatus::Installing
+           || status == RecordStatus::Deleting;
+}
+
 bool IsInWork(int status)
 {
-    return status == RecordStatus::Deleting
-           || (status >= RecordStatus::DownloadPending && status <= RecordStatus::Installing);
+    return IsDownloadWork(status) || IsInstallWork(status);
 }

@@ -55,5 +55,7 @@ QString ComponentDir(const DN_FILE_STRUCT &record);
 /// to 0 to 100, for a transfer of unknown or no size reports such.
 int ProgressFromPercent(float percent);
 
-/// True while a queue holds a record of this status, or is about to.
+// The statuses that count for the download bar, for the install bar, and either of them.
+bool IsDownloadWork(int status);
+bool IsInstallWork(int status);
 bool IsInWork(int status);

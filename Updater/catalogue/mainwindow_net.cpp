@@ -1,10 +1,11 @@
 // The connection sequence: a chain of single transfers. What has just ended decides what comes
-// next; there is no other state.
+// next.
 
 #include "app/mainwindow.h"
 
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
+#include "catalogue/documents.h"
 #include "catalogue/endpoints.h"
 #include "catalogue/manifests.h"
 #include "panels/settingsdlg.h"
@@ -18,7 +19,6 @@
 namespace {
 
 const char kFileList[] = "zeft_upt_fversions.info";
-const char kDocuments[] = "hwd_doc.zip";
 const char kPackageList[] = "zeft_bsps.info";
 
 const int kFetchTimeout = 15000; // ms
@@ -86,7 +86,7 @@ void MainWindow::onBaseFilesDownloadFinished(FileDownloader *fd)
     if (fd->m_url.contains(kFileList)) {
         fd->GetDownloadedData(bytes);
         AcceptFileList(bytes);
-    } else if (fd->m_url.contains(kDocuments)) {
+    } else if (fd->m_url.contains(kDocumentsArchive)) {
         AcceptDocuments();
     } else if (fd->m_url.contains(kPackageList)) {
         fd->GetDownloadedData(bytes);
@@ -102,17 +102,17 @@ void MainWindow::AcceptFileList(const QByteArray &bytes)
     }
     if (fversions_lines.isEmpty()) {
         AddMsg("Connected...but nothing to download.", 2);
-        EndConnecting();
+        ReturnToIdle();
         return;
     }
-    StartFetch(QString("/zeft/bsp/") + kDocuments,
-               DataSingleton::Inst()->GetDownloadsDir() + "/" + kDocuments);
+    StartFetch(QString("/zeft/bsp/") + kDocumentsArchive,
+               DataSingleton::Inst()->GetDownloadsDir() + "/" + kDocumentsArchive);
 }
 
 void MainWindow::AcceptDocuments()
 {
     const QString downloads = DataSingleton::Inst()->GetDownloadsDir();
-    StartDetachedExtractor(UnpackArguments(kDocuments, downloads, downloads));
+    StartDetachedExtractor(UnpackArguments(kDocumentsArchive, downloads, downloads));
     StartFetch(QString("/zeft/bsp/") + kPackageList, QString());
 }
 
@@ -171,7 +171,7 @@ void MainWindow::EndProbes()
     QMetaObject::invokeMethod(this, "AddTreeArchItems", Qt::QueuedConnection);
 }
 
-void MainWindow::EndConnecting()
+void MainWindow::ReturnToIdle()
 {
     delete base_downloader;
     base_downloader = nullptr;
@@ -182,5 +182,5 @@ void MainWindow::EndConnecting()
 void MainWindow::FailConnecting(const QString &message)
 {
     AddMsg(message, 3);
-    EndConnecting();
+    ReturnToIdle();
 }

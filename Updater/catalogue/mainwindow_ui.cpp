@@ -4,6 +4,7 @@
 
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
+#include "catalogue/documents.h"
 #include "catalogue/manifests.h"
 #include "common/common_helper.h"
 #include "panels/downloadwgt.h"
@@ -31,6 +32,8 @@ enum ItemType {
 const char *const kClasses[] = {
     "8bit/16bit uC", "32bit/64bit uC (No FPU)", "32bit/64bit uC (FPU)", "FPGA",
     "Embedded OS",   "Android Device",          "Desktop/Server",       "Native"};
+
+const int kDescriptionRole = Qt::UserRole + 1; // file name of a package's description
 
 template <typename Parent>
 QTreeWidgetItem *MakeItem(Parent *parent, const QString &text, int type,
@@ -70,33 +73,29 @@ QWidget *PageByType(const QTreeWidgetItem *item)
     }
 }
 
+void ShowDescription(const QTreeWidgetItem *item)
+{
+    const QString name = item->data(0, kDescriptionRole).toString();
+    PageOf<DownloadWgt>(item)->SetHtmlText(TextUpToNul(DocumentData(name)));
+}
+
 bool ShowsRecord(const QTreeWidgetItem *item, DN_FILE_STRUCT *record)
 {
     return PageOf<DownloadWgt>(item)->MatchingRow(record) >= 0;
 }
 
-/// The text of a description page; empty for one that can't be read or lies somewhere else.
-QString DescriptionText(const QString &page)
+void AddPackageRow(DownloadWgt *page, const QString &stem, DN_FILE_STRUCT *record)
 {
-    const QString dir = DataSingleton::Inst()->GetDownloadsDir() + "/hwd_doc/";
-    const QString path = dir + page;
-    QByteArray bytes;
-    const QFileInfo file(path);
-    if (file.isFile()
-        && file.canonicalFilePath().startsWith(QFileInfo(dir).canonicalFilePath() + "/"))
-        GetFileData(path, bytes);
-    return TextUpToNul(bytes);
+    if (!stem.isEmpty())
+        page->AddTableRow(record ? stem : "Local Install (eg. " + stem + ")", record);
 }
 
-void AddPackageRow(DownloadWgt *page, const QString &stem,
-                   const QHash<QString, DN_FILE_STRUCT *> &by_stem)
+/// True if the file lies in the component's own directory, which is deleted before it is unpacked.
+bool IsInComponentDir(const QString &path, const DN_FILE_STRUCT &record)
 {
-    if (stem.isEmpty())
-        return;
-    if (DN_FILE_STRUCT *record = by_stem.value(stem))
-        page->AddTableRow(stem, record);
-    else
-        page->AddTableRow("Local Install (eg. " + stem + ")", nullptr);
+    const QFileInfo dir(ComponentDir(record));
+    return dir.exists()
+           && QFileInfo(path).canonicalFilePath().startsWith(dir.canonicalFilePath() + "/");
 }
 
 } // namespace
@@ -135,6 +134,9 @@ void MainWindow::on_tree_wgt_itemSelectionChanged()
     QWidget *page = item ? PageByType(item) : nullptr;
     if (!page)
         return;
+    // A fast connection builds the tree before the descriptions are unpacked.
+    if (item->type() == PackageItem && !PageOf<DownloadWgt>(item)->HasText())
+        ShowDescription(item);
     page->setParent(this);
     ui->ly_user->addWidget(page);
     page->show();
@@ -142,8 +144,13 @@ void MainWindow::on_tree_wgt_itemSelectionChanged()
 
 void MainWindow::AddTreeArchItems()
 {
-    for (DN_FILE_STRUCT *record : qAsConst(records))
+    closed = false;
+    // Versions and targets first: events are processed below, and a press of "Uninstall" needs
+    // them.
+    for (DN_FILE_STRUCT *record : qAsConst(records)) {
         record->version = VersionFromTimeStamp(record->time_stamp);
+        SetInstallTarget(*record, DataSingleton::Inst()->InstalledPath());
+    }
     AddRecordRows();
     AddPackages();
     UpdateRecords();
@@ -182,21 +189,24 @@ void MainWindow::AddPackages()
             continue;
         QTreeWidgetItem *item = MakeItem(class_item, package.title, PackageItem);
         auto *page = new DownloadWgt({"ZEFT BSP Files", "Status"}, nullptr);
-        AddPackageRow(page, package.stems[0], by_stem);
+        const QString &first = package.stems[0];
+        const QString &second = package.stems[1];
+        AddPackageRow(page, first, by_stem.value(first));
         // A record shows once on a page, so equal stems leave nothing for the second row.
-        AddPackageRow(page, package.stems[1],
-                      package.stems[1] == package.stems[0] ? decltype(by_stem)() : by_stem);
-        page->SetHtmlText(DescriptionText(package.page));
+        AddPackageRow(page, second, second == first ? nullptr : by_stem.value(second));
         StorePage(item, page);
+        item->setData(0, kDescriptionRole, package.page);
+        ShowDescription(item);
+        // A new page leaves timers and events behind, and each of them slows the next page down.
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     }
 }
 
 void MainWindow::UpdateRecords()
 {
-    // All targets first: events are processed below, and a press of "Uninstall" needs a target.
-    for (DN_FILE_STRUCT *record : qAsConst(records))
-        SetInstallTarget(*record, DataSingleton::Inst()->InstalledPath());
     for (DN_FILE_STRUCT *record : qAsConst(records)) {
+        if (closed)
+            return;
         if (!IsInWork(record->status)) // the user may have been quicker
             UpdateStatus(record, true);
         QCoreApplication::processEvents();
@@ -222,20 +232,19 @@ void MainWindow::SetTreeItemVisible(DN_FILE_STRUCT *record)
 
 void MainWindow::AddToLocalInstall(const QString &path)
 {
-    const QString file_name = ExtractFileName(path);
-    if (!IsInstallable(file_name)) {
-        AddMsg("File can't be installed safely: " + path, 3);
-        return;
-    }
-    auto *record = new DN_FILE_STRUCT;
-    record->file_name = file_name;
+    auto record = std::make_unique<DN_FILE_STRUCT>();
+    record->file_name = ExtractFileName(path);
     record->remote_dir = ExtractFilePath(path);
     record->local_dir = record->remote_dir;
     record->time_stamp = GetFileModifiedDateTime(path, false, true, false);
     record->file_size = GetFileSizeInBytes(path);
     SetInstallTarget(*record, DataSingleton::Inst()->InstalledPath());
-    local_records.append(record);
-    PageOf<LocalDownloadDlg>(tree_item_local)->AddTableRow(record->file_name, record);
-    AddToDelete(record);
-    AddToInstall(record);
+    if (!IsInstallable(record->file_name) || IsInComponentDir(path, *record)) {
+        AddMsg("File can't be installed safely: " + path, 3);
+        return;
+    }
+    local_records.append(record.get());
+    PageOf<LocalDownloadDlg>(tree_item_local)->AddTableRow(record->file_name, record.get());
+    AddToDelete(record.get());
+    AddToInstall(record.release());
 }

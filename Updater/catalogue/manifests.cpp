@@ -1,32 +1,36 @@
 #include "catalogue/manifests.h"
 
 #include "app/mainwindow_helper.h"
+#include "catalogue/documents.h"
 #include "common/common_helper.h"
+
+#include <algorithm>
 
 namespace {
 
 const char kMarker[] = "//zeft_upt_fversions.info\r\n";
 
-/// Splits as Qt 5.12 and 5.15 both can without a warning.
-QStringList Fields(const QString &line)
+/// Directories of the program, and those that hold the components of all packages.
+const char *const kTakenDirs[] = {"/bin", "/bin_lnx", "/downloads", "/hardware", "/hardware/tools"};
+
+/// True for a name that could leave its directory, or forge lines of the log.
+bool HasUnsafeCharacter(const QString &name)
 {
-    QStringList fields = line.split('#');
-    fields.removeAll(QString());
-    return fields;
+    return std::any_of(name.begin(), name.end(), [](QChar c) {
+        return c == '/' || c == '\\' || c.category() == QChar::Other_Control;
+    });
 }
 
 } // namespace
 
 QString TextUpToNul(const QByteArray &bytes)
 {
-    return QString::fromUtf8(bytes.left(bytes.indexOf('\0'))); // left(-1) is all of them
+    return QString::fromUtf8(bytes.constData());
 }
 
 QStringList ManifestLines(const QByteArray &bytes)
 {
-    QStringList lines = TextUpToNul(bytes).split("\r\n");
-    lines.removeAll(QString());
-    return lines;
+    return ExtractLinesFromText(TextUpToNul(bytes), "\r\n", false);
 }
 
 bool ReadFileList(QByteArray bytes, QStringList &lines)
@@ -47,7 +51,7 @@ bool ReadPackageList(const QByteArray &bytes, QStringList &lines)
 
 std::unique_ptr<DN_FILE_STRUCT> RecordFromLine(const QString &line)
 {
-    const QStringList fields = Fields(line);
+    const QStringList fields = ExtractLinesFromText(line, "#", false);
     if (fields.size() < 6 || !IsPlatformSupported(fields[0].toInt()))
         return nullptr;
     auto record = std::make_unique<DN_FILE_STRUCT>();
@@ -61,7 +65,7 @@ std::unique_ptr<DN_FILE_STRUCT> RecordFromLine(const QString &line)
 
 bool ReadPackageLine(const QString &line, PackageLine &package)
 {
-    const QStringList fields = line.split('#');
+    const QStringList fields = ExtractLinesFromText(line, "#", true);
     if (fields.size() != 7 || !IsPlatformSupported(fields[0].toInt()))
         return false;
     package.class_index = fields[1].toInt();
@@ -94,13 +98,16 @@ void SetInstallTarget(DN_FILE_STRUCT &record, const QString &installed_path)
 
 bool IsInstallable(const QString &file_name)
 {
-    if (file_name.contains('/') || file_name.contains('\\') || file_name.contains(QChar(0)))
+    // The latter two would share a path in the downloads directory with something else.
+    if (HasUnsafeCharacter(file_name) || file_name.endsWith(".dnl")
+        || file_name == kDocumentsArchive)
         return false;
     DN_FILE_STRUCT record;
     record.file_name = file_name;
     SetInstallTarget(record, QString());
-    const QString &dir = record.install_dir;
-    if (dir.isEmpty() || dir == "." || dir == "..")
-        return false;
-    return !record.install_root.isEmpty() || (dir != "downloads" && dir != "bin_lnx");
+    const QString &name = record.install_dir;
+    const QString dir = ComponentDir(record);
+    return !name.isEmpty() && name != "." && name != ".."
+           && std::none_of(std::begin(kTakenDirs), std::end(kTakenDirs),
+                           [&dir](const char *taken) { return dir == taken; });
 }

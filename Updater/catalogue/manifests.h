@@ -7,8 +7,8 @@
 
 struct DN_FILE_STRUCT;
 
-/// The repository's two text manifests: their text form, their checks, and what a line means.
-/// A line's fields are separated by "#", which nothing quotes or escapes.
+// The repository's two text manifests: their text form, their checks, and what a line means.
+// A line's fields are separated by "#", which nothing quotes or escapes.
 
 /// The text of \a bytes up to the first NUL, read as UTF-8.
 QString TextUpToNul(const QByteArray &bytes);
@@ -49,5 +49,6 @@ void SetInstallTarget(DN_FILE_STRUCT &record, const QString &installed_path);
 
 /// True if \a file_name is a plain file name that gives a component directory of its own. The
 /// directory is deleted with all it holds before each installation, so a name that leaves it empty,
-/// leads out of it or gives one of the updater's own directories must not become a record.
+/// leads out of it, gives one of the updater's own directories or one that holds other components
+/// must not become a record.
 bool IsInstallable(const QString &file_name);

@@ -92,7 +92,7 @@ QString GetFileModifiedDateTime(const QString &path, bool no_milliseconds, bool 
     const QFileInfo info(path);
     if (!info.exists())
         return QString();
-    QDateTime time = info.lastModified(); // local already, and saying it again could lose the DST
+    QDateTime time = info.lastModified(); // local already
     if (!local_time)
         time.setTimeSpec(Qt::UTC);
     if (!keep_time_spec)

@@ -3,11 +3,17 @@
 #include "app/datasingleton.h"
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
+#include "panels/desktop.h"
 #include "panels/recordtable.h"
 #include "ui_downloadwgt.h"
 
-#include <QDesktopServices>
-#include <QMessageBox>
+namespace {
+
+const char kCancelInstalling[] =
+    "The selected component is currently installing. It is recommended not to cancel at this "
+    "stage. Press 'Yes' if you still needs to cancel the installation.";
+
+} // namespace
 
 DownloadWgt::DownloadWgt(const QStringList &labels, QFrame *parent)
     : QFrame(parent)
@@ -15,12 +21,6 @@ DownloadWgt::DownloadWgt(const QStringList &labels, QFrame *parent)
 {
     ui->setupUi(this);
     RecordTable::SetLabels(ui->table, labels);
-    // The browser would look for a web page in the file system, and complain on the console.
-    ui->text->setOpenLinks(false);
-    connect(ui->text, &QTextBrowser::anchorClicked, this, [](const QUrl &link) {
-        if (link.scheme() == "https" || link.scheme() == "http")
-            QDesktopServices::openUrl(link);
-    });
     connect(&timer, &QTimer::timeout, this, &DownloadWgt::onTimer500);
     timer.start(500);
 }
@@ -65,6 +65,11 @@ void DownloadWgt::SetPlainText(const QString &text)
     ui->text->setPlainText(text);
 }
 
+bool DownloadWgt::HasText() const
+{
+    return !ui->text->document()->isEmpty();
+}
+
 DN_FILE_STRUCT *DownloadWgt::SelectedRecord()
 {
     return FS(ui->table->currentRow());
@@ -96,19 +101,11 @@ void DownloadWgt::on_pb_install_clicked()
     if (!record)
         return;
     MainWindow *window = DataSingleton::Inst()->Window();
-    if (ui->pb_install->text().contains("Install")) {
+    if (ui->pb_install->text().contains("Install"))
         window->AddToDownload(record);
-        return;
-    }
-    if (record->status == RecordStatus::Installing
-        && QMessageBox::warning(this, "ZEFT",
-                                "The selected component is currently installing. It is recommended "
-                                "not to cancel at this stage. Press 'Yes' if you still needs to "
-                                "cancel the installation.",
-                                QMessageBox::Yes | QMessageBox::Cancel)
-               == QMessageBox::Cancel)
-        return;
-    window->CancelDownloadInstall(record);
+    else if (record->status != RecordStatus::Installing || IsConfirmed(this, kCancelInstalling))
+        window->CancelDownloadInstall(record);
+    // The text stays until the next tick, so that a double click doesn't install and cancel.
 }
 
 void DownloadWgt::on_table_itemSelectionChanged()
@@ -124,12 +121,14 @@ void DownloadWgt::on_table_itemClicked(QTableWidgetItem * /*item*/)
 void DownloadWgt::on_pb_delete_clicked()
 {
     DN_FILE_STRUCT *record = SelectedRecord();
-    if (!record)
+    // The button may be half a second behind a stage that has just begun.
+    if (!record || record->status == RecordStatus::Installing)
         return;
     MainWindow *window = DataSingleton::Inst()->Window();
     window->StopDownload(record); // or it would write into a file that the deletion removes
     record->status = RecordStatus::Deleting;
     window->AddToDelete(record);
+    UpdateButtons();
 }
 
 void DownloadWgt::resizeEvent(QResizeEvent *event)

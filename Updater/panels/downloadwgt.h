@@ -29,6 +29,7 @@ public:
     /// Shows a description page, its fonts brought down to the size of the panel.
     void SetHtmlText(const QString &html);
     void SetPlainText(const QString &text);
+    bool HasText() const;
     void UpdateButtons();
 
 public slots:

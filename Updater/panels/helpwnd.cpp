@@ -1,10 +1,10 @@
 #include "panels/helpwnd.h"
 
 #include "common/common_helper.h"
+#include "panels/desktop.h"
 #include "panels/wsp_blk_item.h"
 
 #include <QAction>
-#include <QDesktopServices>
 #include <QProcess>
 
 namespace {
@@ -42,7 +42,7 @@ void HelpWnd::StartDocumentation(const QString &deploy_path, unsigned int contex
 {
     if (page) {
         const QString path = deploy_path + "/doc/zeft_web_help/" + page;
-        QDesktopServices::openUrl(QUrl::fromLocalFile(path));
+        OpenOnDesktop(QUrl::fromLocalFile(path));
     } else {
         QProcess::startDetached("xchm", {"--contextid=" + QString::number(context_id),
                                          deploy_path + "/help/ZEFT_Documentation.chm"});

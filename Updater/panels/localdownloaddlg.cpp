@@ -4,11 +4,11 @@
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
 #include "common/common_helper.h"
+#include "panels/desktop.h"
 #include "panels/recordtable.h"
 #include "ui_localdownloaddlg.h"
 
 #include <QFileDialog>
-#include <QMessageBox>
 
 LocalDownloadDlg::LocalDownloadDlg(const QStringList &labels, QWidget *parent)
     : QWidget(parent)
@@ -82,8 +82,7 @@ bool LocalDownloadDlg::IsWanted(const QString &path)
     const QString question = QString("The selected component '%1' is already installed during this "
                                      "session. Press 'Yes' to install it again.")
                                  .arg(path);
-    return QMessageBox::warning(this, "ZEFT", question, QMessageBox::Yes | QMessageBox::Cancel)
-           != QMessageBox::Cancel;
+    return IsConfirmed(this, question);
 }
 
 void LocalDownloadDlg::resizeEvent(QResizeEvent *event)

@@ -22,18 +22,22 @@ void RecordTable::SetLabels(QTableWidget *table, const QStringList &labels)
     table->setHorizontalHeaderLabels(labels);
 }
 
-void RecordTable::AddRow(QTableWidget *table, const QString &label, DN_FILE_STRUCT *record)
+void RecordTable::AppendRow(QTableWidget *table, const QString &text, DN_FILE_STRUCT *record)
 {
-    const QString text = record ? label + SizeSuffix(record->file_size) : label;
-    if (record)
-        record->display_name = text;
-
     auto *item = new QTableWidgetItem(text, RecordItem);
     item->setData(Qt::UserRole, QVariant::fromValue(static_cast<void *>(record)));
     const int row = table->rowCount();
     table->insertRow(row);
     table->setItem(row, 0, item);
     table->setItem(row, 1, new QTableWidgetItem(QString(), StatusItem));
+}
+
+void RecordTable::AddRow(QTableWidget *table, const QString &label, DN_FILE_STRUCT *record)
+{
+    const QString text = record ? label + SizeSuffix(record->file_size) : label;
+    if (record)
+        record->display_name = text;
+    AppendRow(table, text, record);
 }
 
 DN_FILE_STRUCT *RecordTable::Record(const QTableWidget *table, int row)

@@ -14,10 +14,14 @@ enum ItemType { RecordItem = 101, StatusItem = 102 };
 /// " [1.5 MB]": a size in decimal units, in front of it one blank; empty for 0 bytes and below.
 QString SizeSuffix(qint64 bytes);
 
-/// Makes one column for each label.
+/// Makes one column for each label; there must be two at least.
 void SetLabels(QTableWidget *table, const QStringList &labels);
 
-/// Appends a row and writes the record's display_name; \a record may be null.
+/// Appends a row of a text and a record; \a record may be null.
+void AppendRow(QTableWidget *table, const QString &text, DN_FILE_STRUCT *record);
+
+/// Appends a row of a label with its record's size, and writes the record's display_name;
+/// \a record may be null.
 void AddRow(QTableWidget *table, const QString &label, DN_FILE_STRUCT *record);
 
 /// The record of a row; null for a row without one and for a row that isn't there.

@@ -3,6 +3,7 @@
 #include "app/datasingleton.h"
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
+#include "panels/recordtable.h"
 #include "transfer/filedownloader.h"
 #include "ui_settingsdlg.h"
 
@@ -50,37 +51,18 @@ bool SettingsDlg::IsAltLink()
     return ui->chk_alt_link->isChecked();
 }
 
-DN_FILE_STRUCT *SettingsDlg::ActivityRecord(int row) const
-{
-    const QVariant pointer = ui->table_activity->item(row, 0)->data(Qt::UserRole);
-    return static_cast<DN_FILE_STRUCT *>(pointer.value<void *>());
-}
-
 void SettingsDlg::UpdateActivity(const QList<DN_FILE_STRUCT *> &list)
 {
     QTableWidget *table = ui->table_activity;
     QSet<DN_FILE_STRUCT *> missing = list.toSet();
-
     for (int row = table->rowCount() - 1; row >= 0; --row) {
-        DN_FILE_STRUCT *record = ActivityRecord(row);
-        if (!missing.remove(record)) {
+        if (!missing.remove(RecordTable::Record(table, row)))
             table->removeRow(row);
-            continue;
-        }
-        QTableWidgetItem *status = table->item(row, 1);
-        if (status->text() != record->status_text)
-            status->setText(record->status_text);
     }
-
+    RecordTable::UpdateStatus(table);
     for (DN_FILE_STRUCT *record : list) {
-        if (!missing.remove(record))
-            continue;
-        const int row = table->rowCount();
-        auto *item = new QTableWidgetItem(record->display_name);
-        item->setData(Qt::UserRole, QVariant::fromValue(static_cast<void *>(record)));
-        table->insertRow(row);
-        table->setItem(row, 0, item);
-        table->setItem(row, 1, new QTableWidgetItem);
+        if (missing.remove(record))
+            RecordTable::AppendRow(table, record->display_name, record);
     }
 }
 
@@ -95,7 +77,8 @@ void SettingsDlg::on_table_activity_itemClicked(QTableWidgetItem * /*item*/)
 {
     const int row = ui->table_activity->currentRow();
     if (row >= 0)
-        DataSingleton::Inst()->Window()->SetTreeItemVisible(ActivityRecord(row));
+        DataSingleton::Inst()->Window()->SetTreeItemVisible(
+            RecordTable::Record(ui->table_activity, row));
 }
 
 void SettingsDlg::on_pb_connect_clicked()

@@ -37,7 +37,5 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    DN_FILE_STRUCT *ActivityRecord(int row) const;
-
     Ui_SettingsDlg *ui;
 };

@@ -3,7 +3,7 @@
 #include <QString>
 #include <QStringList>
 
-/// What the help window reads of a block of the larger product, which makes these records.
+// What the help window reads of a block of the larger product, which makes these records.
 
 struct WSP_BLK_HELP_STRUCT
 {

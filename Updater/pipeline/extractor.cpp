@@ -17,16 +17,23 @@ QString Program()
 
 } // namespace
 
+QString ScriptPath(const QString &component_dir)
+{
+    return component_dir + "/zeft_install.sh";
+}
+
 QStringList UnpackArguments(const QString &file_name, const QString &local_dir,
                             const QString &install_root)
 {
     const QString command = file_name.contains(".tar.") ? "#xtar" : "#uzip";
-    return {command, "#" + local_dir + "/" + file_name, "#" + install_root};
+    // An installation at the file system's root has an empty text for its path.
+    const QString destination = install_root.isEmpty() ? QString("/") : install_root;
+    return {command, "#" + local_dir + "/" + file_name, "#" + destination};
 }
 
 QStringList ScriptArguments(const QString &component_dir)
 {
-    return {"#rscript", "#" + component_dir + "/zeft_install.sh", "#" + component_dir, "#mclose"};
+    return {"#rscript", "#" + ScriptPath(component_dir), "#" + component_dir, "#mclose"};
 }
 
 QStringList DeleteArguments(const QString &component_dir)
@@ -36,7 +43,7 @@ QStringList DeleteArguments(const QString &component_dir)
 
 bool LastPercent(const QByteArray &output, int &percent)
 {
-    const QString text = QString::fromLatin1(output.left(output.indexOf('\0')));
+    const QString text = QString::fromLatin1(output.constData()); // up to a NUL
     const int sign = text.lastIndexOf('%');
     if (sign < 3)
         return false;
@@ -57,7 +64,13 @@ QProcess *StartExtractor(const QStringList &arguments)
 
 void StartDetachedExtractor(const QStringList &arguments)
 {
-    QProcess::startDetached(Program(), arguments);
+    QProcess process;
+    process.setProgram(Program());
+    process.setArguments(arguments);
+    process.setStandardOutputFile(
+        QProcess::nullDevice()); // its percent is no matter of our console
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.startDetached();
 }
 
 void KillExtractor(QProcess *&process)
@@ -74,9 +87,18 @@ void KillExtractor(QProcess *&process)
     process = nullptr;
 }
 
-void ReadProgress(QProcess *process, DN_FILE_STRUCT *record, int floor)
+bool FollowRun(QProcess *process, DN_FILE_STRUCT *record, int floor)
 {
     int percent = 0;
-    if (LastPercent(process->readAll(), percent))
-        record->progress = qBound(floor, percent, 100);
+    switch (process->state()) {
+    case QProcess::Starting:
+        break;
+    case QProcess::Running:
+        if (LastPercent(process->readAll(), percent))
+            record->progress = qBound(floor, percent, 100);
+        break;
+    case QProcess::NotRunning:
+        return true;
+    }
+    return false;
 }

@@ -6,9 +6,12 @@ class QByteArray;
 class QProcess;
 struct DN_FILE_STRUCT;
 
-/// The extractor zeft_fextr_cmd, as the stages use it: one run for each action. The paths in its
-/// arguments stand behind a "#". It prints its percent on standard output; nothing else of a run is
-/// looked at, so its end counts as success.
+// The extractor zeft_fextr_cmd, as the stages use it: one run for each action. The paths in its
+// arguments stand behind a "#". It prints its percent on standard output; nothing else of a run is
+// looked at, so its end counts as success.
+
+/// The script that a component may bring along.
+QString ScriptPath(const QString &component_dir);
 
 QStringList UnpackArguments(const QString &file_name, const QString &local_dir,
                             const QString &install_root);
@@ -26,5 +29,6 @@ void StartDetachedExtractor(const QStringList &arguments);
 /// Kills a run, if there is one, and lets go of its process; sets the pointer to null.
 void KillExtractor(QProcess *&process);
 
-/// Writes what a run has newly printed into the progress of its record, at least \a floor.
-void ReadProgress(QProcess *process, DN_FILE_STRUCT *record, int floor);
+/// Follows a run by one step: what it has newly printed becomes the progress of its record, at
+/// least \a floor. True once the run has ended, however it ended.
+bool FollowRun(QProcess *process, DN_FILE_STRUCT *record, int floor);

@@ -4,13 +4,17 @@
 
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
+#include "catalogue/documents.h"
 #include "common/common_helper.h"
+#include "pipeline/downloads.h"
 #include "pipeline/extractor.h"
 #include "transfer/filedownloader.h"
 #include "ui_mainwindow.h"
 
 #include <QFileInfo>
 #include <QProcess>
+
+#include <algorithm>
 
 namespace {
 
@@ -20,22 +24,6 @@ const int kTransfersAtOnce = 2;
 const int kDownloadTimeout = 15000; // ms
 const int kFirstPercent = 5;        // an installation that has just begun shows some progress
 
-QString DownloadedPath(const DN_FILE_STRUCT *record)
-{
-    return DataSingleton::Inst()->GetDownloadsDir() + "/" + record->file_name;
-}
-
-QString PartialPath(const DN_FILE_STRUCT *record)
-{
-    return DownloadedPath(record) + ".dnl";
-}
-
-void DeleteDownload(const DN_FILE_STRUCT *record)
-{
-    DeleteFile(PartialPath(record));
-    DeleteFile(DownloadedPath(record));
-}
-
 void Enqueue(Queue &queue, DN_FILE_STRUCT *record, int status)
 {
     record->progress = 0;
@@ -43,16 +31,36 @@ void Enqueue(Queue &queue, DN_FILE_STRUCT *record, int status)
     queue.append(record);
 }
 
-/// The record to be started: the head of the queue, unless its directory is still to be deleted.
-/// Then the head goes to the tail, and nothing starts at this heartbeat.
-DN_FILE_STRUCT *NextToInstall(Queue &queue, const Queue &delete_queue)
+/// True while the record's directory is still to be deleted, be it for another record of the same
+/// component.
+bool IsHeldBack(const DN_FILE_STRUCT *record, const Queue &delete_queue)
+{
+    return std::any_of(
+        delete_queue.begin(), delete_queue.end(), [record](const DN_FILE_STRUCT *deleted) {
+            return deleted == record
+                   || (!record->install_dir.isEmpty() && deleted->install_dir == record->install_dir
+                       && deleted->install_root == record->install_root);
+        });
+}
+
+/// Gives the head of a queue its turn to start. One that is held back goes to the tail, and null
+/// says that nothing starts at this heartbeat.
+DN_FILE_STRUCT *TakeTurn(Queue &queue, const Queue &delete_queue)
 {
     if (queue.isEmpty())
         return nullptr;
-    if (!delete_queue.contains(queue.first()))
+    if (!IsHeldBack(queue.first(), delete_queue))
         return queue.first();
     queue.append(queue.takeFirst());
     return nullptr;
+}
+
+/// Says in the log and in the record that a run for it begins.
+void ShowInstalling(DN_FILE_STRUCT *record)
+{
+    DataSingleton::Inst()->AddMsg(QString("Installing file %1...").arg(record->file_name), 1);
+    record->status = RecordStatus::Installing;
+    record->progress = kFirstPercent;
 }
 
 /// Takes the record out of a queue of installations, and kills its run if it is the one that runs.
@@ -116,7 +124,7 @@ void MainWindow::CancelDownloadInstall(DN_FILE_STRUCT *record)
 {
     if (download_queue.contains(record)) {
         StopDownload(record);
-        DeleteDownload(record);
+        DeleteDownload(*record);
         UpdateStatus(record, false);
     }
     if (CancelInstall(install_queue, install_process, record))
@@ -141,7 +149,8 @@ void MainWindow::on_pb_pause_clicked()
 
 void MainWindow::ProcessDownload()
 {
-    const Queue first = download_queue.mid(0, kTransfersAtOnce); // a start that fails leaves it
+    // A copy, as a start that fails takes its record out of the queue.
+    const Queue first = download_queue.mid(0, kTransfersAtOnce);
     for (DN_FILE_STRUCT *record : first) {
         if (record->downloader)
             record->progress = ProgressFromPercent(record->downloader->m_percent);
@@ -152,7 +161,7 @@ void MainWindow::ProcessDownload()
 
 void MainWindow::StartDownload(DN_FILE_STRUCT *record)
 {
-    DeleteFile(DownloadedPath(record));
+    DeleteFile(CompletePath(*record));
     record->status = RecordStatus::Downloading;
     record->local_dir.clear();
 
@@ -162,7 +171,7 @@ void MainWindow::StartDownload(DN_FILE_STRUCT *record)
             &MainWindow::onInstallFilesDownloadFinished);
     const QString url = repo_url + "/zeft/" + record->remote_dir + "/" + record->file_name;
     const bool started =
-        transfer->Start(&network_manager, url, false, record->file_size, PartialPath(record),
+        transfer->Start(&network_manager, url, false, record->file_size, PartialPath(*record),
                         record->time_stamp, true, kDownloadTimeout, record);
     AddMsg(QString("Downloading file %1...").arg(record->file_name), 1);
     if (!started) {
@@ -184,9 +193,9 @@ void MainWindow::onInstallFilesDownloadFinished(FileDownloader *fd)
 
 void MainWindow::AcceptDownload(DN_FILE_STRUCT *record)
 {
-    RenameFileFolderHelper(PartialPath(record), record->file_name);
+    RenameFileFolderHelper(PartialPath(*record), record->file_name);
     record->local_dir = DataSingleton::Inst()->GetDownloadsDir();
-    if (GetFileSizeInBytes(DownloadedPath(record)) == record->file_size) {
+    if (GetFileSizeInBytes(CompletePath(*record)) == record->file_size) {
         AddToDelete(record);
         AddToInstall(record);
         AddMsg(QString("File %1 downloaded. Queued for installation.").arg(record->file_name), 1);
@@ -210,30 +219,18 @@ void MainWindow::RejectDownload(DN_FILE_STRUCT *record, const QString &error)
 
 void MainWindow::ProcessInstall()
 {
-    if (!install_process) {
+    if (!install_process)
         StartInstall();
-        return;
-    }
-    switch (install_process->state()) {
-    case QProcess::Starting:
-        break;
-    case QProcess::Running:
-        ReadProgress(install_process, install_queue.first(), kFirstPercent);
-        break;
-    case QProcess::NotRunning:
+    else if (FollowRun(install_process, install_queue.first(), kFirstPercent))
         FinishInstall();
-        break;
-    }
 }
 
 void MainWindow::StartInstall()
 {
-    DN_FILE_STRUCT *record = NextToInstall(install_queue, delete_queue);
+    DN_FILE_STRUCT *record = TakeTurn(install_queue, delete_queue);
     if (!record)
         return;
-    AddMsg(QString("Installing file %1...").arg(record->file_name), 1);
-    record->status = RecordStatus::Installing;
-    record->progress = kFirstPercent;
+    ShowInstalling(record);
     install_process =
         StartExtractor(UnpackArguments(record->file_name, record->local_dir, record->install_root));
 }
@@ -241,8 +238,8 @@ void MainWindow::StartInstall()
 void MainWindow::FinishInstall()
 {
     DN_FILE_STRUCT *record = FinishHead(install_queue, install_process, RecordStatus::Installed);
-    DeleteDownload(record);
-    if (QFileInfo::exists(ComponentDir(*record) + "/zeft_install.sh")) {
+    DeleteDownload(*record);
+    if (QFileInfo::exists(ScriptPath(ComponentDir(*record)))) {
         AddToPostInstall(record);
         AddMsg(QString("File %1 installed. Post installation script found. Running post "
                        "installation script.")
@@ -255,30 +252,18 @@ void MainWindow::FinishInstall()
 
 void MainWindow::ProcessPostInstall()
 {
-    if (!post_install_process) {
+    if (!post_install_process)
         StartPostInstall();
-        return;
-    }
-    switch (post_install_process->state()) {
-    case QProcess::Starting:
-        break;
-    case QProcess::Running:
-        ReadProgress(post_install_process, post_install_queue.first(), kFirstPercent);
-        break;
-    case QProcess::NotRunning:
+    else if (FollowRun(post_install_process, post_install_queue.first(), kFirstPercent))
         FinishPostInstall();
-        break;
-    }
 }
 
 void MainWindow::StartPostInstall()
 {
-    DN_FILE_STRUCT *record = NextToInstall(post_install_queue, delete_queue);
+    DN_FILE_STRUCT *record = TakeTurn(post_install_queue, delete_queue);
     if (!record)
         return;
-    AddMsg(QString("Installing file %1...").arg(record->file_name), 1);
-    record->status = RecordStatus::Installing;
-    record->progress = kFirstPercent;
+    ShowInstalling(record);
     post_install_process = StartExtractor(ScriptArguments(ComponentDir(*record)));
 }
 
@@ -291,20 +276,10 @@ void MainWindow::FinishPostInstall()
 
 void MainWindow::ProcessDelete()
 {
-    if (!delete_process) {
+    if (!delete_process)
         StartDelete();
-        return;
-    }
-    switch (delete_process->state()) {
-    case QProcess::Starting:
-        break;
-    case QProcess::Running:
-        ReadProgress(delete_process, delete_queue.first(), 0);
-        break;
-    case QProcess::NotRunning:
+    else if (FollowRun(delete_process, delete_queue.first(), 0))
         FinishDelete();
-        break;
-    }
 }
 
 void MainWindow::StartDelete()
@@ -324,14 +299,11 @@ void MainWindow::FinishDelete()
     if (install_queue.contains(record))
         record->status = RecordStatus::InstallPending;
     else
-        DeleteDownload(record);
+        DeleteDownload(*record);
     AddMsg(QString("Deleted directory %1.").arg(ComponentDir(*record)), 1);
 }
 
 void MainWindow::DelNonRequiredFiles()
 {
-    const QString documents = DataSingleton::Inst()->GetDownloadsDir() + "/hwd_doc";
-    DeleteFile(documents + ".zip");
-    DeleteFile(documents); // a link would lead the deletion of a directory astray
-    DeleteDirectory(documents);
+    DeleteDocuments();
 }

@@ -6,6 +6,7 @@
 #include "app/mainwindow_helper.h"
 #include "common/common_helper.h"
 #include "panels/settingsdlg.h"
+#include "pipeline/downloads.h"
 #include "pipeline/versioninfo.h"
 #include "transfer/filedownloader.h"
 #include "ui_mainwindow.h"
@@ -14,43 +15,23 @@
 
 namespace {
 
-bool IsInstallWork(int status)
-{
-    return status == RecordStatus::Installing || status == RecordStatus::Deleting
-           || status == RecordStatus::InstallPending;
-}
+using Records = QList<DN_FILE_STRUCT *>;
 
-bool IsDownloadWork(int status)
+/// The mean progress of the records whose status counts; 0 if there is none.
+int MeanPercent(const QList<const Records *> &lists, bool (*counts)(int status))
 {
-    return status == RecordStatus::Downloading || status == RecordStatus::DownloadPending;
-}
-
-/// The mean progress of the records whose status counts.
-class MeanProgress
-{
-public:
-    explicit MeanProgress(bool (*counts)(int status))
-        : m_counts(counts)
-    {
-    }
-
-    void Add(const QList<DN_FILE_STRUCT *> &records)
-    {
-        for (const DN_FILE_STRUCT *record : records) {
-            if (!m_counts(record->status))
+    float count = 0.0F;
+    float sum = 0.0F;
+    for (const Records *list : lists) {
+        for (const DN_FILE_STRUCT *record : *list) {
+            if (!counts(record->status))
                 continue;
-            m_count += 1.0F;
-            m_sum += static_cast<float>(record->progress) / 100.0F;
+            count += 1.0F;
+            sum += static_cast<float>(record->progress) / 100.0F;
         }
     }
-
-    int Percent() const { return m_count > 0.99F ? static_cast<int>(m_sum / m_count * 100.0F) : 0; }
-
-private:
-    bool (*m_counts)(int status);
-    float m_count = 0.0F;
-    float m_sum = 0.0F;
-};
+    return count > 0.99F ? static_cast<int>(sum / count * 100.0F) : 0;
+}
 
 } // namespace
 
@@ -58,16 +39,15 @@ void MainWindow::UpdateStatus(DN_FILE_STRUCT *record, bool queue_found)
 {
     record->status = StatusOnDisk(record->install_root, record->install_dir, record->version);
 
-    const QString downloads = DataSingleton::Inst()->GetDownloadsDir();
-    const QString complete = downloads + "/" + record->file_name;
-    const QString partial = complete + ".dnl";
+    const QString complete = CompletePath(*record);
+    const QString partial = PartialPath(*record);
     if (IsFilePresent(complete)) {
         if (GetFileSizeInBytes(complete) != record->file_size
             || GetFileDataChecksum(complete, 0) != record->checksum) {
             DeleteFile(complete);
             return;
         }
-        record->local_dir = downloads;
+        record->local_dir = DataSingleton::Inst()->GetDownloadsDir();
         if (queue_found) {
             AddMsg(QString("Installing file %1...").arg(record->file_name), 1);
             AddToDelete(record);
@@ -83,7 +63,7 @@ void MainWindow::UpdateStatus(DN_FILE_STRUCT *record, bool queue_found)
 
 void MainWindow::UpdateActivityList()
 {
-    QList<DN_FILE_STRUCT *> active;
+    Records active;
     QSet<DN_FILE_STRUCT *> seen;
     for (const auto *queue :
          {&download_queue, &install_queue, &post_install_queue, &delete_queue}) {
@@ -101,12 +81,6 @@ void MainWindow::UpdateProgressBars()
 {
     if (base_downloader)
         return; // the bars belong to the connection sequence
-    MeanProgress install(IsInstallWork);
-    install.Add(records);
-    install.Add(local_records);
-    ui->pbar_inst->setValue(install.Percent());
-
-    MeanProgress download(IsDownloadWork);
-    download.Add(records);
-    ui->pbar_dl->setValue(download.Percent());
+    ui->pbar_inst->setValue(MeanPercent({&records, &local_records}, IsInstallWork));
+    ui->pbar_dl->setValue(MeanPercent({&records}, IsDownloadWork));
 }

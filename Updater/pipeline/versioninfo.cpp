@@ -5,19 +5,21 @@
 
 QString BuildFromVersionInfo(const QByteArray &bytes)
 {
-    const QString text = QString::fromLatin1(bytes.left(bytes.indexOf('\0')));
+    const QString text = QString::fromLatin1(bytes.constData()); // up to a NUL
     return GetKeyValue("build", ":", text).trimmed().replace('.', '-');
 }
 
 int StatusOnDisk(const QString &install_root, const QString &install_dir, const QString &version)
 {
-    if (!IsFolderPresent(install_root, install_dir))
+    if (!IsFolderPresent(install_root + "/", install_dir))
         return RecordStatus::NotInstalled;
     const QString path = install_root + "/" + install_dir + "/version.info";
     if (!IsFilePresent(path))
         return RecordStatus::UpdateAvailable;
     QByteArray bytes;
     GetFileData(path, bytes);
-    return BuildFromVersionInfo(bytes) == version ? RecordStatus::Installed
-                                                  : RecordStatus::UpdateAvailable;
+    const QString build = BuildFromVersionInfo(bytes);
+    // A server that states no date leaves a version empty; that proves nothing.
+    return !build.isEmpty() && build == version ? RecordStatus::Installed
+                                                : RecordStatus::UpdateAvailable;
 }

@@ -35,7 +35,7 @@ void TestFileData::SumsTheFirstBytes_data()
     QByteArray ramp(256, '\0');
     std::iota(ramp.begin(), ramp.end(), '\0');
     QTest::newRow("every byte value") << ramp << qint64(0) << qint64(32640);
-    for (const int size : {31, 32, 33, 8191, 8192, 8193})
+    for (const int size : {127, 128, 129, 256})
         QTest::addRow("%d bytes", size) << QByteArray(size, '\2') << qint64(0) << qint64(2 * size);
 }
 

@@ -1,0 +1,187 @@
+#include "archive_reader.h"
+
+#include "failure.h"
+#include "prefetch.h"
+
+#include <algorithm>
+#include <new>
+
+namespace {
+
+constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
+
+archive *NewReader()
+{
+    archive *const handle = archive_read_new();
+    if (!handle) {
+        throw std::bad_alloc();
+    }
+    return handle;
+}
+
+bool EndsInZeros(std::string_view bytes)
+{
+    constexpr std::size_t kRecordSize = 512;
+    const std::string_view last = bytes.substr(bytes.size() - std::min(bytes.size(), kRecordSize));
+    return std::all_of(last.begin(), last.end(), [](char byte) { return byte == 0; });
+}
+
+} // namespace
+
+ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &progress)
+    : m_archive(NewReader())
+    , m_format(format)
+    , m_file(&file)
+    , m_progress(&progress)
+    , m_buffer(kBufferSize)
+{
+    archive *const handle = m_archive.get();
+    switch (format) {
+    case Format::Zip:
+        // The other zip reader goes without the directory at the archive's end, and so without
+        // the permissions, and without a sign that the end is missing.
+        archive_read_support_format_zip_seekable(handle);
+        break;
+    case Format::SevenZip:
+        archive_read_support_format_7zip(handle);
+        break;
+    case Format::Cab:
+        archive_read_support_format_cab(handle);
+        break;
+    case Format::Tar:
+        archive_read_support_format_tar(handle);
+        break;
+    case Format::Packed:
+        archive_read_support_format_raw(handle);
+        archive_read_support_filter_bzip2(handle);
+        archive_read_support_filter_compress(handle);
+        archive_read_support_filter_lz4(handle);
+        archive_read_support_filter_lzip(handle);
+        archive_read_support_filter_lzma(handle);
+        archive_read_support_filter_xz(handle);
+        archive_read_support_filter_zstd(handle);
+        break;
+    }
+    archive_read_set_skip_callback(handle, [](archive *, void *self, la_int64_t bytes) {
+        auto *const reader = static_cast<ArchiveReader *>(self);
+        reader->m_offset += static_cast<std::uint64_t>(bytes);
+        return bytes;
+    });
+    archive_read_set_seek_callback(
+        handle, [](archive *, void *self, la_int64_t offset, int whence) -> la_int64_t {
+            auto *const reader = static_cast<ArchiveReader *>(self);
+            const std::uint64_t base = whence == SEEK_SET   ? 0
+                                       : whence == SEEK_CUR ? reader->m_offset
+                                                            : reader->m_file->Size();
+            const std::uint64_t wanted = base + static_cast<std::uint64_t>(offset);
+            if (wanted > reader->m_file->Size()) {
+                return ARCHIVE_FATAL;
+            }
+            reader->m_offset = wanted;
+            return static_cast<la_int64_t>(wanted);
+        });
+    Check(Open());
+}
+
+ArchiveReader::ArchiveReader(Prefetch &tar)
+    : m_archive(NewReader())
+    , m_format(Format::Tar)
+    , m_tar(&tar)
+{
+    archive_read_support_format_tar(m_archive.get());
+    // Read on to the stream's true end: only there its last checksums are tested.
+    archive_read_set_format_option(m_archive.get(), "tar", "read_concatenated_archives", "1");
+    if (Open() != ARCHIVE_OK && !m_inputFailure) {
+        throw Failure("is no archive of a known kind");
+    }
+    Check(ARCHIVE_OK);
+}
+
+archive_entry *ArchiveReader::NextEntry()
+{
+    m_givenBack = {};
+    archive_entry *entry = nullptr;
+    const int result = archive_read_next_header(m_archive.get(), &entry);
+    if (result == ARCHIVE_EOF && m_tar && !m_tarEnded) {
+        throw Failure("is cut off: the mark at its end is missing");
+    }
+    if (result == ARCHIVE_EOF) {
+        return nullptr;
+    }
+    Check(result);
+    Report();
+    return entry;
+}
+
+bool ArchiveReader::NextBlock(Block &block)
+{
+    if (!m_givenBack.bytes.empty()) {
+        block = std::exchange(m_givenBack, {});
+        return true;
+    }
+    const void *bytes = nullptr;
+    std::size_t size = 0;
+    la_int64_t offset = 0;
+    const int result = archive_read_data_block(m_archive.get(), &bytes, &size, &offset);
+    block = {{static_cast<const char *>(bytes), size}, static_cast<std::uint64_t>(offset)};
+    if (result == ARCHIVE_EOF) {
+        return false;
+    }
+    Check(result);
+    Report();
+    return true;
+}
+
+void ArchiveReader::GiveBack(const Block &block)
+{
+    m_givenBack = block;
+}
+
+int ArchiveReader::Open()
+{
+    archive *const handle = m_archive.get();
+    archive_read_set_callback_data(handle, this);
+    archive_read_set_read_callback(handle, [](archive *, void *self, const void **bytes) {
+        return static_cast<ArchiveReader *>(self)->Feed(bytes);
+    });
+    return archive_read_open1(handle);
+}
+
+void ArchiveReader::Check(int result)
+{
+    if (m_inputFailure) {
+        std::rethrow_exception(m_inputFailure);
+    }
+    if (result != ARCHIVE_OK) {
+        const char *const text = archive_error_string(m_archive.get());
+        throw Failure(std::string("is damaged: ") + (text ? text : "unknown error"));
+    }
+}
+
+void ArchiveReader::Report()
+{
+    if (m_progress) {
+        m_progress->Reach(static_cast<std::uint64_t>(archive_filter_bytes(m_archive.get(), -1)),
+                          m_file->Size());
+    }
+}
+
+/// Called by libarchive, which knows no exceptions: they are kept for Check().
+la_ssize_t ArchiveReader::Feed(const void **bytes)
+{
+    try {
+        std::string_view block;
+        if (m_tar) {
+            block = m_tar->Next();
+            m_tarEnded = block.empty() ? m_tarEnded : EndsInZeros(block);
+        } else {
+            block = {m_buffer.data(), m_file->ReadAt(m_offset, m_buffer.data(), m_buffer.size())};
+            m_offset += block.size();
+        }
+        *bytes = block.data();
+        return static_cast<la_ssize_t>(block.size());
+    } catch (...) {
+        m_inputFailure = std::current_exception();
+        return ARCHIVE_FATAL;
+    }
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "input_file.h"
+#include "progress.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+class Prefetch;
+
+/// One pass through an archive with libarchive. Whatever libarchive is not wholly content with, a
+/// mere warning included, is thrown as a Failure: a wrong checksum is one of its warnings.
+class ArchiveReader
+{
+public:
+    enum class Format {
+        Zip,
+        SevenZip,
+        Cab,
+        Tar,
+        Packed // no archive but one stream, packed with any of libarchive's own filters
+    };
+
+    /// The file and the progress, which follows the place in it, must outlive the reader.
+    ArchiveReader(const InputFile &file, Format format, Progress &progress);
+
+    /// Reads the bytes of \a tar, which must outlive the reader, as a tar archive.
+    explicit ArchiveReader(Prefetch &tar);
+
+    ArchiveReader(const ArchiveReader &) = delete;
+    ArchiveReader &operator=(const ArchiveReader &) = delete;
+
+    /// The next entry, owned by the reader and good until the next call; null at the end.
+    archive_entry *NextEntry();
+
+    struct Block
+    {
+        std::string_view bytes; // good until the next call
+        std::uint64_t offset;   // in the entry; between two blocks there may be a hole
+    };
+
+    /// The next data of the entry; false at its end, when \a block.offset is the entry's size.
+    bool NextBlock(Block &block);
+
+    /// Has NextBlock() bring \a block once more.
+    void GiveBack(const Block &block);
+
+    Format GetFormat() const { return m_format; }
+
+private:
+    struct Free
+    {
+        void operator()(archive *handle) const { archive_read_free(handle); }
+    };
+
+    int Open();
+    void Check(int result);
+    void Report();
+    la_ssize_t Feed(const void **bytes);
+
+    std::unique_ptr<archive, Free> m_archive;
+    const Format m_format;
+    const InputFile *m_file = nullptr; // the input is this,
+    Progress *m_progress = nullptr;    // with its progress,
+    Prefetch *m_tar = nullptr;         // or this
+    bool m_tarEnded = false;           // the last that came of it was the mark of a tar's end
+    std::vector<char> m_buffer;
+    std::uint64_t m_offset = 0; // where the next bytes of the file are read
+    std::exception_ptr m_inputFailure;
+    Block m_givenBack = {};
+};

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "progress.h"
+
+#include <string>
+
+/// Removes the folder at \a path with all it holds, as RemoveTree() does.
+///
+/// Refused with a Failure, nothing having been touched: the root, the home directory, this
+/// program's folder, the working directory, and every folder above one of these.
+void DeleteFolder(const std::string &path, Progress &progress);

@@ -1,0 +1,271 @@
+#include "destination.h"
+
+#include "failure.h"
+#include "remove_tree.h"
+
+#include <algorithm>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+const std::string kVersionInfo = "version.info";
+const std::string kWaitingVersionInfo = ".version.info.unpacking";
+
+/// Like `mkdir -p`.
+UniqueFd OpenDestination(const std::string &path)
+{
+    for (std::size_t end = 0; end != std::string::npos;) {
+        end = path.find('/', end + 1);
+        const std::string part = path.substr(0, end);
+        if (::mkdir(part.c_str(), 0777) != 0 && errno != EEXIST && errno != EROFS
+            && errno != EACCES) {
+            throw SystemFailure(part);
+        }
+    }
+    UniqueFd folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder) {
+        throw SystemFailure(path);
+    }
+    return folder;
+}
+
+/// Runs \a make, which makes \a name in \a folder, and once more after removing what is in its way;
+/// a folder is not removed. Returns what \a make did, -1 for a failure.
+template <typename Make> int MakeInPlace(int folder, const std::string &name, Make make)
+{
+    int result = make();
+    if (result < 0 && errno == EEXIST) {
+        if (::unlinkat(folder, name.c_str(), 0) != 0) {
+            return -1;
+        }
+        result = make();
+    }
+    return result;
+}
+
+} // namespace
+
+Destination::Destination(const std::string &path)
+    : m_folder(OpenDestination(path))
+    , m_mask(::umask(0))
+    , m_space(m_folder.Get())
+{
+}
+
+Destination::~Destination()
+{
+    ::umask(m_mask);
+}
+
+void Destination::MakeFolder(int parent, const std::string &name, bool isTop)
+{
+    // Two threads must agree on who has made a top folder.
+    std::unique_lock<std::mutex> lock(m_mutex, std::defer_lock);
+    if (isTop) {
+        lock.lock();
+        if (!m_tops.insert(name).second) {
+            return;
+        }
+    }
+    m_space.Take(0, 1);
+    if (::mkdirat(parent, name.c_str(), Masked(0777)) == 0) {
+        if (isTop) {
+            m_made.push_back(name);
+        }
+    } else if (errno != EEXIST) {
+        throw SystemFailure(name);
+    } else if (isTop) {
+        const UniqueFd top(
+            ::openat(parent, name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        for (const std::string &old : {kVersionInfo, kWaitingVersionInfo}) {
+            if (top && ::unlinkat(top.Get(), old.c_str(), 0) != 0 && errno != ENOENT) {
+                throw SystemFailure(JoinPath({name, old}));
+            }
+        }
+    }
+}
+
+UniqueFd Destination::MakeFile(const EntryPath &path, int folder, const std::string &name,
+                               mode_t mode)
+{
+    m_space.Take(0, 1);
+    bool isNew = true;
+    UniqueFd file(MakeInPlace(folder, name, [&] {
+        const int made = ::openat(folder, name.c_str(),
+                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+        isNew = isNew && made >= 0;
+        return made;
+    }));
+    if (!file) {
+        throw SystemFailure(JoinPath(path));
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_links.erase(path);
+    if (isNew && path.size() == 1) {
+        m_made.push_back(name);
+    }
+    return file;
+}
+
+void Destination::SetAttributesLater(const EntryPath &folder, const Attributes &attributes)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_attributes[folder] = attributes;
+}
+
+void Destination::LinkLater(const EntryPath &path, const std::string &target)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_links[path] = target;
+}
+
+void Destination::LinkNow(FolderWalk &walk, const EntryPath &path, const EntryPath &target)
+{
+    {
+        // A second name of a symbolic link is a link of the same text.
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto link = m_links.find(target);
+        if (link != m_links.end()) {
+            m_links[path] = std::string(link->second);
+            return;
+        }
+        m_links.erase(path);
+    }
+    if (target.empty()) {
+        throw Failure(JoinPath(path) + ": links to a folder");
+    }
+    const std::string targetName = Waiting(target);
+    const int found = walk.Find(ParentOf(target));
+    const UniqueFd targetFolder(found < 0 ? -1 : ::fcntl(found, F_DUPFD_CLOEXEC, 0));
+    struct stat status = {};
+    if (!targetFolder
+        || ::fstatat(targetFolder.Get(), targetName.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0
+        || !S_ISREG(status.st_mode)) {
+        throw Failure(JoinPath(path) + ": links to " + JoinPath(target)
+                      + ", which is no file of the archive");
+    }
+    if (path == target) {
+        return; // tar writes a file that it is told to pack twice so
+    }
+    const int folder = walk.Make(ParentOf(path));
+    const std::string name = Waiting(path);
+    if (MakeInPlace(folder, name,
+                    [&] {
+                        return ::linkat(targetFolder.Get(), targetName.c_str(), folder,
+                                        name.c_str(), 0);
+                    })
+        != 0) {
+        throw SystemFailure(JoinPath(path));
+    }
+}
+
+std::string Destination::Waiting(const EntryPath &path)
+{
+    if (!IsVersionInfo(path)) {
+        return path.back();
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_waiting.insert(path.front());
+    return kWaitingVersionInfo;
+}
+
+void Destination::Complete()
+{
+    FolderWalk walk(*this);
+    MakeLinks(walk);
+    SetAttributes(walk, false);
+    RevealVersionInfos(walk);
+    SetAttributes(walk, true);
+}
+
+void Destination::Undo()
+{
+    for (const std::string &name : m_made) {
+        try {
+            RemoveTree(m_folder.Get(), name);
+        } catch (const Failure &) {
+            // The failure that led here is the one to tell.
+        }
+    }
+}
+
+void Destination::MakeLinks(FolderWalk &walk)
+{
+    for (const auto &[path, target] : m_links) {
+        CheckLink(walk, path, target);
+        m_space.Take(0, 1);
+        const int folder = walk.Make(ParentOf(path));
+        const std::string name = Waiting(path);
+        bool isNew = true;
+        if (MakeInPlace(folder, name,
+                        [&, &text = target] {
+                            const int result = ::symlinkat(text.c_str(), folder, name.c_str());
+                            isNew = isNew && result == 0;
+                            return result;
+                        })
+            != 0) {
+            throw SystemFailure(JoinPath(path));
+        }
+        if (isNew && path.size() == 1) {
+            m_made.push_back(name);
+        }
+    }
+}
+
+/// Follows the target name by name from the link's folder. Only a real folder may be left again by
+/// "..": behind another link, or a name that is not there yet, it could be anywhere.
+void Destination::CheckLink(FolderWalk &walk, const EntryPath &path, const std::string &target)
+{
+    const Failure leadsOut(JoinPath(path) + ": links to " + target
+                           + ", which leads out of the destination");
+    if (target.empty() || target.front() == '/') {
+        throw leadsOut;
+    }
+    EntryPath place = ParentOf(path);
+    std::size_t real = place.size(); // how many of its folders are known to be no links
+    for (std::size_t begin = 0; begin < target.size();) {
+        const std::size_t end = std::min(target.find('/', begin), target.size());
+        const std::string part = target.substr(begin, end - begin);
+        if (part == "..") {
+            if (place.empty() || (place.size() > real && walk.Find(place) < 0)) {
+                throw leadsOut;
+            }
+            place.pop_back();
+            real = place.size();
+        } else if (!part.empty() && part != ".") {
+            place.push_back(part);
+        }
+        begin = end + 1;
+    }
+}
+
+/// Deepest first, since a folder's permissions can close the way to those in it.
+void Destination::SetAttributes(FolderWalk &walk, bool ofWaiting)
+{
+    for (auto it = m_attributes.rbegin(); it != m_attributes.rend(); ++it) {
+        const auto &[path, attributes] = *it;
+        if ((path.size() == 1 && m_waiting.count(path.front()) > 0) != ofWaiting) {
+            continue;
+        }
+        const UniqueFd folder(::openat(walk.Make(ParentOf(path)), path.back().c_str(),
+                                       O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (!folder || ::fchmod(folder.Get(), attributes.mode) != 0) {
+            throw SystemFailure(JoinPath(path));
+        }
+        if (attributes.modified) {
+            const timespec times[2] = {{0, UTIME_OMIT}, *attributes.modified};
+            ::futimens(folder.Get(), times);
+        }
+    }
+}
+
+void Destination::RevealVersionInfos(FolderWalk &walk)
+{
+    for (const std::string &top : m_waiting) {
+        const int folder = walk.Make({top});
+        if (::renameat(folder, kWaitingVersionInfo.c_str(), folder, kVersionInfo.c_str()) != 0) {
+            throw SystemFailure(JoinPath({top, kVersionInfo}));
+        }
+    }
+}

@@ -1,0 +1,79 @@
+#pragma once
+
+#include "disk_space.h"
+#include "entry_path.h"
+#include "folder_walk.h"
+#include "unique_fd.h"
+
+#include <ctime>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+/// The folder that an archive is unpacked to, and what has to wait until all files are there:
+/// links, so that nothing can ever be written through one; the folders' own permissions, which may
+/// forbid to write into them; and each `version.info` directly in a top folder, since it makes a
+/// component count as installed and may not be there before all the rest.
+///
+/// Any thread may add to it.
+class Destination
+{
+public:
+    /// Makes the folder if it is missing.
+    explicit Destination(const std::string &path);
+    ~Destination();
+
+    int Folder() const { return m_folder.Get(); }
+    DiskSpace &Space() { return m_space; }
+
+    /// The permissions that the user's mask leaves of \a mode.
+    mode_t Masked(mode_t mode) const { return mode & ~m_mask; }
+
+    /// Makes the folder \a name in \a parent unless it is there. A top folder that was there loses
+    /// its `version.info`: from now on it isn't what that file says.
+    void MakeFolder(int parent, const std::string &name, bool isTop);
+
+    /// Makes the file at \a path, in place of a file or link that is there; it is open for writing.
+    /// \a name is the last part of the path, or what Waiting() made of it.
+    UniqueFd MakeFile(const EntryPath &path, int folder, const std::string &name, mode_t mode);
+
+    struct Attributes
+    {
+        mode_t mode;
+        std::optional<timespec> modified;
+    };
+    void SetAttributesLater(const EntryPath &folder, const Attributes &attributes);
+    void LinkLater(const EntryPath &path, const std::string &target);
+    void LinkNow(FolderWalk &walk, const EntryPath &path, const EntryPath &target);
+
+    /// The name under which the file at \a path is made: a `version.info` gets one that means
+    /// nothing to anybody, and its own at the end.
+    std::string Waiting(const EntryPath &path);
+
+    /// Does all that had to wait.
+    void Complete();
+
+    /// Removes what this run has made, as far as it can be.
+    void Undo();
+
+private:
+    void MakeLinks(FolderWalk &walk);
+    void CheckLink(FolderWalk &walk, const EntryPath &path, const std::string &target);
+    void SetAttributes(FolderWalk &walk, bool ofWaiting);
+    void RevealVersionInfos(FolderWalk &walk);
+
+    UniqueFd m_folder;
+    mode_t m_mask; // the user's umask; the process has none while this lives
+    DiskSpace m_space;
+
+    std::mutex m_mutex;           // of all below
+    std::set<std::string> m_tops; // folders directly in the destination that this run has entered
+    std::vector<std::string> m_made; // names directly in the destination that this run has made
+    std::map<EntryPath, std::string> m_links;     // symbolic, to make
+    std::map<EntryPath, Attributes> m_attributes; // of folders, to set
+    std::set<std::string> m_waiting; // top folders whose version.info has yet to get its name
+};

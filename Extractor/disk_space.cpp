@@ -1,0 +1,58 @@
+#include "disk_space.h"
+
+#include "failure.h"
+
+#include <algorithm>
+#include <limits>
+#include <sys/statvfs.h>
+
+namespace {
+
+constexpr std::uint64_t kLargestReserve = std::uint64_t{256} * 1024 * 1024;
+constexpr std::uint64_t kReservePart = 50; // of the file system, so 2 percent
+
+constexpr std::uint64_t kBytesBetweenLooks = std::uint64_t{16} * 1024 * 1024;
+constexpr std::uint64_t kFilesBetweenLooks = 1000;
+
+std::uint64_t Above(std::uint64_t reserve, std::uint64_t free)
+{
+    return free > reserve ? free - reserve : 0;
+}
+
+/// Half of what is left, so that others who write meanwhile are seen in time.
+std::uint64_t Allowance(std::uint64_t left, std::uint64_t wanted, std::uint64_t most)
+{
+    return std::max(wanted, std::min(left / 2, most));
+}
+
+} // namespace
+
+void DiskSpace::Take(std::uint64_t bytes, std::uint64_t files)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (bytes > m_bytes || files > m_files) {
+        Look(bytes, files);
+    }
+    m_bytes -= bytes;
+    m_files -= files;
+}
+
+void DiskSpace::Look(std::uint64_t bytes, std::uint64_t files)
+{
+    struct statvfs disk = {};
+    if (::fstatvfs(m_folder, &disk) != 0) {
+        throw SystemFailure("free space");
+    }
+    const std::uint64_t size = disk.f_blocks * disk.f_frsize;
+    const std::uint64_t bytesLeft =
+        Above(std::min(size / kReservePart, kLargestReserve), disk.f_bavail * disk.f_frsize);
+    // Some file systems have no fixed number of files and say 0.
+    const std::uint64_t filesLeft = disk.f_files == 0
+                                        ? std::numeric_limits<std::uint64_t>::max()
+                                        : Above(disk.f_files / kReservePart, disk.f_favail);
+    if (bytes > bytesLeft || files > filesLeft) {
+        throw NotEnoughSpace();
+    }
+    m_bytes = Allowance(bytesLeft, bytes, kBytesBetweenLooks);
+    m_files = Allowance(filesLeft, files, kFilesBetweenLooks);
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "progress.h"
+
+#include <string>
+#include <string_view>
+
+/// Looks in a text, which comes piece by piece, for lines that are nothing but a percent.
+class PercentLines
+{
+public:
+    explicit PercentLines(Progress &progress)
+        : m_progress(progress)
+    {
+    }
+
+    void Add(std::string_view text);
+
+    /// Takes what stands behind the last line feed as a line.
+    void End();
+
+private:
+    Progress &m_progress;
+    std::string m_line; // the beginning of one that is not yet complete
+};

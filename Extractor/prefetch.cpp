@@ -1,0 +1,88 @@
+#include "prefetch.h"
+
+namespace {
+
+constexpr std::size_t kBlockSize = std::size_t{256} * 1024;
+
+} // namespace
+
+Prefetch::Prefetch(ByteSource &source)
+    : m_source(source)
+    , m_thread(&Prefetch::Run, this)
+{
+}
+
+Prefetch::~Prefetch()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_stopping = true;
+    }
+    m_changed.notify_all();
+    m_thread.join();
+}
+
+std::string_view Prefetch::Next()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (m_lent) {
+        m_lent = false;
+        ++m_taken;
+        m_changed.notify_all();
+    }
+    m_changed.wait(lock, [this] { return m_filled > m_taken || m_ended; });
+    if (m_filled > m_taken) {
+        m_lent = true;
+        const Block &block = m_blocks[m_taken % m_blocks.size()];
+        return {block.bytes.data(), block.size};
+    }
+    if (m_failure) {
+        std::rethrow_exception(m_failure);
+    }
+    return {};
+}
+
+void Prefetch::Run()
+{
+    std::exception_ptr failure;
+    try {
+        for (;;) {
+            {
+                std::unique_lock<std::mutex> lock(m_mutex);
+                m_changed.wait(
+                    lock, [this] { return m_filled - m_taken < m_blocks.size() || m_stopping; });
+                if (m_stopping) {
+                    return;
+                }
+            }
+            Block &block = m_blocks[m_filled % m_blocks.size()];
+            Fill(block);
+            if (block.size == 0) {
+                break;
+            }
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            ++m_filled;
+            m_changed.notify_all();
+        }
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_failure = failure;
+    m_ended = true;
+    m_changed.notify_all();
+}
+
+void Prefetch::Fill(Block &block)
+{
+    block.bytes.resize(kBlockSize);
+    block.size = 0;
+    while (block.size < kBlockSize) {
+        const std::size_t got =
+            m_source.Read(block.bytes.data() + block.size, kBlockSize - block.size);
+        if (got == 0) {
+            break;
+        }
+        block.size += got;
+    }
+}

@@ -1,0 +1,83 @@
+#include "run_script.h"
+
+#include "failure.h"
+#include "percent_lines.h"
+#include "script_process.h"
+
+#include <climits>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr std::chrono::milliseconds kBetweenLooks(100);
+
+/// Without a "/" at its end; links in it remain, since the script may look at its own name.
+std::string Absolute(const std::string &path)
+{
+    char here[PATH_MAX];
+    if (path.front() != '/' && !::getcwd(here, sizeof here)) {
+        throw SystemFailure(path);
+    }
+    const std::string absolute = path.front() == '/' ? path : std::string(here) + "/" + path;
+    return absolute.substr(0, absolute.find_last_not_of('/') + 1);
+}
+
+/// The script writes straight into the log, which is read from behind: through a pipe, a process
+/// that it leaves running would die of its first word after the end of this run.
+class Log
+{
+public:
+    explicit Log(const std::string &name)
+    {
+        ::unlink(name.c_str()); // others may still write to the last run's log, or it is a link
+        constexpr mode_t kMode = 0644;
+        m_file =
+            UniqueFd(::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, kMode));
+        if (!m_file) {
+            throw SystemFailure(name);
+        }
+    }
+
+    int File() const { return m_file.Get(); }
+
+    /// Reads what has come so far; a process that never stops talking doesn't hold this up.
+    void Follow(PercentLines &lines)
+    {
+        struct stat status = {};
+        ::fstat(m_file.Get(), &status);
+        char text[4096];
+        while (m_read < status.st_size) {
+            const ssize_t got = ::pread(m_file.Get(), text, sizeof text, m_read);
+            if (got <= 0) {
+                return;
+            }
+            m_read += got;
+            lines.Add({text, static_cast<std::size_t>(got)});
+        }
+    }
+
+private:
+    UniqueFd m_file;
+    off_t m_read = 0;
+};
+
+} // namespace
+
+void RunScript(const std::string &scriptPath, const std::string &folderPath, Progress &progress)
+{
+    const std::string script = Absolute(scriptPath);
+    const std::string folder = Absolute(folderPath);
+    Log log(folder.substr(folder.rfind('/') + 1) + "_install.log");
+    PercentLines lines(progress);
+    ScriptProcess process(script, folder, log.File());
+    while (!process.WaitFor(kBetweenLooks)) {
+        log.Follow(lines);
+    }
+    log.Follow(lines);
+    lines.End();
+    if (process.ExitCode() != 0) {
+        throw Failure(scriptPath + ": ended with code " + std::to_string(process.ExitCode()),
+                      process.ExitCode());
+    }
+}

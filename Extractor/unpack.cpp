@@ -1,0 +1,142 @@
+#include "unpack.h"
+
+#include "archive_reader.h"
+#include "byte_source.h"
+#include "destination.h"
+#include "entry_writer.h"
+#include "failure.h"
+#include "gzip_source.h"
+#include "input_file.h"
+#include "unpack_tar.h"
+#include "unpack_zip.h"
+#include "zip_directory.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr std::size_t kTarHeaderSize = 512;
+
+/// The data of the entry that a reader has come to.
+class EntrySource : public ByteSource
+{
+public:
+    explicit EntrySource(ArchiveReader &reader)
+        : m_reader(reader)
+    {
+    }
+
+    std::size_t Read(char *to, std::size_t room) override
+    {
+        ArchiveReader::Block block;
+        while (m_left.empty() && m_reader.NextBlock(block)) {
+            m_left = block.bytes;
+        }
+        const std::size_t size = m_left.copy(to, room);
+        m_left.remove_prefix(size);
+        return size;
+    }
+
+private:
+    ArchiveReader &m_reader;
+    std::string_view m_left;
+};
+
+bool StartsWith(const InputFile &file, std::string_view magic)
+{
+    char start[8];
+    return file.ReadAt(0, start, magic.size()) == magic.size()
+           && std::memcmp(start, magic.data(), magic.size()) == 0;
+}
+
+/// Every tar header holds the sum of its bytes, its own field counted as blanks.
+bool IsTarHeader(std::string_view bytes)
+{
+    constexpr std::size_t kSumAt = 148;
+    constexpr std::size_t kSumSize = 8;
+    if (bytes.size() < kTarHeaderSize) {
+        return false;
+    }
+    unsigned long sum = 0;
+    for (std::size_t i = 0; i < kTarHeaderSize; ++i) {
+        const bool isSumField = i >= kSumAt && i < kSumAt + kSumSize;
+        sum += isSumField ? ' ' : static_cast<unsigned char>(bytes[i]);
+    }
+    return sum == std::strtoul(std::string(bytes.substr(kSumAt, kSumSize)).c_str(), nullptr, 8);
+}
+
+/// Whether the first entry of a 7z, which \a reader has come to, is a tar and not a part of the
+/// content.
+bool IsWrappedTar(ArchiveReader &reader, archive_entry *entry)
+{
+    const char *const name = archive_entry_pathname(entry);
+    ArchiveReader::Block block;
+    if (archive_entry_filetype(entry) != AE_IFREG || !name || std::strchr(name, '/')
+        || !reader.NextBlock(block)) {
+        return false;
+    }
+    reader.GiveBack(block);
+    return IsTarHeader(block.bytes);
+}
+
+void UnpackEntries(ArchiveReader &reader, archive_entry *first, Destination &destination)
+{
+    EntryWriter writer(destination);
+    for (archive_entry *entry = first; entry; entry = reader.NextEntry()) {
+        writer.Write(reader, entry);
+    }
+}
+
+void UnpackSevenZip(const InputFile &file, Destination &destination, Progress &progress)
+{
+    ArchiveReader reader(file, ArchiveReader::Format::SevenZip, progress);
+    archive_entry *const first = reader.NextEntry();
+    if (!first || !IsWrappedTar(reader, first)) {
+        UnpackEntries(reader, first, destination);
+        return;
+    }
+    EntrySource tar(reader);
+    UnpackTar(tar, destination);
+    if (reader.NextEntry()) {
+        throw Failure("holds a tar and more");
+    }
+}
+
+void UnpackAny(const InputFile &file, Destination &destination, Progress &progress)
+{
+    if (StartsWith(file, "7z\xbc\xaf\x27\x1c")) {
+        UnpackSevenZip(file, destination, progress);
+    } else if (StartsWith(file, "MSCF")) {
+        ArchiveReader reader(file, ArchiveReader::Format::Cab, progress);
+        UnpackEntries(reader, reader.NextEntry(), destination);
+    } else if (StartsWith(file, "\x1f\x8b")) {
+        FileSource packed(file, progress);
+        GzipSource tar(packed);
+        UnpackTar(tar, destination);
+    } else if (StartsWith(file, "PK\3\4") || ZipDirectory::IsIn(file)) {
+        UnpackZip(file, destination, progress);
+    } else {
+        ArchiveReader reader(file, ArchiveReader::Format::Packed, progress);
+        reader.NextEntry();
+        EntrySource tar(reader);
+        UnpackTar(tar, destination);
+    }
+}
+
+} // namespace
+
+void Unpack(const std::string &archivePath, const std::string &destinationPath, Progress &progress)
+{
+    const InputFile file(archivePath);
+    Destination destination(destinationPath);
+    try {
+        UnpackAny(file, destination, progress);
+        destination.Complete();
+    } catch (const std::exception &failure) {
+        destination.Undo();
+        throw Failure(archivePath + ": " + failure.what());
+    }
+    progress.Finish();
+}

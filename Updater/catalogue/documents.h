@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+// The description pages of the packages, which each connection fetches anew. They live for one run
+// of the program.
+
+/// The archive's name, in the repository and in the downloads directory.
+extern const char kDocumentsArchive[];
+
+/// A file of the unpacked pages; empty if it can't be read, is no regular file or lies, whatever
+/// \a name says, anywhere else.
+QByteArray DocumentData(const QString &name);
+
+/// Deletes archive and pages, if they are there.
+void DeleteDocuments();

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+
+class QWidget;
+
+/// Where the user's own data goes, below the documents folder. It need not exist.
+QString GetZeftUserDataDir();
+
+/// Lets the user pick a folder in a dialogue over \a parent, a QWidget or null, from \a dir on.
+///
+/// Gives its canonical path without a "/" at the end; empty if the user cancels.
+QString GetDirectoryFromUser(void *parent, const QString &dir, QString caption);
+
+/// Asks in a box over \a parent, with Yes and No or with OK and Cancel; closing it counts as no.
+///
+/// An empty \a text becomes a general question.
+bool ConfirmUserAction(QWidget *parent, QString text, bool yes_no);
+
+/// The application font's size in points, times \a factor.
+float GetSystemFontSize(float factor);
+
+QString GetSystemFontFamily();

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// The SHA3-512 digest of \a data, 64 raw bytes. Empty for empty data, instead of the digest of
+/// nothing.
+QByteArray GenerateHashFromData(const QByteArray &data);
+
+/// The same for a whole file; empty also if it can't be opened.
+QByteArray GenerateHashFromFile(const QString &path);

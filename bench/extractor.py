@@ -1,0 +1,120 @@
+#!/usr/bin/env python3
+"""Times zeft_fextr_cmd beside other programs on the same archives, in turn within one run.
+
+usage: bench/extractor.py EXTRACTOR [FOLDER] [ROUNDS]
+
+Makes 5,000 small and 5 large files and packs them, or takes those that an earlier run has left in
+FOLDER, unpacks each archive with each program, deletes 20,000 files, and prints the medians of
+wall time in seconds with the ratio of ours to the best of the others.
+"""
+
+import os
+import random
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+WORDS = [str(random.Random(n).random())[2:2 + n % 9 + 2] for n in range(4000)]
+
+PACK = {
+    "zip": "zip -qr {archive} C",
+    "tar.gz": "tar -czf {archive} C",
+    "tar.bz2": "tar -cjf {archive} C",
+    "tar.xz": "XZ_OPT=-3 tar -cJf {archive} C",
+    "tar.7z": "tar -cf c.tar C && 7z a -bd -mx3 {archive} c.tar >/dev/null && rm c.tar",
+}
+STREAM = ("tar -xf {archive} -C {to}", "bsdtar -xf {archive} -C {to}",
+          "7z x -so {archive} 2>/dev/null | tar -x -C {to}")
+PEERS = {
+    "zip": ("unzip -qq {archive} -d {to}", "bsdtar -xf {archive} -C {to}",
+            "7z x -bd -o{to} {archive} >/dev/null"),
+    "tar.gz": STREAM,
+    "tar.bz2": STREAM,
+    "tar.xz": STREAM,
+    "tar.7z": ("7z x -so {archive} 2>/dev/null | tar -x -C {to}",
+               "bsdtar -xOf {archive} | bsdtar -xf - -C {to}"),
+}
+
+
+def text(generator, size):
+    """Packs to about a third, as programs and texts do."""
+    words = []
+    while size > 0:
+        words.append(generator.choice(WORDS))
+        size -= len(words[-1]) + 1
+    return " ".join(words).encode()
+
+
+def make_archives(folder):
+    source = os.path.join(folder, "source", "C")
+    if not os.path.isdir(source):
+        generator = random.Random(1)
+        for n in range(5000):
+            place = os.path.join(source, f"package{n % 100}", f"module{n % 7}")
+            os.makedirs(place, exist_ok=True)
+            with open(os.path.join(place, f"file{n}.txt"), "wb") as file:
+                file.write(text(generator, generator.randrange(200, 12000)))
+        for n in range(5):
+            with open(os.path.join(source, f"large{n}.bin"), "wb") as file:
+                file.write(text(generator, 16_000_000) + generator.randbytes(4_000_000))
+    for kind, command in PACK.items():
+        archive = os.path.join(folder, "archive." + kind)
+        if not os.path.exists(archive):
+            subprocess.run(command.format(archive=archive), shell=True, check=True,
+                           cwd=os.path.dirname(source))
+
+
+def unpack_time(command, archive, to):
+    os.mkdir(to)
+    began = time.perf_counter()
+    subprocess.run(command.format(archive=archive, to=to), shell=True, check=True,
+                   stdout=subprocess.DEVNULL)
+    seconds = time.perf_counter() - began
+    shutil.rmtree(to)
+    return seconds
+
+
+def delete_time(command, archive, to):
+    for n in range(20_000):
+        place = os.path.join(to, f"{n % 50}", f"{n % 4}")
+        if n < 200:
+            os.makedirs(place, exist_ok=True)
+        with open(os.path.join(place, f"a file with the number {n}"), "w") as file:
+            file.write("x")
+    began = time.perf_counter()
+    subprocess.run(command.format(to=to), shell=True, check=True, stdout=subprocess.DEVNULL)
+    return time.perf_counter() - began
+
+
+def compare(name, measure, archive, folder, commands, rounds):
+    """The first command is ours."""
+    times = [[] for _ in commands]
+    for _ in range(rounds):
+        for command, taken in zip(commands, times):
+            taken.append(measure(command, archive, os.path.join(folder, "out")))
+    medians = [statistics.median(taken) for taken in times]
+    others = "  ".join(f"{' '.join(command.split()[:2])} {median:.3f}"
+                       for command, median in zip(commands[1:], medians[1:]))
+    print(f"{name:8} {medians[0]:.3f}  ratio {medians[0] / min(medians[1:]):.2f}   {others}",
+          flush=True)
+
+
+def main():
+    extractor = os.path.abspath(sys.argv[1])
+    folder = sys.argv[2] if len(sys.argv) > 2 else tempfile.mkdtemp(prefix="zeft-bench-")
+    rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 7
+    make_archives(folder)
+    for kind, peers in PEERS.items():
+        compare(kind, unpack_time, os.path.join(folder, "archive." + kind), folder,
+                (f"{extractor} '#uzip' '#{{archive}}' '#{{to}}'", *peers), rounds)
+    compare("delete", delete_time, None, folder,
+            (f"{extractor} '#ddir' '#{{to}}'", "rm -rf {to}"), rounds)
+    if len(sys.argv) <= 2:
+        shutil.rmtree(folder)
+
+
+if __name__ == "__main__":
+    main()

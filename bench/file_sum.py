@@ -1,0 +1,48 @@
+#!/usr/bin/env python3
+"""Times the byte sum of a cached 1 GiB file against `cat FILE > /dev/null`.
+
+Needs the release build. Prints both medians and their ratio, which is to stay at or below 1.15;
+each round runs both, one after the other, so that a slow spell hits both.
+"""
+
+import os
+import statistics
+import subprocess
+import tempfile
+import time
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+ROUNDS = 41
+BLOCK = os.urandom(1 << 20)
+BLOCKS = 1 << 10
+
+
+def build(program):
+    flags = subprocess.check_output(["pkg-config", "--cflags", "--libs", "Qt5Core"], text=True)
+    subprocess.check_call(
+        ["c++", "-std=c++17", "-O2", "-fPIC", "-I", f"{ROOT}/Updater", f"{ROOT}/bench/file_sum.cpp",
+         f"{ROOT}/build/release/Updater/libzeft_updater_core.a", "-o", program, *flags.split()])
+
+
+def cat_seconds(data):
+    start = time.perf_counter()
+    subprocess.check_call(["cat", data], stdout=subprocess.DEVNULL)
+    return time.perf_counter() - start
+
+
+def sum_seconds(program, data):
+    total, seconds = subprocess.check_output([program, data], text=True).split()
+    assert int(total) == sum(BLOCK) * BLOCKS
+    return float(seconds)
+
+
+with tempfile.TemporaryDirectory() as folder:
+    program, data = f"{folder}/file_sum", f"{folder}/data"
+    build(program)
+    with open(data, "wb") as file:
+        for _ in range(BLOCKS):
+            file.write(BLOCK)
+    times = [(cat_seconds(data), sum_seconds(program, data)) for _ in range(ROUNDS)]
+    cat, ours = (statistics.median(column) for column in zip(*times))
+    print(f"cat {cat:.4f} s, file sum {ours:.4f} s, ratio {ours / cat:.2f} "
+          f"(medians of {ROUNDS} rounds, 1 GiB)")

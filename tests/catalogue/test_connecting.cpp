@@ -1,0 +1,192 @@
+#include "app/mainwindow_helper.h"
+#include "catalogue/endpoints.h"
+#include "support/installation.h"
+#include "support/nginxserver.h"
+#include "support/repository.h"
+#include "support/silentconsole.h"
+#include "transfer/filedownloader.h"
+
+#include <QCheckBox>
+#include <QDir>
+#include <QGuiApplication>
+#include <QPushButton>
+#include <QtTest>
+
+class TestConnecting : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanup() { QCOMPARE(SilentConsole::Take().join('\n'), QString()); }
+
+    void FetchesTheCatalogue();
+    void FailsAndConnectsAgain_data();
+    void FailsAndConnectsAgain();
+    void PassesOverWhatItCannotInstall();
+    void TakesTheAlternateLink();
+
+private:
+    /// Waits for the end of the sequence. True if it ended with a catalogue.
+    static bool IsConnected(const Installation &installation);
+    /// What was asked for since the last call, as "METHOD path status", the path below the site.
+    QStringList Requests();
+
+    QTemporaryDir m_site;
+    NginxServer m_server{m_site.path()};
+    int m_requests_seen = 0;
+};
+
+namespace {
+const QString kFailed = "Failed to connect to remote repository. ";
+const QString kInvalid = "Remote repository connection failed. Invalid data received. Restart the "
+                         "program and try again.";
+} // namespace
+
+void TestConnecting::initTestCase()
+{
+    SilentConsole::Start();
+    QVERIFY2(m_server.Start(), qPrintable(m_server.Errors()));
+}
+
+bool TestConnecting::IsConnected(const Installation &installation)
+{
+    const auto *connect = installation.Find<QPushButton>("pb_connect");
+    return QTest::qWaitFor([&] { return connect->isHidden() || connect->isEnabled(); }, 20000)
+           && connect->isHidden();
+}
+
+QStringList TestConnecting::Requests()
+{
+    QStringList requests;
+    for (const QString &line : m_server.AccessLog().mid(m_requests_seen)) {
+        const QStringList words = line.split(' ');
+        requests.append(words[0] + words[1].section("/zeft", 1) + ' ' + words[2]);
+    }
+    m_requests_seen += requests.size();
+    return requests;
+}
+
+void TestConnecting::FetchesTheCatalogue()
+{
+    Repository repository(m_site.filePath("whole"));
+    repository.Add("core/version_latest", "a b.zip", {{"a b/version.info", "build:2024.05.01"}});
+    repository.file_list += "8#gone.zip#core/version_latest#2024-01-01T1#77#1\r\n";
+    repository.file_list += "8#stale.zip#core/version_latest#2024-01-01T1#77#1\r\n";
+    repository.package_list = "8#0#Board####page.htm\r\n";
+    QVERIFY(repository.Publish({{"page.htm", "page"}}));
+    WriteFile(repository.ArchivePath("core/version_latest", "stale.zip"), "12345");
+
+    Installation installation;
+    installation.Connect(m_server.Url() + "/whole");
+    QVERIFY(QGuiApplication::overrideCursor()
+            && !installation.Find<QPushButton>("pb_connect")->isEnabled());
+    QVERIFY(IsConnected(installation));
+    QCOMPARE(Requests(),
+             QStringList({"GET/zeft_upt_fversions.info 200", "GET/bsp/hwd_doc.zip 200",
+                          "GET/bsp/zeft_bsps.info 200", "HEAD/core/version_latest/a%20b.zip 200",
+                          "HEAD/core/version_latest/gone.zip 404",
+                          "HEAD/core/version_latest/stale.zip 200"}));
+    QVERIFY(m_server.AccessLog().last().contains("agent=\"ZEFT-Updater ("));
+    QCOMPARE(installation.Record("a b.zip")->time_stamp, QString("2024-05-01T12:00:00.000Z"));
+    QCOMPARE(installation.Record("gone.zip")->version, QString("2024-01-01"));
+    QCOMPARE(installation.Record("gone.zip")->file_size, qint64(77));
+    QCOMPARE(installation.Record("stale.zip")->file_size, qint64(5));
+    QVERIFY(installation.Record("stale.zip")->version > "2024-05-01");
+    QTRY_COMPARE(ReadFile(installation.Download("hwd_doc/page.htm")), QByteArray("page"));
+    QCOMPARE(
+        installation.Log().mid(2),
+        QStringList({"Connecting to " + m_server.Url() + "/whole...",
+                     "Connected. Select individual items in the left pane to install or update."}));
+}
+
+void TestConnecting::FailsAndConnectsAgain_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QByteArray>("content"); // null: the file is missing
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<int>("requests");
+    const QString list = "site/zeft/zeft_upt_fversions.info";
+    const QString packages = "site/zeft/bsp/zeft_bsps.info";
+    const QByteArray marker = "//zeft_upt_fversions.info\r\n";
+    QTest::newRow("no list") << list << QByteArray() << kFailed << 1;
+    QTest::newRow("no marker") << list << QByteArray("8#a.zip#core#T#1#1\r\n") << kInvalid << 1;
+    QTest::newRow("marker alone") << list << marker << "Connected...but nothing to download." << 1;
+    QTest::newRow("no documents") << "site/zeft/bsp/hwd_doc.zip" << QByteArray() << kFailed << 2;
+    QTest::newRow("no room for documents") << "downloads" << QByteArray("") << kFailed << 1;
+    QTest::newRow("no packages") << packages << QByteArray() << kFailed << 3;
+    QTest::newRow("no package list") << packages << QByteArray("<html>#</html>") << kInvalid << 3;
+}
+
+void TestConnecting::FailsAndConnectsAgain()
+{
+    QFETCH(const QString, path);
+    QFETCH(const QByteArray, content);
+    QFETCH(const QString, message);
+    QDir(m_site.filePath("site")).removeRecursively();
+    Repository repository(m_site.filePath("site"));
+    repository.Add("core/version_latest", "a.zip", {{"a/x", "x"}});
+    QVERIFY(repository.Publish());
+
+    Installation installation;
+    const bool in_downloads = path == "downloads";
+    if (in_downloads)
+        QVERIFY(QDir().mkdir(installation.Download("hwd_doc.zip")));
+    else if (content.isNull())
+        QVERIFY(QFile::remove(m_site.filePath(path)));
+    else
+        QVERIFY(WriteFile(m_site.filePath(path), content));
+    installation.Connect(m_server.Url() + "/site");
+    QVERIFY(!IsConnected(installation));
+    QVERIFY2(installation.Log().last().startsWith(message), qPrintable(installation.Log().last()));
+    QVERIFY(message != kFailed || installation.Log().last().size() > kFailed.size());
+    QTEST(Requests().size(), "requests");
+    const MainWindow *window = installation.Window();
+    QVERIFY(!window->base_downloader && window->records.isEmpty());
+    QVERIFY(!QGuiApplication::overrideCursor()
+            && !installation.Find<QPushButton>("pb_pause")->isEnabled());
+
+    if (in_downloads)
+        QVERIFY(QDir().rmdir(installation.Download("hwd_doc.zip")));
+    else
+        QVERIFY(repository.Publish());
+    installation.Connect(m_server.Url() + "/site");
+    QVERIFY(IsConnected(installation));
+    QCOMPARE(Requests().size(), 4);
+    QCOMPARE(window->records.size(), 1);
+}
+
+void TestConnecting::PassesOverWhatItCannotInstall()
+{
+    const QStringList lines = {"8#../../x.zip#core/version_latest#T#1#1",
+                               "8#/#core/version_latest#T#1#1", "8#..#core/version_latest#T#1#1",
+                               "8#zeft_bsp_.zip#bsp#T#1#1"};
+    Repository repository(m_site.filePath("none"));
+    repository.file_list +=
+        "9#foreign.zip#core/version_latest#T#1#1\r\n" + lines.join("\r\n").toUtf8();
+    repository.package_list = "8#0#Board####\r\n";
+    QVERIFY(repository.Publish());
+    Installation installation;
+    installation.Connect(m_server.Url() + "/none");
+    QVERIFY(IsConnected(installation));
+    QCOMPARE(Requests().size(), 3);
+    QVERIFY(installation.Window()->records.isEmpty());
+    const QStringList log = installation.Log();
+    QCOMPARE(log.size(), 8);
+    for (int i = 0; i < lines.size(); ++i)
+        QVERIFY2(log[3 + i].endsWith(lines[i]), qPrintable(log[3 + i]));
+}
+
+void TestConnecting::TakesTheAlternateLink()
+{
+    Installation installation;
+    installation.Find<QCheckBox>("chk_alt_link")->setChecked(true);
+    installation.Connect(PrimaryRepositoryUrl());
+    QCOMPARE(installation.Log().last(), "Connecting to " + AlternateRepositoryUrl() + "...");
+    QCOMPARE(installation.Window()->base_downloader->m_url,
+             AlternateRepositoryUrl() + "/zeft/zeft_upt_fversions.info");
+    IsConnected(installation); // or not; nobody may serve there
+}
+
+QTEST_MAIN(TestConnecting)
+#include "test_connecting.moc"

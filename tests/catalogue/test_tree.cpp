@@ -1,0 +1,283 @@
+#include "app/mainwindow_helper.h"
+#include "panels/downloadwgt.h"
+#include "support/installation.h"
+#include "support/silentconsole.h"
+
+#include <QGuiApplication>
+#include <QLayout>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTextBlock>
+#include <QTextBrowser>
+#include <QTreeWidget>
+#include <QtTest>
+
+class TestTree : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { SilentConsole::Start(); }
+    void cleanup() { QCOMPARE(SilentConsole::Take().join('\n'), QString()); }
+
+    void HoldsTheFixedItems();
+    void SwitchesPages();
+    void BuildsPackages();
+    void ShowsDescriptions_data();
+    void ShowsDescriptions();
+    void SortsRecordsAndTellsTheirStatus();
+    void ShowsWhereARecordLives();
+    void BuildsFromManyRecords();
+};
+
+namespace {
+
+QTreeWidgetItem *Top(const Installation &installation, int place)
+{
+    return installation.Find<QTreeWidget>("tree_wgt")->topLevelItem(place);
+}
+
+QWidget *PageOf(const QTreeWidgetItem *item)
+{
+    return qobject_cast<QWidget *>(item->data(0, Qt::UserRole).value<QObject *>());
+}
+
+QStringList Labels(const QTreeWidgetItem *item)
+{
+    QStringList labels;
+    auto *page = qobject_cast<DownloadWgt *>(PageOf(item));
+    for (int row = 0; row < page->Rows(); ++row)
+        labels.append(page->findChild<QTableWidget *>("table")->item(row, 0)->text());
+    return labels;
+}
+
+/// Builds the tree as at the end of a connection.
+void Build(const Installation &installation, const QStringList &file_list,
+           const QStringList &package_list)
+{
+    MainWindow *window = installation.Window();
+    window->fversions_lines = file_list;
+    window->bsps_lines = package_list;
+    window->MakeRecords();
+    window->AddTreeArchItems();
+}
+
+} // namespace
+
+void TestTree::HoldsTheFixedItems()
+{
+    const Installation installation;
+    QStringList items;
+    for (QTreeWidgetItemIterator it(installation.Find<QTreeWidget>("tree_wgt")); *it; ++it) {
+        const QWidget *page = PageOf(*it);
+        const auto *table = page ? page->findChild<QTableWidget *>("table") : nullptr;
+        QString text = QString::number((*it)->type()) + " " + (*it)->text(0) + "|"
+                       + (*it)->toolTip(0) + "|" + (page ? page->metaObject()->className() : "");
+        if (table)
+            text += "|" + table->horizontalHeaderItem(0)->text() + "|"
+                    + table->horizontalHeaderItem(1)->text();
+        items.append(text);
+    }
+    const QStringList expected = {
+        "256 Manage Connections||SettingsDlg",
+        "1024 Update BSPs|Update ZEFT board support package files|",
+        "1280 8bit/16bit uC||",
+        "1280 32bit/64bit uC (No FPU)||",
+        "1280 32bit/64bit uC (FPU)||",
+        "1280 FPGA||",
+        "1280 Embedded OS||",
+        "1280 Android Device||",
+        "1280 Desktop/Server||",
+        "1280 Native||",
+        "768 Update Blocks|Update ZEFT block database|DownloadWgt|ZEFT Block Database Files|Status",
+        "512 Update Core|Update ZEFT core files|DownloadWgt|ZEFT Core Files|Status",
+        "1792 Local Update|Update from manually downloaded "
+        "files|LocalDownloadDlg|Description|Status"};
+    QCOMPARE(items.join('\n'), expected.join('\n'));
+}
+
+void TestTree::SwitchesPages()
+{
+    const Installation installation;
+    auto *tree = installation.Find<QTreeWidget>("tree_wgt");
+    const auto shown = [&] {
+        QList<const QWidget *> pages;
+        for (int i = 0; i < tree->topLevelItemCount(); ++i) {
+            const QWidget *page = PageOf(Top(installation, i));
+            if (page && page->isVisible() && page->window() == installation.Window())
+                pages.append(page);
+        }
+        return pages;
+    };
+    const auto page = [&](int place) {
+        return QList<const QWidget *>{PageOf(Top(installation, place))};
+    };
+    const auto click = [&](int place) {
+        QTest::mouseClick(tree->viewport(), Qt::LeftButton, Qt::NoModifier,
+                          tree->visualItemRect(Top(installation, place)).center());
+    };
+    QCOMPARE(shown(), page(0));
+    click(3);
+    QCOMPARE(shown(), page(3));
+    click(1);
+    QCOMPARE(shown(), QList<const QWidget *>());
+    QTest::keyClick(tree, Qt::Key_Down);
+    QCOMPARE(shown(), page(2));
+    QTest::keyClick(tree, Qt::Key_End);
+    QCOMPARE(shown(), page(4));
+    QTest::keyClick(tree, Qt::Key_Home);
+    QCOMPARE(shown(), page(0));
+    QCOMPARE(installation.Find<QLayout>("ly_user")->count(), 1);
+}
+
+void TestTree::BuildsPackages()
+{
+    const Installation installation;
+    Build(installation,
+          {"8#zeft_bsp_a.hlib.zip#bsp#1#1000#0", "8#zeft_bsp_b.htc.tar.xz#bsp#1#0#0",
+           "8#zeft_bsp_a.hlib.tar.gz#bsp#1#2000#0"},
+          {"8#0#Both##zeft_bsp_a.hlib#zeft_bsp_b.htc#", "8#0#Equal##zeft_bsp_b.htc#zeft_bsp_b.htc#",
+           "10#7#Other##nope#zeft_bsp_a.hlib#", "11#7#None####",
+           "12#x#NoNumber##zeft_bsp_a#zeft_bsp_a.hlib.zip#", "8#8#Outside##a#b#",
+           "8#-1#Before##a#b#", "9#0#Foreign##a#b#", "8#0#Six##a#b", "8#0#Eight##a#b##"});
+    QStringList packages;
+    const QTreeWidgetItem *classes = Top(installation, 1);
+    for (int c = 0; c < classes->childCount(); ++c) {
+        for (int i = 0; i < classes->child(c)->childCount(); ++i) {
+            const QTreeWidgetItem *item = classes->child(c)->child(i);
+            QCOMPARE(item->type(), 1536);
+            packages.append(QString::number(c) + item->text(0) + ": " + Labels(item).join(", "));
+        }
+    }
+    const QStringList expected = {
+        "0Both: zeft_bsp_a.hlib [2.0 KB], zeft_bsp_b.htc",
+        "0Equal: zeft_bsp_b.htc, Local Install (eg. zeft_bsp_b.htc)",
+        "0NoNumber: Local Install (eg. zeft_bsp_a), Local Install (eg. zeft_bsp_a.hlib.zip)",
+        "7Other: Local Install (eg. nope), zeft_bsp_a.hlib [2.0 KB]", "7None: "};
+    QCOMPARE(packages.join('\n'), expected.join('\n'));
+}
+
+void TestTree::ShowsDescriptions_data()
+{
+    QTest::addColumn<QString>("page");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("a page") << "a.htm" << QString("B%1ard").arg(QChar(0xF6));
+    QTest::newRow("no such page") << "b.htm"
+                                  << "";
+    QTest::newRow("no name") << ""
+                             << "";
+    QTest::newRow("out of its directory") << "../secret.htm"
+                                          << "";
+    QTest::newRow("by a link") << "link.htm"
+                               << "";
+}
+
+void TestTree::ShowsDescriptions()
+{
+    QFETCH(const QString, page);
+    const Installation installation;
+    WriteFile(installation.Download("secret.htm"), "secret");
+    WriteFile(
+        installation.Download("hwd_doc/a.htm"),
+        QByteArray("<p style='font-size:12.0pt'>B\xC3\xB6<img src='x.png'>ard</p>\0more", 61));
+    QFile::link("../secret.htm", installation.Download("hwd_doc/link.htm"));
+    Build(installation, {}, {"8#0#Board####" + page});
+    auto *text =
+        PageOf(Top(installation, 1)->child(0)->child(0))->findChild<QTextBrowser *>("text");
+    QTEST(text->toPlainText().remove(QChar::ObjectReplacementCharacter), "text");
+    if (page == "a.htm")
+        QCOMPARE(text->document()->begin().begin().fragment().charFormat().fontPointSize(), 10.0);
+
+    // What is unpacked later shows as soon as the package is selected.
+    QTreeWidgetItem *item = Top(installation, 1)->child(0)->child(0);
+    WriteFile(installation.Download("hwd_doc/b.htm"), "late");
+    item->treeWidget()->setCurrentItem(item);
+    QCOMPARE(text->toPlainText() == "late", page == "b.htm");
+}
+
+void TestTree::SortsRecordsAndTellsTheirStatus()
+{
+    Installation installation;
+    WriteFile(installation.Path("same/version.info"), "build:2024.05.01");
+    WriteFile(installation.Path("hardware/old/version.info"), "build:2024.04.01");
+    WriteFile(installation.Download("wrong.zip"), "y");
+    WriteFile(installation.Download("complete.zip"), "x");
+    WriteFile(installation.Download("partial.zip.dnl"), "no tail");
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    Build(installation,
+          {"8#same.zip#x/core/version_latest#2024-05-01T1#2#9",
+           "8#zeft_bsp_old.hlib.zip#bsp#2024-05-01T1#2#9",
+           "8#wrong.zip#blocks/version_latest#2024-05-01T1#1#120",
+           "8#complete.zip#blocks/version_latest/y#2024-05-01#1#120",
+           "8#partial.zip#blocks/version_latest#T#1#120", "8#../x.zip#core/version_latest#T#1#1"},
+          {});
+    QCOMPARE(Labels(Top(installation, 2)),
+             QStringList({"wrong.zip [0.0 KB]", "complete.zip [0.0 KB]", "partial.zip [0.0 KB]"}));
+    QCOMPARE(Labels(Top(installation, 3)), QStringList("same.zip [0.0 KB]"));
+    QStringList records;
+    for (const DN_FILE_STRUCT *record : installation.Window()->records)
+        records.append(
+            QString("%1 %2 %3").arg(record->status).arg(record->version, ComponentDir(*record)));
+    QCOMPARE(records, QStringList({"7 2024-05-01 " + installation.Path("same"),
+                                   "2 2024-05-01 " + installation.Path("hardware/old"),
+                                   "1 2024-05-01 " + installation.Path("wrong"),
+                                   "5 2024-05-01 " + installation.Path("complete"),
+                                   "1  " + installation.Path("partial")}));
+    QCOMPARE(QDir(installation.Path("downloads")).entryList(QDir::Files),
+             QStringList("complete.zip"));
+    QCOMPARE(
+        installation.Log().mid(2),
+        QStringList({"File can't be installed safely, line passed over: "
+                     "8#../x.zip#core/version_latest#T#1#1",
+                     "Installing file complete.zip...",
+                     "Connected. Select individual items in the left pane to install or update."}));
+    QVERIFY(!QGuiApplication::overrideCursor());
+    QVERIFY(installation.Find<QPushButton>("pb_connect")->isHidden());
+    QVERIFY(installation.Find<QPushButton>("pb_pause")->isEnabled());
+}
+
+void TestTree::ShowsWhereARecordLives()
+{
+    Installation installation;
+    Build(installation, {"8#zeft_bsp_a.hlib.zip#bsp#1#1#0", "8#nowhere.zip#bsp#1#1#0"},
+          {"8#3#Board##zeft_bsp_a.hlib##"});
+    MainWindow *window = installation.Window();
+    auto *tree = installation.Find<QTreeWidget>("tree_wgt");
+    auto *activity = installation.Find<QTableWidget>("table_activity");
+    emit activity->itemClicked(nullptr); // no row is current yet
+    window->download_queue = window->records;
+    window->UpdateActivityList();
+    const auto click = [&](int row) {
+        QTest::mouseClick(activity->viewport(), Qt::LeftButton, Qt::NoModifier,
+                          activity->visualItemRect(activity->item(row, 1)).center());
+    };
+    const QTreeWidgetItem *item = Top(installation, 1)->child(3)->child(0);
+    click(1);
+    QVERIFY(!item->isSelected());
+    click(0);
+    QVERIFY(item->isSelected() && item->parent()->isExpanded());
+    QCOMPARE(tree->currentItem(), Top(installation, 0));
+    QVERIFY(activity->isVisible());
+}
+
+void TestTree::BuildsFromManyRecords()
+{
+    const Installation installation;
+    QStringList files;
+    QStringList packages;
+    for (int i = 0; i < 20000; ++i)
+        files.append(
+            QString("8#zeft_bsp_%1.%2.zip#bsp#1#0#0").arg(i / 2).arg(i % 2 ? "htc" : "hlib"));
+    for (int i = 0; i < 1000; ++i)
+        packages.append(QString("8#%1#Board##zeft_bsp_%2.hlib#zeft_bsp_%2.htc#").arg(i % 8).arg(i));
+    Build(installation, files, packages);
+    QCOMPARE(installation.Window()->records.size(), 20000);
+    for (int i = 0; i < 1000; ++i) {
+        const QString stem = QString("zeft_bsp_%1.").arg(i);
+        QCOMPARE(Labels(Top(installation, 1)->child(i % 8)->child(i / 8)),
+                 QStringList({stem + "hlib", stem + "htc"}));
+    }
+}
+
+QTEST_MAIN(TestTree)
+#include "test_tree.moc"

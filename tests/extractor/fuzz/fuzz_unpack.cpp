@@ -1,0 +1,100 @@
+#include "failure.h"
+#include "remove_tree.h"
+#include "unique_fd.h"
+#include "unpack.h"
+
+#include <clocale>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <string>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr rlim_t kLargestFile = 1 << 22; // so that a bomb fails soon
+
+void Require(bool holds, const char *what)
+{
+    if (!holds) {
+        std::perror(what);
+        std::abort();
+    }
+}
+
+/// A folder "target" to unpack to, beside an "outside" that nothing may ever touch.
+class Scratch
+{
+public:
+    Scratch()
+    {
+        std::string path = "/dev/shm/zeft-fuzz-XXXXXX";
+        Require(::mkdtemp(path.data()) != nullptr, "scratch folder");
+        m_path = path;
+        m_base = UniqueFd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        Require(::mkdirat(m_base.Get(), "outside", S_IRWXU) == 0, "outside");
+        Require(::fstatat(m_base.Get(), "outside", &m_outside, 0) == 0, "outside");
+    }
+    ~Scratch()
+    {
+        for (const char *const name : {"outside", "target"}) {
+            RemoveTree(m_base.Get(), name);
+        }
+        ::rmdir(m_path.c_str());
+    }
+
+    std::string Target() const { return m_path + "/target"; }
+
+    /// Removes the target, and makes sure that there was nothing else to remove.
+    void Check()
+    {
+        RemoveTree(m_base.Get(), "target");
+        struct stat base = {};
+        struct stat outside = {};
+        Require(::fstat(m_base.Get(), &base) == 0 && base.st_nlink == 3, "beside the target");
+        Require(::fstatat(m_base.Get(), "outside", &outside, 0) == 0
+                    && outside.st_mtim.tv_nsec == m_outside.st_mtim.tv_nsec
+                    && outside.st_mode == m_outside.st_mode,
+                "outside the target");
+    }
+
+private:
+    std::string m_path;
+    UniqueFd m_base;
+    struct stat m_outside = {};
+};
+
+void SetUp()
+{
+    // The percent lines would drown the fuzzer's own.
+    const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    ::dup2(null, STDOUT_FILENO);
+    ::close(null);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit = {kLargestFile, kLargestFile};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    std::setlocale(LC_CTYPE, "C.UTF-8");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    [[maybe_unused]] static const bool isSetUp = (SetUp(), true);
+    static Scratch scratch;
+
+    const UniqueFd archive(::memfd_create("archive", MFD_CLOEXEC));
+    Require(::write(archive.Get(), data, size) == static_cast<ssize_t>(size), "archive");
+    try {
+        Progress progress;
+        Unpack("/proc/self/fd/" + std::to_string(archive.Get()), scratch.Target(), progress);
+    } catch (const Failure &) {
+        // Most inputs are no archives.
+    }
+    scratch.Check();
+    return 0;
+}

@@ -1,0 +1,88 @@
+"""What the tests of the extractor share: runs of it, and trees written down as tables."""
+
+import os
+import stat
+import subprocess
+import tempfile
+import unittest
+
+EXTRACTOR = os.environ["ZEFT_EXTRACTOR"]
+
+
+class ExtractorTest(unittest.TestCase):
+    """Each test has a folder of its own, removed afterwards whatever permissions it holds."""
+
+    def setUp(self):
+        self.home = tempfile.mkdtemp(prefix="zeft-extractor-")
+        self.addCleanup(lambda: subprocess.run(["rm", "-rf", self.home], check=True))
+        self.addCleanup(lambda: subprocess.run(["chmod", "-R", "u+rwx", self.home], check=True))
+        self.target = self.path("target")
+        os.mkdir(self.target)
+
+    def path(self, *names):
+        return os.path.join(self.home, *names)
+
+    def run_extractor(self, command, *paths, **options):
+        return subprocess.run([EXTRACTOR, command, *("#" + path for path in paths)],
+                              stdin=subprocess.DEVNULL, capture_output=True, text=True,
+                              errors="replace", timeout=120, **{"cwd": "/usr", **options})
+
+    def succeed(self, command, *paths, **options):
+        run = self.run_extractor(command, *paths, **options)
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        lines = run.stdout.splitlines(keepends=True)
+        for line in lines:
+            self.assertRegex(line, r"^[ \d]{2}\d%\n$")
+        percents = [int(line[:3]) for line in lines]
+        self.assertEqual(percents, sorted(percents))
+        self.assertEqual(percents.count(100), 1)
+        return run
+
+    def refuse(self, text, command, *paths, **options):
+        run = self.run_extractor(command, *paths, **options)
+        self.assertGreater(run.returncode, 0, run.stderr)
+        self.assertLess(run.returncode, 126, run.stderr)
+        self.assertRegex(run.stderr, text)
+        self.assertNotIn("100%", run.stdout)
+        return run
+
+
+def make_tree(root, tree):
+    """Makes {path: (mode, content)}; None as content is a folder, and a mode of None a link."""
+    for path, (mode, content) in tree.items():
+        place = os.path.join(root, path)
+        os.makedirs(place if content is None else os.path.dirname(place), exist_ok=True)
+        if mode is None:
+            os.symlink(content, place)
+        elif content is not None:
+            with open(place, "wb") as file:
+                file.write(content)
+    for path, (mode, _) in reversed(tree.items()):
+        if mode is not None:
+            os.chmod(os.path.join(root, path), mode)
+
+
+def read_tree(root):
+    """The reverse of make_tree()."""
+    tree = {}
+    for folder, folders, files in os.walk(root):
+        for name in folders + files:
+            place = os.path.join(folder, name)
+            status = os.lstat(place)
+            if stat.S_ISLNK(status.st_mode):
+                entry = (None, os.readlink(place))
+            elif stat.S_ISDIR(status.st_mode):
+                entry = (stat.S_IMODE(status.st_mode), None)
+            else:
+                with open(place, "rb") as file:
+                    entry = (stat.S_IMODE(status.st_mode), file.read())
+            tree[os.path.relpath(place, root)] = entry
+    return tree
+
+
+def shell(line):
+    """A maker of archives: runs line in the folder to pack, with the archive's path as $1."""
+    def make(source, archive):
+        subprocess.run(["sh", "-ec", line, "sh", archive], cwd=source, check=True,
+                       capture_output=True, env={**os.environ, "LC_ALL": "C.UTF-8"})
+    return make

@@ -1,0 +1,130 @@
+"""#ddir: everything in the folder goes, nothing else does."""
+
+import os
+import resource
+import shutil
+import subprocess
+import unittest
+
+from support import EXTRACTOR, ExtractorTest, make_tree, read_tree
+
+
+class Delete(ExtractorTest):
+    def test_all_it_holds(self):
+        tree = {"C/f": (0o444, b"x"), "C/.hidden": (0o644, b""), "C/shut/in": (0o444, b"x"),
+                "C/shut": (0o000, None), "C/empty": (0o555, None), "D/f": (0o644, b"x")}
+        make_tree(self.target, {**tree, "C/out": (None, "../D"), "C/loop": (None, "."),
+                                "C/dangling": (None, "nothing")})
+        for spelling in ("C", "C/", "D/../C//", "missing/../C"):
+            self.succeed("#ddir", os.path.join(self.target, spelling))
+            self.assertEqual(read_tree(self.target), {"D": (0o755, None), "D/f": (0o644, b"x")})
+
+    def test_a_link_goes_and_its_target_stays(self):
+        make_tree(self.target, {"D/f": (0o644, b"x"), "link": (None, "D")})
+        for spelling in ("link", "link/"):
+            self.succeed("#ddir", os.path.join(self.target, spelling))
+            self.assertEqual(read_tree(self.target), {"D": (0o755, None), "D/f": (0o644, b"x")})
+
+    def test_dangerous_folders_are_refused(self):
+        home, work, own = self.path("home"), self.path("work", "downloads"), self.path("own", "bin")
+        for folder in (home, work, own):
+            make_tree(folder, {"f": (0o644, b"x")})
+        shutil.copy(EXTRACTOR, own)
+        os.symlink(home, self.path("link"))
+        before = read_tree(self.home)
+        for folder in (home, home + "//", os.path.join(home, "."), work, own, "..",
+                       self.path("home", "new", ".."), self.path("own"), self.path("work"),
+                       self.home, self.path("link", ".."), self.path("link", "..", "home"), "."):
+            with self.subTest(folder):
+                run = subprocess.run([os.path.join(own, "zeft_fextr_cmd"), "#ddir", "#" + folder],
+                                     cwd=work, env={"HOME": home}, capture_output=True, text=True)
+                self.assertEqual((run.returncode, run.stdout), (1, ""))
+                self.assertIn("refusing to delete", run.stderr)
+                self.assertEqual(read_tree(self.home), before)
+
+    def test_the_root_is_refused(self):
+        make_tree(self.home, {"slash": (None, "/")})
+        for folder in ("/", "//", "/.", self.path("slash", "usr", "..")):
+            with self.subTest(folder):
+                # Should the refusal ever break, the kernel is told to let nothing be deleted.
+                run = subprocess.run(["strace", "-qqo", "/dev/null", "-e",
+                                      "inject=unlink,unlinkat,rmdir:error=EPERM",
+                                      EXTRACTOR, "#ddir", "#" + folder], capture_output=True,
+                                     text=True, env={"ASAN_OPTIONS": "detect_leaks=0"})
+                self.assertEqual((run.returncode, run.stdout), (1, ""))
+                self.assertIn("refusing to delete", run.stderr)
+
+    def test_read_only_folders_of_an_ordinary_user(self):
+        os.chmod(self.home, 0o755)
+        os.chmod(self.target, 0o777)
+        as_user = {"user": 65534, "group": 65534} if os.geteuid() == 0 else {}
+        subprocess.run(["sh", "-ec", "mkdir -p C/r/w C/n/w; touch C/r/f C/r/w/f C/n/f C/n/w/f;"
+                        "chmod 555 C/r; chmod 0 C/n; chmod 400 C"], cwd=self.target, check=True,
+                       **as_user)
+        self.succeed("#ddir", self.path("target", "C"), **as_user)
+        self.assertEqual(read_tree(self.target), {})
+
+    def test_what_cannot_go_is_told(self):
+        os.chmod(self.home, 0o755)
+        make_tree(self.target, {"C/mine/f": (0o644, b""), "C/other/f": (0o644, b"")})
+        run = subprocess.run(
+            ["unshare", "-rm", "sh", "-ec", """cd "$1/C"; mount --bind other/f mine/f; cd /
+             exec "$0" "#ddir" "#$1/C" """, EXTRACTOR, self.target], capture_output=True, text=True,
+            cwd="/")
+        self.assertEqual(run.returncode, 1)
+        self.assertRegex(run.stderr, "C/mine/f: Device or resource busy")
+        self.assertNotIn("100%", run.stdout)
+        self.assertEqual(sorted(read_tree(self.target)), ["C", "C/mine", "C/mine/f"])
+
+    def test_other_file_systems_stay(self):
+        for name, mount in (("another kind", "mount -t tmpfs t"), ("the same", 'mount --bind "$2"')):
+            for at in ("C", "C/m"):
+                with self.subTest(name, at=at):
+                    make_tree(self.target, {"C/m/f": (0o644, b""), "C/n": (0o644, b"")})
+                    make_tree(self.path("other" + name + at), {"g": (0o644, b"")})
+                    run = subprocess.run(
+                        ["unshare", "-rm", "sh", "-ec", f"""{mount} "$1/{at}"; touch "$1/{at}/g"
+                         "$0" "#ddir" "#$1/C" || ls "$1/{at}" """, EXTRACTOR, self.target,
+                         self.path("other" + name + at)], capture_output=True, text=True, cwd="/")
+                    self.assertEqual(run.stdout.splitlines()[-1:], ["g"])
+                    self.assertIn("another file system is mounted there", run.stderr)
+                    self.assertEqual("C/n" in read_tree(self.target), at == "C")
+
+    def test_depth_and_number_do_not_matter(self):
+        subprocess.run(["python3", "-c", """if True:
+            import os
+            os.mkdir("C"); os.chdir("C")
+            for i in range(3000):
+                open(f"a rather long name of a file {i}", "w").close()
+            for i in range(5000):
+                os.mkdir("d"); os.chdir("d")"""], cwd=self.target, check=True)
+        self.succeed("#ddir", self.path("target", "C"),
+                     preexec_fn=lambda: (resource.setrlimit(resource.RLIMIT_NOFILE, (100, 100)),
+                                         resource.setrlimit(resource.RLIMIT_STACK, (1 << 18,) * 2)))
+        self.assertEqual(read_tree(self.target), {})
+
+    def test_a_component_in_use_goes(self):
+        make_tree(self.target, {"C/d/f": (0o644, b"")})
+        shutil.copy("/bin/sleep", self.path("target", "C", "d", "program"))
+        with subprocess.Popen([self.path("target", "C", "d", "program"), "1000"],
+                              cwd=self.path("target", "C", "d")) as program:
+            self.succeed("#ddir", self.path("target", "C"))
+            self.assertEqual(read_tree(self.target), {})
+            program.kill()
+
+
+class Usage(ExtractorTest):
+    def test_bad_usage_is_told(self):
+        for arguments in ([], ["#what"], ["uzip", "#a", "#b"], ["#uzip"], ["#uzip", "#a"],
+                          ["#uzip", "#a", "#b", "#c"], ["#uzip", "a", "#b"], ["#uzip", "#", "#b"],
+                          ["#xtar", "#a", "b"], ["#ddir"], ["#ddir", "#"], ["#ddir", "/tmp/x"],
+                          ["#ddir", "#a", "#b"]):
+            with self.subTest(arguments):
+                run = subprocess.run([EXTRACTOR, *arguments], capture_output=True, text=True,
+                                     cwd=self.home)
+                self.assertEqual((run.returncode, run.stdout), (2, ""))
+                self.assertIn("usage: zeft_fextr_cmd", run.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()

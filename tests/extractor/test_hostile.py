@@ -1,0 +1,188 @@
+"""Archives that want out of the destination, and damaged ones: a message, a code above 0, nothing
+touched outside, nothing left inside."""
+
+import copy
+import io
+import os
+import random
+import re
+import struct
+import subprocess
+import tarfile
+import unittest
+import zipfile
+
+from support import EXTRACTOR, ExtractorTest, make_tree, read_tree, shell
+
+OUTSIDE = {"secret": (0o600, b"secret"), "folder": (0o755, None), "folder/file": (0o644, b"old")}
+
+
+def entry(name, kind=tarfile.REGTYPE, link="", data=b"evil", mode=0o644):
+    info = tarfile.TarInfo(name)
+    info.type, info.linkname, info.mode = kind, link, mode
+    info.size = len(data) if kind == tarfile.REGTYPE else 0
+    return info, data
+
+
+def link(name, target):
+    return entry(name, tarfile.SYMTYPE, target)
+
+
+def tar(archive, entries):
+    with tarfile.open(archive, "w:gz", format=tarfile.GNU_FORMAT) as file:
+        for info, data in entries:
+            file.addfile(info, io.BytesIO(data))
+
+
+def zip_(archive, entries):
+    with zipfile.ZipFile(archive, "w") as file:
+        for info, data in entries:
+            name = zipfile.ZipInfo("x")
+            name.filename = info.name  # as it is: the constructor would tidy it up
+            kind = 0o120000 if info.type == tarfile.SYMTYPE else 0o100000
+            name.external_attr = (kind | info.mode) << 16
+            file.writestr(name, info.linkname if info.type == tarfile.SYMTYPE else data)
+
+
+def copy_of(info, outside):
+    info = copy.copy(info)
+    info.name, info.linkname = (text.format(outside=outside) for text in (info.name, info.linkname))
+    return info
+
+
+WAYS_OUT = {
+    "parent": [entry("../secret")],
+    "parent behind a folder": [entry("C/a"), entry("C/../../secret")],
+    "parent inside, too": [entry("C/../D/x")],
+    "absolute": [entry("{outside}/secret")],
+    "absolute link": [link("C/l", "{outside}")],
+    "link to the parent": [link("C/l", "../..")],
+    "link to the parent from the top": [link("l", "..")],
+    "link, then a file through it": [link("C/l", "../outside"), entry("C/l/secret")],
+    "link inside, then a file through it": [entry("C/d/x"), link("C/l", "d"), entry("C/l/x")],
+    "file through a link that is there": [entry("planted/file")],
+    "link through a link that is there": [link("C/l", "../planted/../secret")],
+    "chain of links": [entry("C/p/q/x"), link("C/p/q/up", "../../.."), link("C/l", "p/q/up/..")],
+    "chain of links, named so that the second comes first":
+        [entry("C/p/q/x"), link("C/p/q/up", "../../.."), link("A", "C/p/q/up/../outside")],
+    "way back from a folder that is not there": [link("C/l", "nothing/../../x")],
+    "folder replaced by a link": [entry("C/d/x"), link("C/d", "../planted")],
+}
+TAR_ONLY = {
+    "hard link to the parent": [entry("C/h", tarfile.LNKTYPE, "../outside/secret")],
+    "absolute hard link": [entry("C/h", tarfile.LNKTYPE, "{outside}/secret")],
+    "hard link through a link": [entry("C/h", tarfile.LNKTYPE, "planted/file")],
+    "hard link to a link": [entry("C/h", tarfile.LNKTYPE, "planted")],
+    "hard link to nothing": [entry("C/h", tarfile.LNKTYPE, "C/nothing")],
+    "hard link to a folder": [entry("C", tarfile.DIRTYPE), entry("h", tarfile.LNKTYPE, "C")],
+    "device": [entry("C/null", tarfile.CHRTYPE)],
+    "disk": [entry("C/disk", tarfile.BLKTYPE)],
+    "named pipe": [entry("C/pipe", tarfile.FIFOTYPE)],
+    "hard link to a file of another's, then over it":
+        [entry("C/h", tarfile.LNKTYPE, "planted/file"), entry("C/h")],
+}
+
+
+class Hostile(ExtractorTest):
+    def test_ways_out_are_closed(self):
+        cases = [(name, zip_, entries) for name, entries in WAYS_OUT.items()]
+        cases += [(name, tar, entries) for name, entries in {**WAYS_OUT, **TAR_ONLY}.items()]
+        for name, make, entries in cases:
+            with self.subTest(name, make=make.__name__):
+                home = self.path(make.__name__ + name)
+                outside, target = os.path.join(home, "outside"), os.path.join(home, "target")
+                make_tree(outside, OUTSIDE)
+                make_tree(target, {"planted": (None, "../outside/folder")})
+                before = read_tree(home)
+                archive = self.path("archive")
+                make(archive, [entry("C/version.info"), *(
+                    (copy_of(info, outside), data) for info, data in entries)])
+                self.refuse("^zeft_fextr_cmd: .", "#uzip", archive, target)
+                self.assertEqual(read_tree(home), before)
+
+    def test_damage_is_noticed(self):
+        tree = {"C/version.info": (0o644, b"build : 2024.05.01"), "C/l": (None, "text"),
+                "C/text": (0o644, bytes(range(256)) * 3), "C/code": (0o755, b"code " * 99)}
+        make_tree(self.path("source"), tree)
+        whole = read_tree(self.path("source"))
+        chance = random.Random(1)
+        for kind, pack in {"zip": 'zip -qryX "$1" C', "gz": 'tar -czf "$1" C',
+                           "xz": 'tar -cJf "$1" C', "bz2": 'tar -cjf "$1" C',
+                           "7z": 'tar -cf t C; 7z a "$1" t',
+                           "cab": 'find C -type f -print0 | xargs -0 gcab -cz "$1"'}.items():
+            archive = self.path("whole." + kind)
+            shell(pack)(self.path("source"), archive)
+            with open(archive, "rb") as file:
+                data = file.read()
+            ends = [0, 1, len(data) - 1, *chance.sample(range(len(data)), 12)]
+            damaged = [("cut", end, data[:end]) for end in ends]
+            for at in chance.sample(range(len(data)), 40):
+                flipped = bytes([data[at] ^ 1 << chance.randrange(8)])
+                damaged.append(("flipped", at, data[:at] + flipped + data[at + 1:]))
+            for what, at, data in damaged:
+                with self.subTest(kind, what=what, at=at):
+                    with open(self.path("damaged"), "wb") as file:
+                        file.write(data)
+                    target = self.path(f"{kind} {what} {at}")
+                    run = self.run_extractor("#xtar", self.path("damaged"), target)
+                    tree = read_tree(target)
+                    if run.returncode == 0:
+                        self.assertEqual(what, "flipped")
+                        self.check_whole(kind, tree, whole)
+                    else:
+                        self.assertEqual((run.returncode, tree), (1, {}), run.stderr)
+                        self.assertIn(self.path("damaged") + ": ", run.stderr)
+
+    def check_whole(self, kind, tree, whole):
+        """Nothing guards the permissions in a zip and the names in a cabinet."""
+        if kind == "zip":
+            tree, whole = ({path: content for path, (_, content) in some.items()}
+                           for some in (tree, whole))
+        if kind != "cab":
+            self.assertEqual(tree, whole)
+
+    def test_a_directory_that_lies_is_noticed(self):
+        zip_(self.path("a"), [entry("C/a", data=b"a" * 9000), entry("C/b"), entry("C/c")])
+        with open(self.path("a"), "rb") as file:
+            data = file.read()
+        first, second = (at.start() for at in list(re.finditer(b"PK\1\2", data))[:2])
+        end = data.rindex(b"PK\5\6")
+        for name, at, bytes_ in (
+                ("more entries than there are", end + 8, b"\4\0\4\0"),
+                ("fewer", end + 8, b"\2\0\2\0"),
+                ("begins with the second", end + 12, struct.pack("<LL", end - second, second)),
+                ("another name", data.index(b"C/b"), b"C/d"),
+                ("one name twice", second + 46, b"C/a"),
+                ("one place twice", second + 42, bytes(4)),
+                ("a place inside another", second + 42, b"\x99\0\0\0"),
+                ("a place outside", second + 42, b"\xfe\xff\xff\xff"),
+                ("a size beyond the end", first + 20, b"\xfe\xff\xff\xff")):
+            with self.subTest(name):
+                with open(self.path("a"), "wb") as file:
+                    file.write(data[:at] + bytes_ + data[at + len(bytes_):])
+                self.refuse("is damaged", "#uzip", self.path("a"), self.target)
+                self.assertEqual(read_tree(self.target), {})
+
+    def test_a_bomb_does_not_fill_the_disk(self):
+        shell('head -c 100M /dev/zero > C; tar -czf "$1" C; zip -q "$1.zip" C')(
+            self.home, self.path("a"))
+        shell('touch $(seq -f C%g 5000); tar -czf "$1" C*')(self.target, self.path("many"))
+        for archive in ("a", "a.zip", "many"):
+            with self.subTest(archive):
+                run = subprocess.run(
+                    ["unshare", "-rm", "sh", "-c", """mount -t tmpfs -o size=10m,nr_inodes=4000 t "$2"
+                     "$0" "#uzip" "#$1" "#$2" && exit; ls "$2"; df -B1 --output=avail "$2" """,
+                     EXTRACTOR, self.path(archive), self.target], capture_output=True, text=True)
+                self.assertIn("not enough space", run.stderr)
+                self.assertEqual(run.stdout.split()[-2:], ["Avail", str(10 << 20)])
+
+    def test_no_special_permissions(self):
+        for kind, make in (("tar", tar), ("zip", zip_)):
+            with self.subTest(kind):
+                make(self.path("a"), [entry(kind, mode=0o6755), entry(kind + "/d", mode=0o7777)][:1])
+                self.succeed("#xtar", self.path("a"), self.target)
+                self.assertEqual(read_tree(self.target)[kind], (0o755, b"evil"))
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,128 @@
+"""#rscript: what a script sees, says and leaves behind, and what is left of it after a kill."""
+
+import os
+import signal
+import subprocess
+import time
+import unittest
+
+from support import EXTRACTOR, ExtractorTest, make_tree
+
+TREE_OF_PROCESSES = """#!/bin/bash
+set -m
+mark() { sleep 1000 & echo $! >> {pids}; }
+mark
+setsid sh -c 'sleep 1000 & echo $$ $! >> {pids}; wait' &
+(sh -c 'setsid sh -c "sleep 1000 & echo \\$\\$ \\$! >> {pids}; wait" &')
+echo $$ >> {pids}
+while [ $(wc -w < {pids}) -lt 6 ]; do sleep 0.01; done
+echo 50%
+"""
+
+
+def lives(pid):
+    try:
+        with open(f"/proc/{pid}/stat") as file:
+            return file.read().rsplit(")", 1)[1].split()[0] != "Z"
+    except FileNotFoundError:
+        return False
+
+
+class Script(ExtractorTest):
+    def setUp(self):
+        super().setUp()
+        self.folder, self.downloads = self.path("größer root", "Comp"), self.path("downloads")
+        self.script = os.path.join(self.folder, "zeft_install.sh")
+        self.pids = self.path("pids")
+        os.mkdir(self.downloads)
+        self.addCleanup(self.kill_all)
+
+    def command(self, text, mode=0o755):
+        make_tree(self.folder, {"zeft_install.sh": (mode, text.replace("{pids}", self.pids).encode())})
+        return [EXTRACTOR, "#rscript", "#" + self.script, "#" + self.folder, "#mclose"]
+
+    def run_script(self, text, mode=0o755):
+        return subprocess.run(self.command(text, mode), cwd=self.downloads, capture_output=True,
+                              stdin=subprocess.PIPE, text=True, timeout=60)
+
+    def log(self):
+        with open(os.path.join(self.downloads, "Comp_install.log")) as file:
+            return file.read()
+
+    def started(self):
+        with open(self.pids) as file:
+            return [int(pid) for pid in file.read().split()]
+
+    def kill_all(self):
+        for pid in self.started() if os.path.exists(self.pids) else []:
+            if lives(pid):
+                os.kill(pid, signal.SIGKILL)
+
+    def test_how_it_is_run(self):
+        python = "#!/usr/bin/env python3\nimport os, sys\nprint(os.getcwd(), sys.argv[0])\n"
+        shell = 'echo "$PWD $0"; read -r line || echo nothing'
+        place = f"{self.folder} {self.script}\n"
+        for name, text, mode, said in (
+                ("by its first line", python, 0o755, place),
+                ("without a first line", shell, 0o755, place + "nothing\n"),
+                ("not executable", "#!/usr/bin/python3\n" + shell, 0o644, place + "nothing\n"),
+                ("error output, too", "echo error >&2", 0o755, "error\n"),
+                ("the log is made anew", "", 0o755, "")):
+            with self.subTest(name):
+                run = self.run_script(text, mode)
+                self.assertEqual((run.returncode, run.stdout, run.stderr, self.log()),
+                                 (0, "", "", said))
+
+    def test_only_percent_lines_are_passed_on(self):
+        run = self.run_script(r"""printf '7%%\n 42%% \r\nat 43%%\n101%%\n%%\n-5%%\n1 1%%\n44\n'
+                                  printf '%099d%%\n' 1; echo 30%; printf 100%%""")
+        self.assertEqual((run.returncode, run.stdout), (0, "  7%\n 42%\n 30%\n100%\n"))
+
+    def test_a_percent_comes_while_the_script_runs(self):
+        os.mkfifo(self.pids + ".go")
+        with subprocess.Popen(self.command("echo 5%; cat {pids}.go"), cwd=self.downloads,
+                              stdout=subprocess.PIPE) as run:
+            self.assertEqual(run.stdout.readline(), b"  5%\n")
+            with open(self.pids + ".go", "w"):
+                pass
+        self.assertEqual(run.returncode, 0)
+
+    def test_the_exit_code_tells_of_failure(self):
+        for name, text, code, message in (
+                ("exit code", "exit 7", 7, "ended with code 7"),
+                ("signal", "kill -TERM $$", 143, "ended with code 143"),
+                ("no such program", "#!/no/such/program\n", 1, "No such file")):
+            with self.subTest(name):
+                run = self.run_script(text)
+                self.assertEqual((run.returncode, run.stdout), (code, ""))
+                self.assertIn(message, run.stderr)
+        os.unlink(self.script)
+        run = subprocess.run([EXTRACTOR, "#rscript", "#" + self.script, "#" + self.folder,
+                              "#mclose"], cwd=self.downloads, capture_output=True, text=True)
+        self.assertEqual((run.returncode, run.stdout), (1, ""))
+        self.assertIn("No such file", run.stderr)
+
+    def test_services_outlive_a_normal_end(self):
+        run = self.run_script("""(while echo talks; do sleep 0.05; done) & echo $! > {pids}
+                                 setsid sleep 1000 & echo $! >> {pids}""")
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        length = len(self.log())
+        while len(self.log()) == length:  # the service still writes
+            time.sleep(0.01)
+        self.assertEqual([lives(pid) for pid in self.started()], [True, True])
+
+    def test_nothing_outlives_a_kill(self):
+        with subprocess.Popen(self.command(TREE_OF_PROCESSES + "wait"), cwd=self.downloads,
+                              stdout=subprocess.PIPE) as run:
+            self.assertEqual(run.stdout.readline(), b" 50%\n")
+            self.assertTrue(all(lives(pid) for pid in self.started()))
+            run.kill()
+        for _ in range(200):
+            if not any(lives(pid) for pid in self.started()):
+                return
+            time.sleep(0.01)
+        self.fail("after 2 s there still live " + str([p for p in self.started() if lives(p)]))
+
+
+if __name__ == "__main__":
+    unittest.main()

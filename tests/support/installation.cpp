@@ -1,0 +1,130 @@
+#include "support/installation.h"
+
+#include "app/datasingleton.h"
+#include "app/mainwindow_helper.h"
+#include "pipeline/extractor.h"
+#include "transfer/filedownloader.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTableWidget>
+#include <QtTest>
+
+namespace {
+const int kWorkLimitMs = 30000;
+auto *const s_former_runs = new QList<DataSingleton *>; // never freed, so that they are no leaks
+} // namespace
+
+/// Asked by LeakSanitizer: with windows that outlive the application, as the program's does, the
+/// offscreen platform leaves its screen behind.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer chose the name
+extern "C" const char *__lsan_default_suppressions()
+{
+    return "leak:QScreen::QScreen\nleak:libqoffscreen\n";
+}
+
+Installation::Installation(bool beats)
+    : m_beats(beats)
+{
+    QDir(m_root.path()).mkdir("bin_lnx");
+    QFile::link(ZEFT_EXTRACTOR, Path("bin_lnx/zeft_fextr_cmd"));
+    Restart();
+}
+
+Installation::~Installation()
+{
+    End();
+}
+
+void Installation::Restart()
+{
+    if (m_window)
+        End();
+    m_window = new MainWindow(nullptr);
+    DataSingleton::Initialize(m_window, m_root.path());
+    if (m_beats)
+        m_window->Initialize();
+    m_window->show();
+}
+
+void Installation::End()
+{
+    delete m_window->base_downloader;
+    m_window->base_downloader = nullptr;
+    while (!m_window->download_queue.isEmpty())
+        m_window->StopDownload(m_window->download_queue.first());
+    for (QProcess **process :
+         {&m_window->install_process, &m_window->post_install_process, &m_window->delete_process})
+        KillExtractor(*process);
+    for (auto *queue :
+         {&m_window->install_queue, &m_window->post_install_queue, &m_window->delete_queue})
+        queue->clear(); // its heart beats on, for nothing
+    m_window->hide();
+    s_former_runs->append(DataSingleton::m_pInstance);
+    DataSingleton::m_pInstance = nullptr;
+}
+
+void Installation::Connect(const QString &url)
+{
+    Find<QTableWidget>("table_repo")->item(0, 0)->setText(url);
+    QTest::mouseClick(Find<QPushButton>("pb_connect"), Qt::LeftButton);
+}
+
+bool Installation::Work(const std::function<bool()> &done)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (!done()) {
+        if (clock.hasExpired(kWorkLimitMs))
+            return false;
+        m_window->Timer500();
+        QTest::qWait(2);
+    }
+    return true;
+}
+
+DN_FILE_STRUCT *Installation::Record(const QString &file_name) const
+{
+    for (DN_FILE_STRUCT *record : m_window->records + m_window->local_records) {
+        if (record->file_name == file_name)
+            return record;
+    }
+    return nullptr;
+}
+
+QStringList Installation::Log() const
+{
+    QStringList lines = Find<QPlainTextEdit>("msgs")->toPlainText().split('\n');
+    return lines.replaceInStrings(QRegularExpression("^> \\d\\d:\\d\\d:\\d\\d:\\d\\d\\d: "), "");
+}
+
+BoxAnswers::BoxAnswers(const QList<QMessageBox::StandardButton> &answers)
+    : m_answers(answers)
+{
+    QObject::connect(&m_watch, &QTimer::timeout, [this] { Answer(); });
+    m_watch.start(1);
+}
+
+void BoxAnswers::Answer()
+{
+    auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+    if (!box || !box->isVisible())
+        return;
+    questions.append(box->windowTitle() + ": " + box->text());
+    box->button(m_answers.isEmpty() ? QMessageBox::Cancel : m_answers.takeFirst())->click();
+}
+
+bool WriteFile(const QString &path, const QByteArray &bytes)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+QByteArray ReadFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}

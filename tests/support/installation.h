@@ -1,0 +1,71 @@
+#pragma once
+
+#include "app/mainwindow.h"
+
+#include <QMessageBox>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <functional>
+
+struct DN_FILE_STRUCT;
+
+/// An installation in a temporary directory, with the extractor in its place and the program's
+/// window over it.
+///
+/// The program never destroys its window, so neither does this: the windows of former runs live on,
+/// hidden and idle, until the test program ends.
+class Installation
+{
+public:
+    /// With \a beats false the program's clock stands still, and only Work() drives the pipeline.
+    explicit Installation(bool beats = true);
+    ~Installation();
+
+    /// A new run of the program over the same root.
+    void Restart();
+    /// Presses "Connect" with \a url in the repository table.
+    void Connect(const QString &url);
+    /// Lets the pipeline work, with more heartbeats than the clock gives, until \a done. False if
+    /// that takes longer than any work here may.
+    bool Work(const std::function<bool()> &done);
+
+    MainWindow *Window() const { return m_window; }
+    /// The record of a file, null without one.
+    DN_FILE_STRUCT *Record(const QString &file_name) const;
+    /// \a path below the root.
+    QString Path(const QString &path) const { return m_root.filePath(path); }
+    QString Download(const QString &file_name) const { return Path("downloads/" + file_name); }
+    template <typename Widget> Widget *Find(const char *object_name) const
+    {
+        return m_window->findChild<Widget *>(object_name);
+    }
+    /// The lines of the message log without their times.
+    QStringList Log() const;
+
+private:
+    void End();
+
+    bool m_beats;
+    QTemporaryDir m_root;
+    MainWindow *m_window = nullptr;
+};
+
+/// Presses buttons in the boxes that come up, in this order, and keeps what they asked. A box too
+/// many is cancelled.
+class BoxAnswers
+{
+public:
+    explicit BoxAnswers(const QList<QMessageBox::StandardButton> &answers);
+
+    QStringList questions;
+
+private:
+    void Answer();
+
+    QList<QMessageBox::StandardButton> m_answers;
+    QTimer m_watch;
+};
+
+bool WriteFile(const QString &path, const QByteArray &bytes); // makes the folders in front of it
+QByteArray ReadFile(const QString &path);

@@ -1,0 +1,75 @@
+#include "support/repository.h"
+
+#include "support/installation.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include <numeric>
+
+namespace {
+qint64 ByteSum(const QByteArray &bytes)
+{
+    return std::accumulate(bytes.begin(), bytes.end(), qint64(0),
+                           [](qint64 sum, char c) { return sum + static_cast<unsigned char>(c); });
+}
+} // namespace
+
+bool PackArchive(const QString &archive, const Files &files)
+{
+    const QTemporaryDir stage;
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        const QString path = stage.filePath(file.key());
+        if (!WriteFile(path, file.value()))
+            return false;
+        if (path.endsWith(".sh"))
+            QFile::setPermissions(path, QFile::permissions(path) | QFile::ExeOwner);
+    }
+    const QStringList entries =
+        QDir(stage.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    return WriteFile(archive, QByteArray())
+           && QProcess::execute("bsdtar",
+                                QStringList{"-a", "-cf", archive, "-C", stage.path()} + entries)
+                  == 0;
+}
+
+Repository::Repository(const QString &dir)
+    : m_dir(dir)
+{
+}
+
+QString Repository::ArchivePath(const QString &remote_dir, const QString &file_name) const
+{
+    return m_dir + "/zeft/" + remote_dir + "/" + file_name;
+}
+
+void Repository::Add(const QString &remote_dir, const QString &file_name, const Files &files,
+                     const QString &date)
+{
+    const QString path = ArchivePath(remote_dir, file_name);
+    PackArchive(path, files);
+    QFile archive(path);
+    archive.open(QIODevice::ReadWrite);
+    const QByteArray bytes = archive.readAll();
+    const QString stamp = date + "T12:00:00.000Z";
+    archive.setFileTime(QDateTime::fromString(stamp, Qt::ISODateWithMs),
+                        QFileDevice::FileModificationTime);
+    file_list += QString("8#%1#%2#%3#%4#%5\r\n")
+                     .arg(file_name, remote_dir, stamp)
+                     .arg(bytes.size())
+                     .arg(ByteSum(bytes))
+                     .toUtf8();
+}
+
+bool Repository::Publish(const Files &pages)
+{
+    Files documents;
+    for (auto page = pages.begin(); page != pages.end(); ++page)
+        documents.insert("hwd_doc/" + page.key(), page.value());
+    return WriteFile(m_dir + "/zeft/zeft_upt_fversions.info", file_list)
+           && WriteFile(m_dir + "/zeft/bsp/zeft_bsps.info", package_list)
+           && PackArchive(m_dir + "/zeft/bsp/hwd_doc.zip", documents);
+}
