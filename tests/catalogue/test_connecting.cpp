@@ -93,7 +93,8 @@ void TestConnecting::FetchesTheCatalogue()
     QCOMPARE(installation.Record("gone.zip")->file_size, qint64(77));
     QCOMPARE(installation.Record("stale.zip")->file_size, qint64(5));
     QVERIFY(installation.Record("stale.zip")->version > "2024-05-01");
-    QTRY_COMPARE(ReadFile(installation.Download("hwd_doc/page.htm")), QByteArray("page"));
+    QTRY_COMPARE_WITH_TIMEOUT(ReadFile(installation.Download("hwd_doc/page.htm")),
+                              QByteArray("page"), 30000);
     QCOMPARE(
         installation.Log().mid(2),
         QStringList({"Connecting to " + m_server.Url() + "/whole...",
