@@ -1,0 +1,188 @@
+#include "answers.h"
+#include "common/common_helper.h"
+
+#include <QNetworkDatagram>
+#include <QProcessEnvironment>
+#include <QUdpSocket>
+#include <memory>
+
+class TestSystem : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void ChecksAddresses_data();
+    void ChecksAddresses() { CompareAnswers(); }
+    void ListsOwnAddresses();
+    void ReadsNtpTimes_data();
+    void ReadsNtpTimes() { CompareAnswers(); }
+    void PreparesProcesses_data();
+    void PreparesProcesses() { CompareAnswers(); }
+};
+
+namespace {
+
+/// A packet that has this transmit timestamp and rubbish everywhere else.
+QByteArray Packet(const QByteArray &hex_timestamp)
+{
+    return QByteArray(40, '\xee') + QByteArray::fromHex(hex_timestamp);
+}
+
+} // namespace
+
+void TestSystem::ChecksAddresses_data()
+{
+    AddAnswerColumns();
+    const auto bare = [](const QString &ip, bool valid) { Row(ip, IsValidIP(ip, false), valid); };
+    bare("192.168.1.1", true);
+    bare("1.2.3", false);
+    bare("256.300.1.1", true);
+    bare("a.b.c.d", true);
+    bare("-1.2.3.4", false);
+    bare("1.2.3.4:80", false);
+    bare("::ffff:1.2.3.4", false);
+    bare("::1", true);
+    bare("1:2:3:4:5:6:7:8", true);
+    bare("1:2:3:4:5:6:7:8:9", false);
+    bare("1:2:3:4:5:6:7::", false);
+    bare("abc", true);
+    bare("g::1", false);
+    bare("12345::1", true);
+    const auto ported = [](const QString &ip, bool valid) {
+        Row(ip + " with port", IsValidIP(ip, true), valid);
+    };
+    ported("1.2.3.4:80", true);
+    ported("1.2.3.4:0", false);
+    ported("1.2.3.4:80:80", false);
+    ported("1.2.3.4", false);
+    ported("[::1]:80", true);
+    ported("[::1]:0", false);
+    ported("[g::1]:80", false);
+    ported("::1:80", false);
+
+    const unsigned int host = 0xFFFFFFFF;
+    const auto local = [](const QString &address, unsigned int mask, bool expected) {
+        Row(address + " is local", IsIpAddressLocal(address, mask), expected);
+    };
+    local("127.5.6.7", host, true);
+    local("10.1.2.3", host, true);
+    local("203.0.113.1", host, false);
+    local("203.0.113.2", 0, true);
+    local("126.1.1.1", 0xFE000000, true); // compared with 127.0.0.1, which every machine has
+    local("203.0.113.129", 0x0000007F, true);
+    local("::1", host, true);
+    local("fec0::1", host, true);
+    local("2001:db8::1", 0, false);
+    local("no address", 0, false);
+}
+
+void TestSystem::ListsOwnAddresses()
+{
+    const QStringList all = GetLocalIPs(false, false, false);
+    const QStringList ip4 = GetLocalIPs(false, true, false);
+    const QStringList ip6 = GetLocalIPs(true, false, false);
+    QVERIFY(ip4.contains("127.0.0.1") && ip4.filter(":").isEmpty());
+    QCOMPARE(ip6.filter(":"), ip6);
+    QCOMPARE(ip4.size() + ip6.size(), all.size());
+    QStringList others = all;
+    others.removeAll("127.0.0.1");
+    QCOMPARE(GetLocalIPs(false, false, true), others);
+    QCOMPARE(GetLocalIPs(true, true, false), QStringList());
+}
+
+// The moments, but for the last two, are RFC 5905's table of historic dates.
+void TestSystem::ReadsNtpTimes_data()
+{
+    AddAnswerColumns();
+    const auto moment = [](const char *row, const QByteArray &timestamp, const char *expected) {
+        const QDateTime time = NtpTransmitTime(Packet(timestamp));
+        Row(row, time.toUTC().toString(Qt::ISODateWithMs), expected);
+    };
+    moment("first day of UNIX", "83aa7e8000000000", "1970-01-01T00:00:00.000Z");
+    moment("first day of UTC", "876ce58000000000", "1972-01-01T00:00:00.000Z");
+    moment("first day of era 1", "0000f68000000000", "2036-02-08T00:00:00.000Z");
+    moment("half a second", "83aa7e8080000000", "1970-01-01T00:00:00.500Z");
+    moment("highest fraction", "83aa7e80ffffffff", "1970-01-01T00:00:01.000Z");
+
+    using Answers = QList<QByteArrayList>; // to each request
+    const QByteArray request = QByteArray("\x1b", 1) + QByteArray(47, '\0');
+    const auto ask = [&](const QStringList &servers, const Answers &answers) {
+        QUdpSocket server;
+        server.bind(QHostAddress("127.0.0.2"), 0);
+        QByteArrayList received;
+        connect(&server, &QUdpSocket::readyRead, &server, [&] {
+            while (server.hasPendingDatagrams()) {
+                const QNetworkDatagram datagram = server.receiveDatagram();
+                for (const QByteArray &answer : answers.value(received.size()))
+                    server.writeDatagram(datagram.makeReply(answer));
+                received.append(datagram.data());
+            }
+        });
+        QDateTime time = NtpTransmitTime(Packet("83aa7e8000000000"));
+        bool answered = false;
+        const std::unique_ptr<QThread> client(QThread::create([&, port = server.localPort()] {
+            const auto address_of = [](const QString &name) { return QHostAddress(name); };
+            answered = GetNtpTime(servers, port, address_of, time);
+        }));
+        QEventLoop loop;
+        connect(client.get(), &QThread::finished, &loop, &QEventLoop::quit);
+        client->start();
+        loop.exec();
+        client->wait();
+        return QString("%1 %2 %3")
+            .arg(answered)
+            .arg(received.count(request))
+            .arg(time.date().year());
+    };
+    const QByteArray whole = Packet("886ce58000000000"); // in 1972
+    const QByteArray cut = whole.left(47);
+    const QStringList ours("127.0.0.2");
+    const QStringList three{"has no address", "127.0.0.3", "127.0.0.2"}; // nobody is at the second
+    Row("longer than a packet", ask(ours, {{whole + "key"}}), "1 1 1972");
+    Row("second attempt", ask(ours, {{}, {whole}}), "1 2 1972");
+    Row("third server", ask(three, {{whole}}), "1 1 1972");
+    Row("behind short packets", ask(ours, {{"", cut, whole}}), "1 1 1972");
+    Row("too short", ask(ours, {{cut}, {cut}}), "0 2 1970");
+    Row("never", ask(ours, {}), "0 2 1970");
+}
+
+void TestSystem::PreparesProcesses_data()
+{
+    AddAnswerColumns();
+    const auto list = AddProcessEnvStdSearchPaths;
+    const QString folders = "/opt/x:/opt/x/lib:/opt/x/lib_dep_zeft:/opt/x/../lib:"
+                            "/opt/x/../lib_dep_zeft:/opt/x/../../lib:/opt/x/../../lib_dep_zeft:";
+    Row("paths and a folder", list("/a;/b", "/opt/x"), ":/a:/b:" + folders);
+    Row("a folder alone", list("", "/opt/x"), ":" + folders);
+    Row("nothing", list("", ""), ":");
+    Row("end mark is doubled", list("/a;", ""), ":/a::");
+    Row("colons stay", list(":/a::/b", ""), ":/a::/b:");
+
+    const auto extended = [](const auto &extend) {
+        QProcessEnvironment env;
+        env.insert("LD_LIBRARY_PATH", "/old");
+        extend(&env);
+        return env.toStringList();
+    };
+    const auto python = [&](const char *paths, bool in_front) {
+        return extended([&](void *env) { AddProcessPythonEnvVar(env, paths, in_front); });
+    };
+    Row("added to what a variable held",
+        extended([](void *env) { AddProcessEnvVar(env, "/a;/b", ""); }),
+        {"LD_LIBRARY_PATH=:/a:/b:/old:", "PATH=:/a:/b::"});
+    Row("Python, in front", python("/a;/b", true),
+        {"LD_LIBRARY_PATH=:/a:/b:/old", "PATH=:/a:/b:", "PYTHONPATH=:/a:/b:"});
+    Row("Python, behind", python("/a;/b", false),
+        {"LD_LIBRARY_PATH=/old:/a:/b:", "PATH=:/a:/b:", "PYTHONPATH=:/a:/b:"});
+    Row("Python, nothing to add", python("", true), {"LD_LIBRARY_PATH=/old"});
+
+    Row("code 6", IsPlatformSupported(6), QSysInfo::buildCpuArchitecture() == "x86_64");
+    Row("code 7", IsPlatformSupported(7), QSysInfo::buildCpuArchitecture() == "arm64");
+    for (const int code : {-6, 0, 5, 8, 9, 10, 11, 12, 13}) {
+        const bool suits_all = QList<int>({8, 10, 11, 12}).contains(code);
+        Row(QString("code %1").arg(code), IsPlatformSupported(code), suits_all);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestSystem)
+#include "test_system.moc"
