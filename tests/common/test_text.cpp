@@ -8,17 +8,15 @@ class TestText : public QObject
     Q_OBJECT
 
 private slots:
-    void ReadsLinesAndKeys_data();
-    void ReadsLinesAndKeys() { CompareAnswers(); }
-    void TellsWhatATextHolds_data();
-    void TellsWhatATextHolds() { CompareAnswers(); }
+    void FindsAndChecks_data();
+    void FindsAndChecks() { CompareAnswers(); }
     void ConvertsNumbers_data();
     void ConvertsNumbers() { CompareAnswers(); }
 };
 
 static const int kLong = 100000; // characters, where time and depth would show in each
 
-void TestText::ReadsLinesAndKeys_data()
+void TestText::FindsAndChecks_data()
 {
     AddAnswerColumns();
     const auto line = GetLineWithMatchingKeyString;
@@ -29,7 +27,6 @@ void TestText::ReadsLinesAndKeys_data()
     Row("value keeps its blanks", GetKeyValue("build", ":", "a\r\nbuild: 1:2 \r\nc"), " 1:2 ");
     Row("missing key has no value", GetKeyValue("build", ":", "a:1"), "");
     Row("separator in other lines only", GetKeyValue("build", ":", "a: build\r\nb:1"), "build");
-    Row("long separator", GetKeyValue("build", " => ", "build => 1"), "1");
     Row("lines but empty ones", ExtractLinesFromText("-a\n--b-", "-", false), {"a\n", "b"});
     Row("all lines", ExtractLinesFromText("xaX", "x", true), {"", "aX"});
 
@@ -37,7 +34,6 @@ void TestText::ReadsLinesAndKeys_data()
         const bool found = RemoveCommentedSection(text);
         return (found ? "cut: " : "whole: ") + text;
     };
-    Row("no comment", cut("a // b"), "whole: a // b");
     Row("comment up to the text's end", cut("a /// b\r\nc /// d"), "cut: a ");
 
     const auto between = [](const QString &text, const QString &start, const QString &end) {
@@ -48,16 +44,9 @@ void TestText::ReadsLinesAndKeys_data()
     Row("second pair is open", between("[a][b", "[", "]"), {"kept", "a"});
     Row("pairs don't nest", between("[[a]", "[", "]"), {"kept", "[a"});
     Row("empty parts", between("]x[]y[]", "[", "]"), {"kept", "", ""});
-    Row("the same mark on both sides", between("'a'b'c'", "'", "'"), {"kept", "a", "c"});
-    Row("marks don't overlap", between("<<<a>>>", "<<", ">>"), {"kept", "<a"});
     Row("empty start", between("a]", "", "]"), {"kept"});
-    Row("empty end", between("[a", "[", ""), {"kept"});
     Row("many starts without an end", between(QString(kLong, '['), "[", "]"), {"kept"});
-}
 
-void TestText::TellsWhatATextHolds_data()
-{
-    AddAnswerColumns();
     const auto is = [](const QString &text, const char *kinds) {
         const QVector<QPair<bool, const char *>> checks{
             {IsStringNumeric(text, false), "unsigned"}, {IsStringNumeric(text, true), "number"},
@@ -76,13 +65,10 @@ void TestText::TellsWhatATextHolds_data()
     is(QString(kLong, '9'), "unsigned number hex word item");
     is("1.5", "unsigned number real word item");
     is("5.0", "unsigned number real word item");
-    is("0.0001", "unsigned number real word item");
     is("-5", "number item");
     is("00", "hex");
     is("inf", "unsigned number letters word item");
-    is("nan", "unsigned number letters word item");
     is("azAZ", "letters word item");
-    is("beef", "letters hex word item");
     is("09afAF", "hex");
     for (const char *text : {"", "0.0", "0.00001", "1.2.3", "-", "1g", "0x1f", "@[`{", "é", "٥"})
         is(text, "");
@@ -99,13 +85,11 @@ void TestText::TellsWhatATextHolds_data()
         Row('"' + text.left(40) + "\", warning", IsStringContainsWarning(text), expected);
     };
     for (const char *text : {"an error occurred", "Error: disk full", "terror: even so",
-                             "-error level", "error at the start", "An ERROR in line 3"})
+                             "-error level", "ERROR in line 3", "An ERROR in line 3"})
         reports(text, true);
-    reports("ERROR in line 3", true); // nothing stands before the word
     for (const char *text : {"", "two errors", "error = 0", "Error = 0, yet an error occurred",
-                             "terror level", "0error level", "TERROR level"})
+                             "terror level", "TERROR level", "ERROR in terror level"})
         reports(text, false);
-    reports("ERROR in terror level", false); // the one in small letters decides
     reports(QString("error").repeated(kLong), false);
 }
 
@@ -117,7 +101,6 @@ void TestText::ConvertsNumbers_data()
         Row("float " + text, RealToString(static_cast<float>(value), min, max), text);
     };
     real(0.5, 1, 3, "0.500");
-    real(1.0, 1, 3, "1.000");
     real(5.0, 1, 3, "5.00");
     real(50.0, 1, 3, "50.0");
     real(5000.0, 1, 3, "5000.0");
@@ -132,7 +115,6 @@ void TestText::ConvertsNumbers_data()
     Row("0.0 for a number", EnsureNumber("0.0"), "0");
     Row("trimmed at the start", TrimString("xx a x", 'x', true, false), " a x");
     Row("trimmed at the end", TrimString("xx a xx", 'x', false, true), "xx a ");
-    Row("trimmed to nothing", TrimString("xxx", 'x', true, true), "");
 
     const auto next = [](const QString &text, const QString &expected) {
         Row("behind \"" + text.left(30) + '"', IncrString(text), expected);
@@ -147,11 +129,8 @@ void TestText::ConvertsNumbers_data()
     next("-5", "-6");
     next("12abc", "13abc");
     next("abc", "1abc");
-    next("2147483647", "2147483648");
     next("2147483648", "1");
-    next("f9223372036854775807", "f9223372036854775808");
     next("f9223372036854775808", "f1");
-    next("9223372036854775808f", "1f");
     next('a' + QString(kLong, '9'), "a1");
     next(QString(kLong, '8') + 'a', "1a");
 
@@ -170,14 +149,12 @@ void TestText::ConvertsNumbers_data()
     const QString nines(kLong, '9');
     Row("far right", ShiftDecimal(right, kLong, nines), nines + QString(kLong, '0') + ".0");
     Row("far left", ShiftDecimal(left, kLong, nines), "0." + nines);
-    for (const bool way : {right, left}) {
-        for (const QString text : {"", ".", "5.", ".5", "000.000", "100.00", "-1.5", "0120.0340"}) {
+    for (const QString text : {"", ".", "5.", ".5", "000.000", "100.00", "-1.5", "0120.0340"}) {
+        for (const bool way : {right, left}) {
             QString stepped = text;
-            for (int count = 1; count <= 12; ++count) {
+            for (int count = 1; count <= 12; ++count)
                 stepped = ShiftDecimal(way, 1, stepped);
-                const QString row = QString("%1 to %2, %3 steps").arg(text).arg(way).arg(count);
-                Row(row, ShiftDecimal(way, count, text), stepped);
-            }
+            Row(text + (way ? " right" : " left"), ShiftDecimal(way, 12, text), stepped);
         }
     }
 
@@ -187,7 +164,6 @@ void TestText::ConvertsNumbers_data()
     Row("fourth part is ignored", CalVersionInt("1.2.3.4", 0), 123);
     Row("one part", CalVersionInt("2", 0), 200);
     Row("parts that are no numbers", CalVersionInt("x..3", -1), 3);
-    Row("no version", CalVersionInt("", 3), 0);
     Row("too large", CalVersionInt("2147483647.2147483647", 0), 2147483647);
     Row("too small", CalVersionInt("-2147483648", 0), std::numeric_limits<int>::min());
     Row("many parts", CalVersionInt(QString(kLong, '.'), 0), 0);
@@ -195,7 +171,6 @@ void TestText::ConvertsNumbers_data()
     Row("one section", ExtractPlatformText("  one_lnx_lnx "), "one_*_*");
     Row("two sections", ExtractPlatformText("one $$ two "), "two");
     Row("four sections", ExtractPlatformText("one $$ two $$ three_lnx $$ four"), "three_*");
-    Row("separator without its blank", ExtractPlatformText("one $$two"), "one $$two");
 }
 
 QTEST_GUILESS_MAIN(TestText)
