@@ -64,7 +64,7 @@ QString Stamp(const char *zone, const QString &moment, bool no_ms, bool local_ti
     if (file.open())
         file.setFileTime(QDateTime::fromString(moment, Qt::ISODateWithMs),
                          QFileDevice::FileModificationTime);
-    const QString stamp = GetFileModifiedDateTime(file.fileName(), no_ms, local_time, keep_spec);
+    QString stamp = GetFileModifiedDateTime(file.fileName(), no_ms, local_time, keep_spec);
     qunsetenv("TZ");
     tzset();
     return stamp;
