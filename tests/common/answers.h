@@ -15,11 +15,10 @@ inline void AddAnswerColumns()
 template <typename T>
 void Row(const QString &name, const T &answer, const std::common_type_t<T> &expected)
 {
-    QString answer_text;
-    QString expected_text;
-    QDebug(&answer_text) << answer;
-    QDebug(&expected_text) << expected;
-    QTest::newRow(qPrintable(name)) << answer_text << expected_text;
+    QString texts[2];
+    QDebug(&texts[0]) << answer;
+    QDebug(&texts[1]) << expected;
+    QTest::newRow(qPrintable(name)) << texts[0] << texts[1];
 }
 
 inline void CompareAnswers()

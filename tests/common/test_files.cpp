@@ -1,0 +1,265 @@
+#include "answers.h"
+#include "common/common_helper.h"
+
+#include <QAbstractButton>
+#include <QMessageBox>
+#include <ctime>
+
+class TestFiles : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void ReadsPathsAndFiles_data();
+    void ReadsPathsAndFiles() { CompareAnswers(); }
+    void MakesAndDeletes();
+    void ListsAndFinds_data();
+    void ListsAndFinds() { CompareAnswers(); }
+    void AsksAndCopies_data();
+    void AsksAndCopies() { CompareAnswers(); }
+};
+
+namespace {
+
+/// The file's content, with "-" for none.
+QByteArray Content(const QString &path)
+{
+    QByteArray data = "-";
+    GetFileData(path, data);
+    return data;
+}
+
+/// Makes empty files in \a dir, with the folders on the way.
+void MakeFiles(const QTemporaryDir &dir, const QStringList &paths)
+{
+    for (const QString &path : paths) {
+        MakePath(dir.path(), "./" + ExtractFilePath(path));
+        WriteFileData(dir.filePath(path), "");
+    }
+}
+
+/// What \a ask answers while somebody presses \a button in each message box, behind their texts.
+QStringList Answered(int button, const std::function<bool()> &ask)
+{
+    QStringList talk;
+    QTimer user;
+    QObject::connect(&user, &QTimer::timeout, &user, [&] {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!box || box->windowTitle() != "ZEFT" || box->buttons().size() != 2)
+            return;
+        talk.append(box->text());
+        box->button(QMessageBox::StandardButton(button))->click();
+    });
+    user.start(0);
+    const bool answer = ask();
+    return talk << (answer ? "true" : "false");
+}
+
+/// GetFileModifiedDateTime() of a file of this \a moment, where the clocks run as TZ says.
+QString Stamp(const char *zone, const QString &moment, bool no_ms, bool local_time, bool keep_spec)
+{
+    qputenv("TZ", zone);
+    tzset();
+    QTemporaryFile file;
+    if (file.open())
+        file.setFileTime(QDateTime::fromString(moment, Qt::ISODateWithMs),
+                         QFileDevice::FileModificationTime);
+    QString stamp = GetFileModifiedDateTime(file.fileName(), no_ms, local_time, keep_spec);
+    qunsetenv("TZ");
+    tzset();
+    return stamp;
+}
+
+} // namespace
+
+void TestFiles::ReadsPathsAndFiles_data()
+{
+    AddAnswerColumns();
+    const auto parts = [](const QString &path, const QStringList &expected) {
+        const QStringList path_and_name{ExtractFilePath(path), ExtractFileName(path)};
+        Row(path, path_and_name + QStringList(ExtractFileExtension(path)), expected);
+        Row(path + " as a folder's path", ExtractParentPath(path), expected[0]);
+        Row(path + " as a folder's name", ExtractEndFolder(path), expected[1]);
+    };
+    parts("/a/b.tar.gz", {"/a", "b.tar.gz", "gz"});
+    parts("/x", {"", "x", ""});
+    parts("/", {"", "/", ""});
+    parts("a/b/", {"a/b", "a/b/", ""});
+
+    const auto bare = ExtractFileNameWithoutExtension;
+    Row("bare name", bare("a/b/c.tar.gz", false), "c.tar");
+    Row("bare name and folder", bare("a/b/c.tar.gz", true), "a/b/c.tar");
+    Row("bare name below the root", bare("/b.zip", true), "b");
+    Row("bare name here", bare("./b.zip", true), "b");
+
+    Row("every occurrence of the base goes", GetRelativePath("/a", "/a/b/a/c"), "b/c");
+
+    Row("one character isn't absolute", IsAbsolutePath("/"), false);
+    Row("two characters are absolute", IsAbsolutePath("/a"), true);
+    Row("a URL is absolute", IsAbsolutePath("http://host"), true);
+    Row("a backslash makes a folder", IsPathPresent("a\\b"), true);
+    Row("a name that exists has no folder", IsPathPresent("CMakeLists.txt"), false);
+
+    const char *const india = "IST-5:30";
+    const QString noon = "2024-05-01T12:30:45.123Z";
+    Row("true moment in UTC", Stamp(india, noon, false, true, false), noon);
+    Row("digits as UTC", Stamp(india, noon, false, false, false), "2024-05-01T18:00:45.123Z");
+    Row("digits as UTC, kept", Stamp(india, noon, true, false, true), "2024-05-01T18:00:45Z");
+    Row("local time", Stamp(india, noon, false, true, true), "2024-05-01T18:00:45.123");
+    Row("no file to stamp", GetFileModifiedDateTime("missing", false, true, false), "");
+    // The hour that the clock shows twice at the end of summer time.
+    const char *const berlin = "CET-1CEST,M3.5.0,M10.5.0/3";
+    for (const char *moment : {"2024-10-27T00:30:00Z", "2024-10-27T01:30:00Z"})
+        Row(moment, Stamp(berlin, moment, true, true, false), moment);
+
+    const auto sum = [](const char *row, const QByteArray &bytes, qint64 limit, qint64 expected) {
+        QTemporaryFile file;
+        if (file.open())
+            file.write(bytes); // the position is at the end now
+        Row(row, GetFileDataChecksum(file, limit), expected);
+        file.flush();
+        Row(QString(row) + ", by path", GetFileDataChecksum(file.fileName(), limit), expected);
+    };
+    sum("empty file", "", 0, 0);
+    sum("abc", "abc", 0, 294);
+    sum("order doesn't matter", "cba", 0, 294);
+    sum("first byte alone", "abc", 1, 97);
+    sum("negative limit is no limit", "abc", -1, 294);
+    sum("limit behind the end", "abc", 9, 294);
+    sum("limit in the second block", QByteArray(1000002, '\1'), 1000001, 1000001);
+    sum("three blocks of the highest byte", QByteArray(2000003, '\xff'), 0, 510000765);
+    sum("one byte more than a stretch", QByteArray(129, '\2'), 0, 258);
+    Row("no file to sum", GetFileDataChecksum("missing", 0), -1);
+
+    const auto copy = [](int count, bool reverse) {
+        QByteArray target = "....";
+        CopyByteArray(reinterpret_cast<unsigned char *>(target.data()),
+                      reinterpret_cast<const unsigned char *>("\1\2\3"), count, reverse);
+        return target.toHex();
+    };
+    Row("copied in reverse", copy(3, true), "0302012e");
+    Row("negative count copied", copy(-1, false), "2e2e2e2e");
+}
+
+void TestFiles::MakesAndDeletes()
+{
+    const QTemporaryDir dir;
+    const QString a = dir.filePath("a");
+    QVERIFY(!MakeDir(dir.path(), "a/b") && MakePath(dir.path(), "a/b"));
+    QVERIFY(!MakeDir(a, "b") && MakePath(dir.path(), "a/b") && MakeDir(a, "c"));
+    QVERIFY(IsFolderPresent(a, "b") && IsFolderPresent(a + "/b") && IsFilePresent(a + "/b"));
+
+    const QString file = a + "/c/f";
+    QByteArray data = "old";
+    QVERIFY(CreateNewFile(file + ".dnl", "longer") && WriteFileData(file + ".dnl", {"a\0", 2}));
+    QCOMPARE(ReadFileData(file + ".dnl", data), GetFileSizeInBytes(file + ".dnl"));
+    QCOMPARE(data, QByteArray("a\0", 2));
+    for (const QString &none : {a + "/missing/f", a}) {
+        QVERIFY(!GetFileData(none, data) && ReadFileData(none, data) == 2);
+        QVERIFY(!CreateNewFile(none, "x") && !WriteFileData(none, "x"));
+    }
+    QVERIFY(CreateNewFile("/dev/full", "x") && !WriteFileData("/dev/full", "x"));
+
+    QCOMPARE(RenameFileFolderHelper(file + ".dnl", "f"), file);
+    QVERIFY(IsFilePresent(file) && !IsFilePresent(file + ".dnl"));
+    QCOMPARE(RenameFileFolderHelper(file + ".dnl", "g"), QString());
+
+    QVERIFY(!DeleteFile(a + "/b") && DeleteFile(file) && !DeleteFile(file));
+    MakeFiles(dir, {"a/c/f", "f"});
+    QVERIFY(DeleteDirectoryContents(a) && QDir(a).isEmpty() && IsFolderPresent(a));
+    QVERIFY(DeleteDirectoryContents(a + "/new/folder") && IsFolderPresent(a + "/new/folder"));
+    QVERIFY(DeleteDirectory(a) && !IsFolderPresent(a) && GetFileSizeInBytes(a) == 0);
+
+    // Neither a file nor the working folder is a folder that may be emptied.
+    QVERIFY(DeleteDirectory(dir.filePath("f")) && !DeleteDirectoryContents(dir.filePath("f")));
+    const QString working_folder = QDir::currentPath();
+    QDir::setCurrent(dir.path());
+    QVERIFY(!DeleteDirectory(QString()) && !DeleteDirectoryContents(QString()));
+    QVERIFY(IsFolderPresent("/f")); // an entry of the root is sought here
+    QDir::setCurrent(working_folder);
+}
+
+void TestFiles::ListsAndFinds_data()
+{
+    AddAnswerColumns();
+    const QTemporaryDir dir;
+    const QString top = dir.path();
+    const QString sub = top + "/sub";
+    MakeFiles(dir, {"b.txt", "A.txt", "c.bin", ".hidden.txt", "z/.hidden_folder/x.txt"});
+    MakeFiles(dir, {"sub/a.txt", "sub/deep/d.txt"});
+    QFile::link(top, sub + "/parent");
+    QFile::link(top + "/b.txt", sub + "/link.txt");
+
+    const auto files = [&](const QStringList &filters, bool full, bool recurse, bool sort) {
+        QStringList out("M");
+        GetDirectoryFileNames(top, filters, out, full, recurse, sort);
+        GetDirectoryFileNames("", filters, out, full, recurse, false);
+        return out.replaceInStrings(top, "%");
+    };
+    Row("one folder", files({}, false, false, false), {"M", "A.txt", "b.txt", "c.bin"});
+    Row("sub-folders come first", files({}, true, true, false),
+        {"M", "%/sub/deep/d.txt", "%/sub/a.txt", "%/A.txt", "%/b.txt", "%/c.bin"});
+    Row("sorted with what was there", files({}, false, true, true),
+        {"A.txt", "M", "a.txt", "b.txt", "c.bin", "d.txt"});
+    Row("filtered", files({"a*", "*.bin"}, false, true, false), {"M", "a.txt", "A.txt", "c.bin"});
+
+    QStringList folders("t");
+    GetDirectorySubDirNames(top, folders, false, true, false);
+    Row("folders", folders, {"t", "deep", "sub", "z"});
+    Row("found without an extension", FindFilePath(top, "/c"), top);
+
+    const QStringList dirs{top + "/missing", sub, top};
+    Row("in no folder", GetAbsolutePath(dirs, "nowhere"), "nowhere");
+    Row("first folder that exists", GetAbsolutePath(dirs, ""), sub);
+}
+
+void TestFiles::AsksAndCopies_data()
+{
+    AddAnswerColumns();
+    const auto copy = [](const QString &source, const QString &name, bool overwrite, bool ask,
+                         int button = 0) {
+        const QTemporaryDir dir;
+        WriteFileData(dir.filePath("f"), "new");
+        WriteFileData(dir.filePath("g"), "old");
+        MakePath(dir.path(), "folder");
+        const QStringList talk = Answered(button, [&] {
+            return CopyFileHelper(dir.filePath(source), dir.path(), name, overwrite, ask, nullptr);
+        });
+        return talk + QStringList(Content(dir.filePath(name)));
+    };
+    const QString question =
+        "g already exists in destination directory. Do you want to replace it?";
+    Row("overwrite", copy("f", "g", true, true), {"true", "new"});
+    Row("neither flag", copy("f", "g", false, false), {"true", "new"});
+    Row("Yes", copy("f", "g", false, true, QMessageBox::Yes), {question, "true", "new"});
+    Row("No", copy("f", "g", false, true, QMessageBox::No), {question, "false", "old"});
+    Row("the same file", copy("g", "g", true, false), {"false", "old"});
+    Row("the same by another path", copy("folder/../g", "g", true, false), {"false", "old"});
+    Row("no source", copy("missing", "g", true, false), {"false", "old"});
+    Row("a folder as destination", copy("g", "folder", true, false), {"false", "-"});
+
+    const auto tree = [](const QString &to, const QString &link = "", const QString &target = "") {
+        const QTemporaryDir dir;
+        MakeFiles(dir, {"from/a", "from/sub/b", "from/.c", "from/.hidden/d", "to/a"});
+        WriteFileData(dir.filePath("to/a"), "old");
+        if (!link.isEmpty())
+            QFile::link(dir.filePath(target), dir.filePath(link));
+        CopyDirectory(dir.filePath("from"), dir.filePath(to));
+        QStringList files;
+        GetDirectoryFileNames(dir.filePath(to), files, true, true, true);
+        files.append(Content(dir.filePath("to/a")));
+        return files.replaceInStrings(dir.filePath(to) + '/', "");
+    };
+    const QStringList all({"a", "sub/b", "old"});
+    Row("into an existing folder", tree("to"), all);
+    Row("link to a folder beside", tree("to", "from/l", "from/sub"), {"a", "l/b", "sub/b", "old"});
+    Row("into itself", tree("from"), all);
+    Row("into a new folder inside", tree("from/sub/new"), all);
+    Row("into an old folder inside", tree("from/sub"), {"a", "b", "old"});
+    Row("link to the source", tree("to", "from/sub/l", "from"), all);
+    Row("link above the source", tree("to", "from/sub/l", ""), all);
+    Row("link to the destination", tree("to", "from/l", "to"), all);
+}
+
+QTEST_MAIN(TestFiles)
+#include "test_files.moc"

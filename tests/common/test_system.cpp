@@ -1,0 +1,164 @@
+#include "answers.h"
+#include "common/common_helper.h"
+
+#include <QNetworkDatagram>
+#include <QProcessEnvironment>
+#include <QUdpSocket>
+#include <memory>
+
+class TestSystem : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void AnswersAboutTheNetwork_data();
+    void AnswersAboutTheNetwork() { CompareAnswers(); }
+    void PreparesProcesses_data();
+    void PreparesProcesses() { CompareAnswers(); }
+};
+
+namespace {
+
+/// A packet that has this transmit timestamp and rubbish everywhere else.
+QByteArray Packet(const QByteArray &hex_timestamp)
+{
+    return QByteArray(40, '\xee') + QByteArray::fromHex(hex_timestamp);
+}
+
+} // namespace
+
+void TestSystem::AnswersAboutTheNetwork_data()
+{
+    AddAnswerColumns();
+    const auto bare = [](const QString &ip, bool valid) { Row(ip, IsValidIP(ip, false), valid); };
+    bare("192.168.1.1", true);
+    bare("1.2.3", false);
+    bare("256.300.1.1", true);
+    bare("a.b.c.d", true);
+    bare("-1.2.3.4", false);
+    bare("1.2.3.4:80", false);
+    bare("::ffff:1.2.3.4", false);
+    bare("::1", true);
+    bare("1:2:3:4:5:6:7:8", true);
+    bare("1:2:3:4:5:6:7:8:9", false);
+    bare("1:2:3:4:5:6:7::", false);
+    bare("abc", true);
+    bare("g::1", false);
+    bare("12345::1", true);
+    const auto ported = [](const QString &ip, bool valid) {
+        Row(ip + " with port", IsValidIP(ip, true), valid);
+    };
+    ported("1.2.3.4:80", true);
+    ported("1.2.3.4:0", false);
+    ported("1.2.3.4", false);
+    ported("[::1]:80", true);
+    ported("::1:80", false);
+
+    const unsigned int host = 0xFFFFFFFF;
+    const auto local = [](const QString &address, unsigned int mask, bool expected) {
+        Row(address + " is local", IsIpAddressLocal(address, mask), expected);
+    };
+    local("127.5.6.7", host, true);
+    local("10.1.2.3", host, true);
+    local("203.0.113.1", host, false);
+    local("203.0.113.2", 0, true);
+    local("126.1.1.1", 0xFE000000, true); // compared with 127.0.0.1, which every machine has
+    local("::1", host, true);
+    local("2001:db8::1", 0, false);
+
+    const QStringList all = GetLocalIPs(false, false, false);
+    const QStringList ip6 = GetLocalIPs(true, false, false);
+    QStringList others = all;
+    others.removeAll("127.0.0.1");
+    Row("no kind of address", GetLocalIPs(true, true, false), {});
+    Row("all but localhost", GetLocalIPs(false, false, true), others);
+    Row("IPv6 alone", ip6, all.filter(":"));
+    Row("localhost is among all", all.contains("127.0.0.1"), true);
+
+    // The moments, but for the last two, are of RFC 5905's table of historic dates.
+    const auto moment = [](const char *row, const QByteArray &timestamp, const char *expected) {
+        const QDateTime time = NtpTransmitTime(Packet(timestamp));
+        Row(row, time.toUTC().toString(Qt::ISODateWithMs), expected);
+    };
+    moment("first day of UNIX", "83aa7e8000000000", "1970-01-01T00:00:00.000Z");
+    moment("first day of UTC", "876ce58000000000", "1972-01-01T00:00:00.000Z");
+    moment("first day of era 1", "0000f68000000000", "2036-02-08T00:00:00.000Z");
+    moment("half a second", "83aa7e8080000000", "1970-01-01T00:00:00.500Z");
+    moment("highest fraction", "83aa7e80ffffffff", "1970-01-01T00:00:01.000Z");
+
+    using Answers = QList<QByteArrayList>; // to each request
+    const QByteArray request = QByteArray("\x1b", 1) + QByteArray(47, '\0');
+    const auto ask = [&](const QStringList &servers, const Answers &answers) {
+        QUdpSocket server;
+        server.bind(QHostAddress("127.0.0.2"), 0);
+        QByteArrayList received;
+        connect(&server, &QUdpSocket::readyRead, &server, [&] {
+            while (server.hasPendingDatagrams()) {
+                const QNetworkDatagram datagram = server.receiveDatagram();
+                for (const QByteArray &answer : answers.value(received.size()))
+                    server.writeDatagram(datagram.makeReply(answer));
+                received.append(datagram.data());
+            }
+        });
+        QDateTime time = NtpTransmitTime(Packet("83aa7e8000000000"));
+        bool answered = false;
+        const std::unique_ptr<QThread> client(QThread::create([&, port = server.localPort()] {
+            const auto address_of = [](const QString &name) { return QHostAddress(name); };
+            answered = GetNtpTime(servers, port, address_of, time);
+        }));
+        client->start();
+        while (!client->wait(5))
+            QCoreApplication::processEvents();
+        const int year = time.date().year();
+        return QString("%1 %2 %3").arg(answered).arg(received.count(request)).arg(year);
+    };
+    const QByteArray whole = Packet("886ce58000000000"); // in 1972
+    const QByteArray cut = whole.left(47);
+    const QStringList ours("127.0.0.2");
+    const QStringList three{"has no address", "127.0.0.3", "127.0.0.2"}; // nobody is at the second
+    Row("second attempt", ask(ours, {{}, {whole}}), "1 2 1972");
+    Row("third server", ask(three, {{whole}}), "1 1 1972");
+    Row("behind short packets", ask(ours, {{"", cut, whole}}), "1 1 1972");
+    Row("too short", ask(ours, {{cut}, {cut}}), "0 2 1970");
+    Row("never", ask(ours, {}), "0 2 1970");
+}
+
+void TestSystem::PreparesProcesses_data()
+{
+    AddAnswerColumns();
+    const auto list = AddProcessEnvStdSearchPaths;
+    const QString folders = "/opt/x:/opt/x/lib:/opt/x/lib_dep_zeft:/opt/x/../lib:"
+                            "/opt/x/../lib_dep_zeft:/opt/x/../../lib:/opt/x/../../lib_dep_zeft:";
+    Row("paths and a folder", list("/a;/b", "/opt/x"), ":/a:/b:" + folders);
+    Row("a folder alone", list("", "/opt/x"), ":" + folders);
+    Row("nothing", list("", ""), ":");
+    Row("end mark is doubled", list("/a;", ""), ":/a::");
+
+    const auto extended = [](const auto &extend) {
+        QProcessEnvironment env;
+        env.insert("LD_LIBRARY_PATH", "/old");
+        extend(&env);
+        return env.toStringList();
+    };
+    const auto python = [&](const char *paths, bool in_front) {
+        return extended([&](void *env) { AddProcessPythonEnvVar(env, paths, in_front); });
+    };
+    Row("added to what a variable held",
+        extended([](void *env) { AddProcessEnvVar(env, "/a;/b", ""); }),
+        {"LD_LIBRARY_PATH=:/a:/b:/old:", "PATH=:/a:/b::"});
+    Row("Python, in front", python("/a;/b", true),
+        {"LD_LIBRARY_PATH=:/a:/b:/old", "PATH=:/a:/b:", "PYTHONPATH=:/a:/b:"});
+    Row("Python, behind", python("/a;/b", false),
+        {"LD_LIBRARY_PATH=/old:/a:/b:", "PATH=:/a:/b:", "PYTHONPATH=:/a:/b:"});
+    Row("Python, nothing to add", python("", true), {"LD_LIBRARY_PATH=/old"});
+
+    Row("code 6", IsPlatformSupported(6), QSysInfo::buildCpuArchitecture() == "x86_64");
+    Row("code 7", IsPlatformSupported(7), QSysInfo::buildCpuArchitecture() == "arm64");
+    for (const int code : {8, 10, 11, 12})
+        Row(QString("code %1").arg(code), IsPlatformSupported(code), true);
+    for (const int code : {-6, 0, 5, 9, 13})
+        Row(QString("code %1").arg(code), IsPlatformSupported(code), false);
+}
+
+QTEST_GUILESS_MAIN(TestSystem)
+#include "test_system.moc"
