@@ -12,6 +12,8 @@
 
 #include <cmath>
 
+Q_DECLARE_METATYPE(QMessageBox::StandardButton)
+
 class TestWindow : public QObject
 {
     Q_OBJECT

@@ -22,10 +22,8 @@ private slots:
     void CancelsADownload_data();
     void CancelsADownload();
     void CancelsWhatWaitsForItsDeletion();
-    void CancelsWhatWaitsForAnother();
-    void CancelsAnExtraction();
-    void CancelsWhatWaitsForItsScript();
-    void EndsAScriptWithAllItsProcesses_data();
+    void CancelsAnInstallation_data();
+    void CancelsAnInstallation();
     void EndsAScriptWithAllItsProcesses();
     void DeletesAComponentBeforeAnyRecordInstallsIt();
 
@@ -50,15 +48,6 @@ bool IsAlive(const QByteArray &pid)
 {
     const QByteArray state = ReadFile("/proc/" + pid.trimmed() + "/stat");
     return !state.isEmpty() && !state.contains(") Z ");
-}
-
-/// Beats until a run of this stage works on a component, and stops the run where it is.
-bool Freeze(Installation &installation, QProcess *const &process,
-            const QList<DN_FILE_STRUCT *> &queue, const char *stem)
-{
-    return installation.Work([&] {
-        return process && queue.first() == installation.Record(QString(stem) + ".zip");
-    }) && kill(static_cast<pid_t>(process->processId()), SIGSTOP) == 0;
 }
 
 /// True once "t" has gone from the disk and "o" is installed.
@@ -163,77 +152,64 @@ void TestCancelling::CancelsWhatWaitsForItsDeletion()
     QVERIFY(EndsWell(installation));
 }
 
-void TestCancelling::CancelsWhatWaitsForAnother()
+void TestCancelling::CancelsAnInstallation_data()
 {
+    QTest::addColumn<QStringList>("stems"); // the first is at work and frozen
+    QTest::addColumn<bool>("script");
+    QTest::newRow("Install Pending behind another") << QStringList{"o", "t"} << false;
+    QTest::newRow("Installing, extraction") << QStringList{"t", "o"} << false;
+    QTest::newRow("Install Pending, its script waits") << QStringList{"o", "t"} << true;
+}
+
+void TestCancelling::CancelsAnInstallation()
+{
+    QFETCH(const QStringList, stems);
+    QFETCH(const bool, script);
     Installation installation(false);
     MainWindow *window = installation.Window();
-    Queue(installation, {"o", "t"});
+    QProcess *&process = script ? window->post_install_process : window->install_process;
+    const auto &queue = script ? window->post_install_queue : window->install_queue;
+    Queue(installation, stems);
     DN_FILE_STRUCT *record = installation.Record("t.zip");
-    QVERIFY(Freeze(installation, window->install_process, window->install_queue, "o"));
-    QVERIFY(installation.Work([&] { return window->delete_queue.isEmpty(); }));
-    QCOMPARE(record->status, int(RecordStatus::InstallPending));
-    QProcess *other = window->install_process;
+    QVERIFY(installation.Work(
+        [&] { return process && queue.first()->file_name == stems[0] + ".zip"; }));
+    const QByteArray pid = QByteArray::number(process->processId());
+    QCOMPARE(kill(pid.toInt(), SIGSTOP), 0);
+    QVERIFY(installation.Work([&] { return window->delete_queue.isEmpty() && queue.size() == 2; }));
+    if (stems[0] == "t")
+        WriteFile(installation.Path("t/half"), "what it may have written");
+    else
+        QCOMPARE(record->status, int(RecordStatus::InstallPending));
     window->CancelDownloadInstall(record);
     QCOMPARE(record->status, int(RecordStatus::Deleting));
-    QCOMPARE(window->install_process, other);
-    kill(static_cast<pid_t>(other->processId()), SIGCONT);
+    if (stems[0] == "t")
+        QTRY_VERIFY(!IsAlive(pid));
+    else
+        QCOMPARE(kill(pid.toInt(), SIGCONT), 0);
     QVERIFY(EndsWell(installation));
-}
-
-void TestCancelling::CancelsAnExtraction()
-{
-    Installation installation(false);
-    MainWindow *window = installation.Window();
-    Queue(installation, {"t", "o"});
-    QVERIFY(Freeze(installation, window->install_process, window->install_queue, "t"));
-    WriteFile(installation.Path("t/half"), "what it may have written");
-    const QByteArray pid = QByteArray::number(window->install_process->processId());
-    window->CancelDownloadInstall(installation.Record("t.zip"));
-    QCOMPARE(installation.Record("t.zip")->status, int(RecordStatus::Deleting));
-    QTRY_VERIFY(!IsAlive(pid));
-    QVERIFY(EndsWell(installation));
-}
-
-void TestCancelling::CancelsWhatWaitsForItsScript()
-{
-    Installation installation(false);
-    MainWindow *window = installation.Window();
-    Queue(installation, {"o", "t"});
-    QVERIFY(Freeze(installation, window->post_install_process, window->post_install_queue, "o"));
-    QVERIFY(installation.Work([&] { return window->post_install_queue.size() == 2; }));
-    window->CancelDownloadInstall(installation.Record("t.zip"));
-    QCOMPARE(installation.Record("t.zip")->status, int(RecordStatus::Deleting));
-    kill(static_cast<pid_t>(window->post_install_process->processId()), SIGCONT);
-    QVERIFY(EndsWell(installation));
-}
-
-void TestCancelling::EndsAScriptWithAllItsProcesses_data()
-{
-    QTest::addColumn<bool>("closes");
-    QTest::newRow("Cancel") << false;
-    QTest::newRow("the window closes") << true;
 }
 
 void TestCancelling::EndsAScriptWithAllItsProcesses()
 {
-    QFETCH(const bool, closes);
-    Installation installation(false);
-    MainWindow *window = installation.Window();
-    Queue(installation, {"t", "o"});
-    QVERIFY(installation.Work([&] { return QFile::exists(installation.Path("t/child")); }));
-    const QByteArrayList pids = {QByteArray::number(window->post_install_process->processId()),
-                                 ReadFile(installation.Path("t/child")),
-                                 ReadFile(installation.Path("t/grandchild"))};
-    for (const QByteArray &pid : pids)
-        QVERIFY(IsAlive(pid));
-    BoxAnswers boxes({QMessageBox::Yes});
-    if (closes)
-        QVERIFY(window->close());
-    else
-        window->CancelDownloadInstall(installation.Record("t.zip"));
-    for (const QByteArray &pid : pids)
-        QTRY_VERIFY2(!IsAlive(pid), pid);
-    QVERIFY(closes || EndsWell(installation));
+    for (const bool closes : {false, true}) {
+        Installation installation(false);
+        MainWindow *window = installation.Window();
+        Queue(installation, {"t", "o"});
+        QVERIFY(installation.Work([&] { return QFile::exists(installation.Path("t/child")); }));
+        const QByteArrayList pids = {QByteArray::number(window->post_install_process->processId()),
+                                     ReadFile(installation.Path("t/child")),
+                                     ReadFile(installation.Path("t/grandchild"))};
+        for (const QByteArray &pid : pids)
+            QVERIFY(IsAlive(pid));
+        BoxAnswers boxes({QMessageBox::Yes});
+        if (closes)
+            QVERIFY(window->close());
+        else
+            window->CancelDownloadInstall(installation.Record("t.zip"));
+        for (const QByteArray &pid : pids)
+            QTRY_VERIFY2(!IsAlive(pid), pid);
+        QVERIFY(closes || EndsWell(installation));
+    }
 }
 
 void TestCancelling::DeletesAComponentBeforeAnyRecordInstallsIt()
