@@ -28,7 +28,6 @@ private slots:
     void ColorsTheNewLineAlone();
     void AsksBeforeItCloses_data();
     void AsksBeforeItCloses();
-    void GoesWithItsTransfers();
 };
 
 namespace {
@@ -168,19 +167,6 @@ void TestWindow::AsksBeforeItCloses()
     for (QProcess **process : processes)
         QCOMPARE((*process)->waitForFinished(closes ? 1000 : 10), closes);
     QVERIFY(QFile::exists(installation.Download("local")));
-}
-
-void TestWindow::GoesWithItsTransfers()
-{
-    Installation installation;
-    auto *window = new MainWindow(nullptr);
-    DN_FILE_STRUCT record;
-    record.file_name = "a.zip";
-    window->repo_url = "https://localhost:9";
-    window->AddToDownload(&record);
-    window->ProcessDownload();
-    QVERIFY(record.downloader);
-    delete window;
 }
 
 QTEST_MAIN(TestWindow)

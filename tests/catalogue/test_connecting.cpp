@@ -23,7 +23,6 @@ private slots:
     void FetchesTheCatalogue();
     void FailsAndConnectsAgain_data();
     void FailsAndConnectsAgain();
-    void PassesOverWhatItCannotInstall();
     void TakesTheAlternateLink();
 
 private:
@@ -156,26 +155,6 @@ void TestConnecting::FailsAndConnectsAgain()
     QVERIFY(IsConnected(installation));
     QCOMPARE(Requests().size(), 4);
     QCOMPARE(window->records.size(), 1);
-}
-
-void TestConnecting::PassesOverWhatItCannotInstall()
-{
-    const QStringList lines = {"8#../../x.zip#core/version_latest#T#1#1",
-                               "8#/#core/version_latest#T#1#1", "8#..#core/version_latest#T#1#1",
-                               "8#zeft_bsp_.zip#bsp#T#1#1"};
-    Repository repository(m_site.filePath("none"));
-    repository.file_list +=
-        "9#foreign.zip#core/version_latest#T#1#1\r\n" + lines.join("\r\n").toUtf8();
-    repository.package_list = "8#0#Board####\r\n";
-    QVERIFY(repository.Publish());
-    Installation installation;
-    installation.Connect(m_server.Url() + "/none");
-    QVERIFY(IsConnected(installation));
-    QCOMPARE(Requests().size(), 3);
-    QVERIFY(installation.Window()->records.isEmpty());
-    const QStringList log = installation.Log().mid(3, lines.size());
-    for (int i = 0; i < lines.size(); ++i)
-        QVERIFY2(log[i].endsWith(lines[i]), qPrintable(log[i]));
 }
 
 void TestConnecting::TakesTheAlternateLink()

@@ -26,7 +26,6 @@ private slots:
     void ShowsDescriptions();
     void SortsRecordsAndTellsTheirStatus();
     void ShowsWhereARecordLives();
-    void BuildsFromManyRecords();
 };
 
 namespace {
@@ -214,22 +213,6 @@ void TestTree::ShowsWhereARecordLives()
         QCOMPARE(item->isSelected(), row == 0);
     }
     QVERIFY(item->parent()->isExpanded() && activity->isVisible());
-}
-
-void TestTree::BuildsFromManyRecords()
-{
-    const Installation installation;
-    QStringList files;
-    QStringList packages;
-    for (int i = 0; i < 20000; ++i)
-        files.append(QString("8#zeft_bsp_%1.hlib.zip#bsp#1#0#0").arg(i));
-    for (int i = 0; i < 1000; ++i)
-        packages.append(QString("8#%1#Board##zeft_bsp_%2.hlib##").arg(i % 8).arg(i));
-    Build(installation, files, packages);
-    QCOMPARE(installation.Window()->records.size(), 20000);
-    for (int i = 0; i < 1000; ++i)
-        QCOMPARE(Labels(Top(installation, 1)->child(i % 8)->child(i / 8)),
-                 QStringList(QString("zeft_bsp_%1.hlib").arg(i)));
 }
 
 QTEST_MAIN(TestTree)

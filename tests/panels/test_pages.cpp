@@ -1,21 +1,26 @@
 #include "app/mainwindow_helper.h"
 #include "panels/downloadwgt.h"
 #include "panels/helpwnd.h"
+#include "panels/localdownloaddlg.h"
 #include "panels/settingsdlg.h"
 #include "panels/wsp_blk_item.h"
 #include "support/installation.h"
+#include "support/repository.h"
 #include "support/silentconsole.h"
 #include "transfer/filedownloader.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDesktopServices>
+#include <QDialogButtonBox>
+#include <QFileDialog>
 #include <QLineEdit>
 #include <QNetworkProxy>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTableWidget>
 #include <QTextBrowser>
+#include <QTreeWidget>
 #include <QtTest>
 
 class TestPages : public QObject
@@ -37,6 +42,9 @@ private slots:
     void LaysOutTexts();
     void Connects();
     void MirrorsTheActivity();
+    void InstallsPickedFiles();
+    void AsksForAnInstalledOne();
+    void TurnsDownWhatIsNotSafe();
     void OpensTheHelp();
     void KeepsTheHelpFileOnShow();
 
@@ -81,6 +89,36 @@ QString Column(const QTableWidget *table, int column)
     for (int row = 0; row < table->rowCount(); ++row)
         texts.append(table->item(row, column)->text());
     return texts.join('|');
+}
+
+LocalDownloadDlg *LocalPage(const Installation &installation)
+{
+    auto *item = installation.Window()->tree_item_local;
+    return qobject_cast<LocalDownloadDlg *>(item->data(0, Qt::UserRole).value<QObject *>());
+}
+
+/// Presses "Add" and picks files in the dialogue: by their names, in \a dir where one is given.
+/// With no names the dialogue is cancelled. Gives the directory that the dialogue began with.
+QString Pick(LocalDownloadDlg *page, const QStringList &names, const QString &dir = QString())
+{
+    QString began;
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+        if (!dialog)
+            return;
+        watch.stop();
+        began = dialog->directory().path();
+        if (names.isEmpty())
+            return dialog->reject();
+        if (!dir.isEmpty())
+            dialog->setDirectory(dir);
+        dialog->findChild<QLineEdit *>("fileNameEdit")->setText('"' + names.join("\" \"") + '"');
+        dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->click();
+    });
+    watch.start(1);
+    page->findChild<QPushButton *>("pb_add")->click();
+    return began;
 }
 
 } // namespace
@@ -267,6 +305,77 @@ void TestPages::MirrorsTheActivity()
     }
 }
 
+void TestPages::InstallsPickedFiles()
+{
+    Installation installation;
+    const QTemporaryDir picked;
+    const QString board = QString("my b%1ard").arg(QChar(0xF6));
+    const QStringList names = {"zeft_bsp_" + board + ".hlib.zip", "zeft_bsp_x.htc.tar.xz"};
+    PackArchive(picked.filePath(names[0]), {{board + "/version.info", "build:1"}});
+    PackArchive(picked.filePath(names[1]), {{"x/version.info", "build:2"}});
+    WriteFile(installation.Path("hardware/tools/x/old"), "old");
+
+    LocalDownloadDlg *page = LocalPage(installation);
+    QCOMPARE(Pick(page, {}), installation.Path(""));
+    QCOMPARE(page->Rows(), 0);
+    QCOMPARE(Pick(page, names, picked.path()), installation.Path(""));
+    const QList<DN_FILE_STRUCT *> &records = installation.Window()->local_records;
+    QCOMPARE(records.size(), 2);
+    QCOMPARE(page->FS(1), records[1]);
+    QCOMPARE(records[1]->local_dir, picked.path());
+    QCOMPARE(records[1]->file_size, QFileInfo(picked.filePath(names[1])).size());
+    QCOMPARE(records[1]->status, int(RecordStatus::InstallPending));
+    QCOMPARE(Pick(page, {names[1]}), picked.path()); // in work: not a word
+    QCOMPARE(page->Rows(), 2);
+
+    for (const DN_FILE_STRUCT *record : records)
+        QVERIFY(installation.Work([&] { return record->status == RecordStatus::Installed; }));
+    QCOMPARE(ReadFile(installation.Path("hardware/" + board + "/version.info")),
+             QByteArray("build:1"));
+    QCOMPARE(ReadFile(installation.Path("hardware/tools/x/version.info")), QByteArray("build:2"));
+    QVERIFY(!QFile::exists(installation.Path("hardware/tools/x/old")));
+    QVERIFY(QFile::exists(picked.filePath(names[0])) && QFile::exists(picked.filePath(names[1])));
+}
+
+void TestPages::AsksForAnInstalledOne()
+{
+    Installation installation(false); // the records keep the status that is set here
+    LocalDownloadDlg *page = LocalPage(installation);
+    const QTemporaryDir picked;
+    for (const char *name : {"a.hlib.zip", "b.htc", "xa.hlib.zip"})
+        WriteFile(picked.filePath(name), "x");
+    Pick(page, {"xa.hlib.zip"}, picked.path());
+    QList<DN_FILE_STRUCT *> &records = installation.Window()->local_records;
+    records[0]->status = RecordStatus::Installed;
+
+    BoxAnswers boxes({QMessageBox::Cancel, QMessageBox::Yes});
+    Pick(page, {"a.hlib.zip"}); // a part of the listed name counts as a match
+    QCOMPARE(page->Rows(), 1);
+    Pick(page, {"b.htc", "a.hlib.zip"});
+    QCOMPARE(page->Rows(), 3);
+    const QString question =
+        "ZEFT: The selected component '" + picked.filePath("a.hlib.zip")
+        + "' is already installed during this session. Press 'Yes' to install it again.";
+    QCOMPARE(boxes.questions, QStringList({question, question}));
+    records[1]->status = RecordStatus::Error;
+    Pick(page, {"b.htc"});
+    QCOMPARE(page->Rows(), 3);
+}
+
+void TestPages::TurnsDownWhatIsNotSafe()
+{
+    Installation installation;
+    const QString own = installation.Path("hardware/x/zeft_bsp_x.hlib.zip");
+    WriteFile(own, "x"); // the component's directory goes before the file is read
+    const QStringList paths = {"/tmp/zeft_bsp_.hlib.zip", "/tmp/..zip", "/tmp/hardware.cab", own};
+    for (const QString &path : paths) {
+        installation.Window()->AddToLocalInstall(path);
+        QCOMPARE(installation.Log().last(), "File can't be installed safely: " + path);
+    }
+    QCOMPARE(LocalPage(installation)->Rows(), 0);
+    QVERIFY(installation.Window()->delete_queue.isEmpty());
+}
+
 void TestPages::OpensTheHelp()
 {
     const Installation installation;
@@ -307,17 +416,12 @@ void TestPages::KeepsTheHelpFileOnShow()
     QCOMPARE(set(first, false, false), first);
 
     const WSP_BLK_HELP_STRUCT help = {{"second.htm", "first.htm"}};
-    const WSP_BLK_HELP_STRUCT no_help;
-    const WSP_BLK_INFO_STRUCT info[] = {{&help}, {&no_help}, {nullptr}};
-    const WSP_BLK_ITEM_STRUCT blocks[] = {
-        {dir.path(), &info[0]}, {dir.path(), &info[1]}, {dir.path(), &info[2]}};
-    const WSP_BLK_ITEM_STRUCT *const none = nullptr;
-    for (const WSP_BLK_ITEM_STRUCT *block : {&blocks[1], &blocks[2], none}) {
-        window.SetFile(&blocks[0]);
-        QCOMPARE(window.m_currentFile, second);
-        emit window.Signal_SetFile(block, false, false);
-        QCOMPARE(window.m_currentFile, QString());
-    }
+    const WSP_BLK_INFO_STRUCT info[] = {{&help}, {nullptr}};
+    const WSP_BLK_ITEM_STRUCT blocks[] = {{dir.path(), &info[0]}, {dir.path(), &info[1]}};
+    window.SetFile(&blocks[0]);
+    QCOMPARE(window.m_currentFile, second);
+    emit window.Signal_SetFile(&blocks[1], false, false);
+    QCOMPARE(window.m_currentFile, QString());
 }
 
 QTEST_MAIN(TestPages)
