@@ -97,15 +97,11 @@ void TestWindow::ColorsTheNewLineAlone()
         DataSingleton::Inst()->AddMsg("line", line % 5);
     DataSingleton::Inst()->AddMsg("", 3);
     QCOMPARE(installation.Log(), QVector<QString>(6, "line").toList());
-    for (int line = 0; line < 6; ++line)
-        QCOMPARE(msgs->document()
-                     ->findBlockByNumber(line)
-                     .begin()
-                     .fragment()
-                     .charFormat()
-                     .foreground()
-                     .color(),
-                 colors[(line + 4) % 5]);
+    for (int line = 0; line < 6; ++line) {
+        const QTextBlock block = msgs->document()->findBlockByNumber(line);
+        const QColor color = block.begin().fragment().charFormat().foreground().color();
+        QCOMPARE(color, colors[(line + 4) % 5]);
+    }
 }
 
 void TestWindow::AsksBeforeItCloses_data()

@@ -50,6 +50,7 @@ private:
 namespace {
 
 const QString kCore = "core/version_latest";
+const char kRunning[] = "Post installation script found. Running post installation script.";
 
 QByteArray Noise(int size)
 {
@@ -149,8 +150,7 @@ void TestPipeline::TakesOneComponentAllTheWay()
                           "File core.tar.xz downloaded. Queued for installation.",
                           "Deleting directory " + dir + "...", "Deleted directory " + dir + ".",
                           "Installing file core.tar.xz...",
-                          "File core.tar.xz installed. Post installation script found. Running "
-                          "post installation script.",
+                          QString("File core.tar.xz installed. ") + kRunning,
                           "Installing file core.tar.xz...",
                           "File core.tar.xz post-installation completed."}));
     first.insert("core.tar/ran", dir.toUtf8() + "\nno\n");
