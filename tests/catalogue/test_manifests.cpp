@@ -24,22 +24,22 @@ void TestManifests::ChecksTheLists()
     const struct
     {
         bool packages;
-        QByteArray bytes;
         bool passes;
+        QByteArray bytes;
         QStringList lines;
     } rows[] = {
-        {false, marker, true, {}},
-        {false, "a\r\nb\r\n", false, {"old"}},
-        {false, "//zeft_upt_fversions.info\na\n", false, {"old"}},
-        {false, "a" + marker + "b\r\n" + marker + "//x\r\n", true, {"ab", "//x"}},
-        {false, marker + "\r\n\r\na\nb\r\n\r\n\xC3\xBC", true, {"a\nb", QChar(0xFC)}},
-        {false, marker + QByteArray("a\r\nb\0c\r\nd", 9), true, {"a", "b"}},
-        {true, "12#a\r\n8#b\r\n", true, {"12#a", "8#b"}},
-        {true, "#a", true, {"#a"}},
-        {true, "123#a\r\n8#b\r\n", false, {"old"}},
-        {true, "<html>#</html>", false, {"old"}},
-        {true, "hello\r\n", true, {"hello"}},
-        {true, "", true, {}},
+        {false, true, marker, {}},
+        {false, false, "a\r\nb\r\n", {"old"}},
+        {false, false, "//zeft_upt_fversions.info\na\n", {"old"}},
+        {false, true, "a" + marker + "b\r\n" + marker + "//x\r\n", {"ab", "//x"}},
+        {false, true, marker + "\r\n\r\na\nb\r\n\r\n\xC3\xBC", {"a\nb", QChar(0xFC)}},
+        {false, true, marker + QByteArray("a\r\nb\0c\r\nd", 9), {"a", "b"}},
+        {true, true, "12#a\r\n8#b\r\n", {"12#a", "8#b"}},
+        {true, true, "#a", {"#a"}},
+        {true, false, "123#a\r\n8#b\r\n", {"old"}},
+        {true, false, "<html>#</html>", {"old"}},
+        {true, true, "hello\r\n", {"hello"}},
+        {true, true, "", {}},
     };
     for (const auto &row : rows) {
         QStringList lines = {"old"};

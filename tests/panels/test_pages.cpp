@@ -1,42 +1,55 @@
 #include "app/mainwindow_helper.h"
 #include "panels/downloadwgt.h"
-#include "panels/recordtable.h"
+#include "panels/helpwnd.h"
+#include "panels/localdownloaddlg.h"
 #include "panels/settingsdlg.h"
+#include "panels/wsp_blk_item.h"
 #include "support/installation.h"
+#include "support/repository.h"
 #include "support/silentconsole.h"
 #include "transfer/filedownloader.h"
 
 #include <QCheckBox>
 #include <QComboBox>
-#include <QHeaderView>
+#include <QDesktopServices>
+#include <QDialogButtonBox>
+#include <QFileDialog>
 #include <QLineEdit>
 #include <QNetworkProxy>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTableWidget>
 #include <QTextBrowser>
+#include <QTreeWidget>
 #include <QtTest>
 
 class TestPages : public QObject
 {
     Q_OBJECT
 
+public slots:
+    void Open(const QUrl &url) { m_opened.append(url); }
+
 private slots:
     void initTestCase() { SilentConsole::Start(); }
     void cleanup() { QCOMPARE(SilentConsole::Take().join('\n'), QString()); }
 
-    void NamesTheSize();
     void HoldsRows();
-    void SharesItsWidth();
-    void OffersWhatTheStatusAllows_data();
     void OffersWhatTheStatusAllows();
     void HandsPressesOn();
     void AsksBeforeItCancelsAnInstallation();
     void StopsTheTransferOfAnUninstalledRecord();
-    void BringsFontsDown();
-    void EnablesTheProxyFields();
+    void LaysOutTexts();
     void Connects();
     void MirrorsTheActivity();
+    void InstallsPickedFiles();
+    void AsksForAnInstalledOne();
+    void TurnsDownWhatIsNotSafe();
+    void OpensTheHelp();
+    void KeepsTheHelpFileOnShow();
+
+private:
+    QList<QUrl> m_opened;
 };
 
 namespace {
@@ -54,214 +67,190 @@ struct Page
         table->selectRow(0);
     }
 
+    void SetStatus(int status)
+    {
+        record.status = status;
+        widget.onTimer500();
+    }
+
     Installation installation{false}; // no stage takes the record from its queue
+    MainWindow *window = installation.Window();
     DN_FILE_STRUCT record;
+    const QList<DN_FILE_STRUCT *> alone = {&record};
     DownloadWgt widget{{"Files", "Status"}, nullptr};
     QTableWidget *table = widget.findChild<QTableWidget *>("table");
     QPushButton *install = widget.findChild<QPushButton *>("pb_install");
     QPushButton *uninstall = widget.findChild<QPushButton *>("pb_delete");
 };
 
-QStringList Column(const QTableWidget *table, int column)
+QString Column(const QTableWidget *table, int column)
 {
     QStringList texts;
     for (int row = 0; row < table->rowCount(); ++row)
         texts.append(table->item(row, column)->text());
-    return texts;
+    return texts.join('|');
+}
+
+LocalDownloadDlg *LocalPage(const Installation &installation)
+{
+    auto *item = installation.Window()->tree_item_local;
+    return qobject_cast<LocalDownloadDlg *>(item->data(0, Qt::UserRole).value<QObject *>());
+}
+
+/// Presses "Add" and picks files in the dialogue: by their names, in \a dir where one is given.
+/// With no names the dialogue is cancelled. Gives the directory that the dialogue began with.
+QString Pick(LocalDownloadDlg *page, const QStringList &names, const QString &dir = QString())
+{
+    QString began;
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+        if (!dialog)
+            return;
+        watch.stop();
+        began = dialog->directory().path();
+        if (names.isEmpty())
+            return dialog->reject();
+        if (!dir.isEmpty())
+            dialog->setDirectory(dir);
+        dialog->findChild<QLineEdit *>("fileNameEdit")->setText('"' + names.join("\" \"") + '"');
+        dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->click();
+    });
+    watch.start(1);
+    page->findChild<QPushButton *>("pb_add")->click();
+    return began;
 }
 
 } // namespace
-
-void TestPages::NamesTheSize()
-{
-    const QMap<qint64, QString> sizes = {{-1, ""},
-                                         {0, ""},
-                                         {523, " [0.5 KB]"},
-                                         {999999, " [1000.0 KB]"},
-                                         {1000000, " [1.0 MB]"},
-                                         {1500000, " [1.5 MB]"},
-                                         {999999999, " [1000.0 MB]"},
-                                         {1000000000, " [1.0 GB]"},
-                                         {9999999999999, " [10000.0 GB]"}};
-    for (auto size = sizes.begin(); size != sizes.end(); ++size)
-        QCOMPARE(RecordTable::SizeSuffix(size.key()), size.value());
-}
 
 void TestPages::HoldsRows()
 {
     Page page;
     DN_FILE_STRUCT sized;
-    sized.file_size = 1500000;
+    for (const qint64 size : {-1LL, 0LL, 523LL, 999999LL, 1500000LL, 9999999999999LL}) {
+        sized.file_size = size;
+        page.widget.AddTableRow("", &sized);
+    }
+    QCOMPARE(Column(page.table, 0), QString("a||| [0.5 KB]| [1000.0 KB]| [1.5 MB]| [10000.0 GB]"));
+    QCOMPARE(sized.display_name, QString(" [10000.0 GB]"));
     page.widget.AddTableRow("nothing", nullptr);
-    page.widget.AddTableRow("b", &sized);
-    QCOMPARE(Column(page.table, 0), QStringList({"a", "nothing", "b [1.5 MB]"}));
-    QCOMPARE(page.record.display_name + "|" + sized.display_name, QString("a|b [1.5 MB]"));
-    QCOMPARE(page.table->item(2, 0)->type() * 1000 + page.table->item(2, 1)->type(), 101102);
-    QCOMPARE(page.table->item(2, 0)->data(Qt::UserRole).userType(), int(QMetaType::VoidStar));
-    QCOMPARE(page.widget.Rows(), 3);
-    QCOMPARE(page.widget.MatchingRow(&sized), 2);
+    QCOMPARE(page.widget.Rows(), 8);
+    QCOMPARE(page.widget.MatchingRow(&sized), 1);
     DN_FILE_STRUCT other;
     QCOMPARE(page.widget.MatchingRow(&other), -1);
-    for (const int row : {-1, 1, 3})
+    for (const int row : {-1, 7, 8})
         QVERIFY(!page.widget.FS(row));
 
     // A visible page is brought up to date by its own timer, and at once when it is shown again.
-    sized.status_text = "Installed";
-    QTRY_COMPARE_WITH_TIMEOUT(Column(page.table, 1), QStringList({"", "", "Installed"}), 2000);
+    const QTableWidgetItem *status = page.table->item(0, 1);
+    page.record.status_text = "Installed";
+    QTRY_COMPARE_WITH_TIMEOUT(status->text(), QString("Installed"), 2000);
     page.widget.hide();
-    sized.status_text = "Deleting";
+    page.record.status_text = "Deleting";
     page.widget.onTimer500();
-    QCOMPARE(page.table->item(2, 1)->text(), QString("Installed"));
+    QCOMPARE(status->text(), QString("Installed"));
     page.widget.show();
-    QCOMPARE(page.table->item(2, 1)->text(), QString("Deleting"));
-}
-
-void TestPages::SharesItsWidth()
-{
-    for (const int columns : {2, 3}) {
-        DownloadWgt widget(QStringList({"a", "b", "c"}).mid(0, columns), nullptr);
-        widget.show();
-        widget.resize(700, 600);
-        const auto *table = widget.findChild<QTableWidget *>("table");
-        QVERIFY(table->width() > 600);
-        QCOMPARE(table->columnWidth(0), int(table->width() * (columns == 2 ? 0.6 : 0.4)));
-        if (columns == 3)
-            QCOMPARE(table->columnWidth(1), int(table->width() * 0.3));
-    }
-}
-
-void TestPages::OffersWhatTheStatusAllows_data()
-{
-    QTest::addColumn<bool>("cancels");
-    QTest::addColumn<bool>("presses");
-    QTest::addColumn<bool>("uninstalls");
-    const QSet<int> cancelled = {3, 4, 5, 6};
-    const QSet<int> stays = {1, 6, 8};
-    for (int status = -1; status <= 9; ++status)
-        QTest::newRow(qPrintable(QString::number(status)))
-            << cancelled.contains(status) << (status != 8) << !stays.contains(status);
+    QCOMPARE(status->text(), QString("Deleting"));
 }
 
 void TestPages::OffersWhatTheStatusAllows()
 {
-    QFETCH(const bool, cancels);
     Page page;
-    page.record.status = QByteArray(QTest::currentDataTag()).toInt();
-    page.widget.onTimer500();
-    QCOMPARE(page.install->text(), QString(cancels ? "Cancel" : "Install"));
-    QTEST(page.install->isEnabled(), "presses");
-    QTEST(page.uninstall->isEnabled(), "uninstalls");
-
+    const QSet<int> cancelled = {3, 4, 5, 6};
+    const QSet<int> stays = {1, 6, 8};
+    for (int status = -1; status <= 9; ++status) {
+        page.SetStatus(status);
+        const QByteArray name = QByteArray::number(status);
+        QCOMPARE(page.install->text(), QString(cancelled.contains(status) ? "Cancel" : "Install"));
+        QVERIFY2(page.install->isEnabled() == (status != 8), name);
+        QVERIFY2(page.uninstall->isEnabled() == !stays.contains(status), name);
+    }
+    page.SetStatus(RecordStatus::Installing);
     page.widget.AddTableRow("nothing", nullptr);
     QTest::mouseClick(page.table->viewport(), Qt::LeftButton, Qt::NoModifier,
                       page.table->visualItemRect(page.table->item(1, 0)).center());
     QCOMPARE(page.install->text(), QString("Install"));
     QVERIFY(page.install->isEnabled() && !page.uninstall->isEnabled());
     page.install->click(); // of no effect
-    QVERIFY(page.installation.Window()->download_queue.isEmpty());
+    QVERIFY(page.window->download_queue.isEmpty());
 }
 
 void TestPages::HandsPressesOn()
 {
     Page page;
-    MainWindow *window = page.installation.Window();
-    page.record.status = RecordStatus::Installed;
-    page.widget.onTimer500();
+    page.SetStatus(RecordStatus::Installed);
     page.widget.timer.stop(); // no tick in the midst of the double click
     QTest::mouseClick(page.install, Qt::LeftButton);
     QTest::mouseDClick(page.install, Qt::LeftButton); // only the press of a double click
     QTest::mouseRelease(page.install, Qt::LeftButton);
-    QCOMPARE(window->download_queue, QList<DN_FILE_STRUCT *>{&page.record});
+    QCOMPARE(page.window->download_queue, page.alone);
     QCOMPARE(page.record.status, int(RecordStatus::DownloadPending));
     page.widget.onTimer500();
     page.install->click(); // "Cancel"
-    QVERIFY(window->download_queue.isEmpty());
+    QVERIFY(page.window->download_queue.isEmpty());
 
-    page.record.status = RecordStatus::Installed;
-    page.widget.onTimer500();
+    page.SetStatus(RecordStatus::Installed);
     page.uninstall->click();
-    QCOMPARE(window->delete_queue, QList<DN_FILE_STRUCT *>{&page.record});
+    QCOMPARE(page.window->delete_queue, page.alone);
     QCOMPARE(page.record.status, int(RecordStatus::Deleting));
     QVERIFY(!page.install->isEnabled() && !page.uninstall->isEnabled()); // at once
-    window->delete_queue.clear();
 }
 
 void TestPages::AsksBeforeItCancelsAnInstallation()
 {
     Page page;
-    MainWindow *window = page.installation.Window();
-    window->AddToInstall(&page.record);
-    page.record.status = RecordStatus::Installing;
-    page.widget.onTimer500();
-
+    page.window->AddToInstall(&page.record);
+    page.SetStatus(RecordStatus::Installing);
     BoxAnswers boxes({QMessageBox::Cancel, QMessageBox::Yes});
     page.install->click();
-    QCOMPARE(window->install_queue.size(), 1);
+    QCOMPARE(page.window->install_queue.size(), 1);
     page.install->click();
-    QVERIFY(window->install_queue.isEmpty());
-    QCOMPARE(window->delete_queue, QList<DN_FILE_STRUCT *>{&page.record});
+    QVERIFY(page.window->install_queue.isEmpty());
+    QCOMPARE(page.window->delete_queue, page.alone);
     const QString question =
         "ZEFT: The selected component is currently installing. It is recommended not to cancel at "
         "this stage. Press 'Yes' if you still needs to cancel the installation.";
     QCOMPARE(boxes.questions, QStringList({question, question}));
-    window->delete_queue.clear();
 }
 
 void TestPages::StopsTheTransferOfAnUninstalledRecord()
 {
     for (const bool transfers : {false, true}) {
         Page page;
-        MainWindow *window = page.installation.Window();
-        window->repo_url = "https://localhost:9";
-        window->AddToDownload(&page.record);
+        page.window->repo_url = "https://localhost:9";
+        page.window->AddToDownload(&page.record);
         if (transfers)
-            window->ProcessDownload();
+            page.window->ProcessDownload();
         QCOMPARE(page.record.downloader != nullptr, transfers);
         page.widget.onTimer500();
         page.uninstall->click();
-        QVERIFY(!page.record.downloader && window->download_queue.isEmpty());
-        QCOMPARE(window->delete_queue, QList<DN_FILE_STRUCT *>{&page.record});
+        QVERIFY(!page.record.downloader && page.window->download_queue.isEmpty());
+        QCOMPARE(page.window->delete_queue, page.alone);
         QVERIFY(page.installation.Work(
             [&] { return page.record.status == RecordStatus::NotInstalled; }));
         QVERIFY(!QFile::exists(page.installation.Download("a.zip.dnl")));
     }
 }
 
-void TestPages::BringsFontsDown()
+void TestPages::LaysOutTexts()
 {
-    const Page page;
-    auto *text = page.widget.findChild<QTextBrowser *>("text");
+    QTextBrowser text;
     DownloadWgt widget({"a", "b"}, nullptr);
+    widget.show();
+    widget.resize(700, 600);
+    const auto *table = widget.findChild<QTableWidget *>("table");
+    QCOMPARE(table->columnWidth(0), int(table->width() * 0.6));
     auto *shown = widget.findChild<QTextBrowser *>("text");
-    for (const auto &pair : {std::make_pair("10.0pt", "8.0pt"), std::make_pair("12.0pt", "10.0pt"),
-                             std::make_pair("11.0pt", "11.0pt")}) {
-        const QString html = "<p style='font-size:%1;line-height:%2'>x</p>";
-        widget.SetHtmlText(html.arg(pair.first, "150%") + html.arg(pair.first, "115%"));
-        text->setHtml(html.arg(pair.second, "100%") + html.arg(pair.second, "100%"));
-        QCOMPARE(shown->toHtml(), text->toHtml());
+    const QString html = "<p style='font-size:%1;line-height:%2'>x</p>";
+    const char *const sizes[][2] = {
+        {"10.0pt", "8.0pt"}, {"12.0pt", "10.0pt"}, {"11.0pt", "11.0pt"}};
+    for (const auto &size : sizes) {
+        widget.SetHtmlText(html.arg(size[0], "150%") + html.arg(size[0], "115%"));
+        text.setHtml(html.arg(size[1], "100%") + html.arg(size[1], "100%"));
+        QCOMPARE(shown->toHtml(), text.toHtml());
     }
     widget.SetPlainText("<b>");
     QCOMPARE(shown->toPlainText(), QString("<b>"));
-}
-
-void TestPages::EnablesTheProxyFields()
-{
-    SettingsDlg page(nullptr);
-    auto *proxy = page.findChild<QComboBox *>("cb_proxy");
-    const auto enabled = [&] {
-        int count = 0;
-        for (const QLineEdit *field : page.findChildren<QLineEdit *>(QRegularExpression("^eb_")))
-            count += field->isEnabled() ? 1 : 0;
-        return count;
-    };
-    QCOMPARE(proxy->currentText(), QString("System Proxy"));
-    QCOMPARE(enabled(), 0);
-    page.findChild<QLineEdit *>("eb_proxy_addr")->setText("proxy");
-    proxy->setCurrentText("Manual Settings");
-    QCOMPARE(enabled(), 4);
-    proxy->setCurrentText("No Proxy");
-    QCOMPARE(enabled(), 0);
-    QCOMPARE(page.findChild<QLineEdit *>("eb_proxy_addr")->text(), QString("proxy"));
 }
 
 void TestPages::Connects()
@@ -273,7 +262,12 @@ void TestPages::Connects()
     QVERIFY(connect->isEnabled());
     page.AddRepo("https://a");
     page.AddRepo("https://b");
-    page.findChild<QComboBox *>("cb_proxy")->setCurrentText("Manual Settings");
+    const auto fields = page.findChildren<QLineEdit *>(QRegularExpression("^eb_"));
+    for (const char *proxy : {"No Proxy", "System Proxy", "Manual Settings"}) {
+        page.findChild<QComboBox *>("cb_proxy")->setCurrentText(proxy);
+        for (const QLineEdit *field : fields)
+            QCOMPARE(field->isEnabled(), *proxy == 'M');
+    }
     const QStringList texts = {"addr", "host", "port", "3128", "usr", "me", "pwd", "secret"};
     for (int i = 0; i < texts.size(); i += 2)
         page.findChild<QLineEdit *>("eb_proxy_" + texts[i])->setText(texts[i + 1]);
@@ -283,45 +277,151 @@ void TestPages::Connects()
     QCOMPARE(pressed.size(), 1);
     QCOMPARE(pressed[0][0].toString(), QString("https://a"));
     QVERIFY(!connect->isEnabled());
-    QCOMPARE(QString("%1 %2 %3 %4")
-                 .arg(proxy.hostName())
-                 .arg(proxy.port())
-                 .arg(proxy.user(), proxy.password()),
-             QString("host 3128 me secret"));
-    QVERIFY(!page.IsAltLink());
-    page.findChild<QCheckBox *>("chk_alt_link")->setChecked(true);
-    QVERIFY(page.IsAltLink());
+    QCOMPARE(QStringList(
+                 {proxy.hostName(), QString::number(proxy.port()), proxy.user(), proxy.password()}),
+             QStringList({"host", "3128", "me", "secret"}));
 }
 
 void TestPages::MirrorsTheActivity()
 {
     SettingsDlg page(nullptr);
-    auto *table = page.findChild<QTableWidget *>("table_activity");
+    const auto *table = page.findChild<QTableWidget *>("table_activity");
     DN_FILE_STRUCT records[4];
     for (int i = 0; i < 4; ++i) {
         records[i].display_name = QString::number(i);
         records[i].status_text = QString("s%1").arg(i);
     }
-    const struct
-    {
-        QList<int> listed;
-        QStringList rows;
-        QStringList statuses;
-    } steps[] = {
-        {{2, 0}, {"2", "0"}, {"", ""}},
-        {{0, 1, 2}, {"2", "0", "1"}, {"s2", "s0", ""}}, // rows keep their order
-        {{1, 3}, {"1", "3"}, {"s1", ""}},
-        {{3, 1}, {"1", "3"}, {"s1", "s3"}},
-        {{}, {}, {}},
+    const char *const steps[][3] = {
+        {"20", "2|0", "|"},   {"012", "2|0|1", "s2|s0|"}, // rows keep their order
+        {"13", "1|3", "s1|"}, {"31", "1|3", "s1|s3"},     {"", "", ""},
     };
     for (const auto &step : steps) {
         QList<DN_FILE_STRUCT *> list;
-        for (const int i : step.listed)
-            list.append(&records[i]);
+        for (const char *digit = step[0]; *digit; ++digit)
+            list.append(&records[*digit - '0']);
         page.UpdateActivity(list);
-        QCOMPARE(Column(table, 0), step.rows);
-        QCOMPARE(Column(table, 1), step.statuses);
+        QCOMPARE(Column(table, 0), QString(step[1]));
+        QCOMPARE(Column(table, 1), QString(step[2]));
     }
+}
+
+void TestPages::InstallsPickedFiles()
+{
+    Installation installation;
+    const QTemporaryDir picked;
+    const QString board = QString("my b%1ard").arg(QChar(0xF6));
+    const QStringList names = {"zeft_bsp_" + board + ".hlib.zip", "zeft_bsp_x.htc.tar.xz"};
+    PackArchive(picked.filePath(names[0]), {{board + "/version.info", "build:1"}});
+    PackArchive(picked.filePath(names[1]), {{"x/version.info", "build:2"}});
+    WriteFile(installation.Path("hardware/tools/x/old"), "old");
+
+    LocalDownloadDlg *page = LocalPage(installation);
+    QCOMPARE(Pick(page, {}), installation.Path(""));
+    QCOMPARE(page->Rows(), 0);
+    QCOMPARE(Pick(page, names, picked.path()), installation.Path(""));
+    const QList<DN_FILE_STRUCT *> &records = installation.Window()->local_records;
+    QCOMPARE(records.size(), 2);
+    QCOMPARE(page->FS(1), records[1]);
+    QCOMPARE(records[1]->local_dir, picked.path());
+    QCOMPARE(records[1]->file_size, QFileInfo(picked.filePath(names[1])).size());
+    QCOMPARE(records[1]->status, int(RecordStatus::InstallPending));
+    QCOMPARE(Pick(page, {names[1]}), picked.path()); // in work: not a word
+    QCOMPARE(page->Rows(), 2);
+
+    for (const DN_FILE_STRUCT *record : records)
+        QVERIFY(installation.Work([&] { return record->status == RecordStatus::Installed; }));
+    QCOMPARE(ReadFile(installation.Path("hardware/" + board + "/version.info")),
+             QByteArray("build:1"));
+    QCOMPARE(ReadFile(installation.Path("hardware/tools/x/version.info")), QByteArray("build:2"));
+    QVERIFY(!QFile::exists(installation.Path("hardware/tools/x/old")));
+    QVERIFY(QFile::exists(picked.filePath(names[0])) && QFile::exists(picked.filePath(names[1])));
+}
+
+void TestPages::AsksForAnInstalledOne()
+{
+    Installation installation(false); // the records keep the status that is set here
+    LocalDownloadDlg *page = LocalPage(installation);
+    const QTemporaryDir picked;
+    for (const char *name : {"a.hlib.zip", "b.htc", "xa.hlib.zip"})
+        WriteFile(picked.filePath(name), "x");
+    Pick(page, {"xa.hlib.zip"}, picked.path());
+    QList<DN_FILE_STRUCT *> &records = installation.Window()->local_records;
+    records[0]->status = RecordStatus::Installed;
+
+    BoxAnswers boxes({QMessageBox::Cancel, QMessageBox::Yes});
+    Pick(page, {"a.hlib.zip"}); // a part of the listed name counts as a match
+    QCOMPARE(page->Rows(), 1);
+    Pick(page, {"b.htc", "a.hlib.zip"});
+    QCOMPARE(page->Rows(), 3);
+    const QString question =
+        "ZEFT: The selected component '" + picked.filePath("a.hlib.zip")
+        + "' is already installed during this session. Press 'Yes' to install it again.";
+    QCOMPARE(boxes.questions, QStringList({question, question}));
+    records[1]->status = RecordStatus::Error;
+    Pick(page, {"b.htc"});
+    QCOMPARE(page->Rows(), 3);
+}
+
+void TestPages::TurnsDownWhatIsNotSafe()
+{
+    Installation installation;
+    const QString own = installation.Path("hardware/x/zeft_bsp_x.hlib.zip");
+    WriteFile(own, "x"); // the component's directory goes before the file is read
+    const QStringList paths = {"/tmp/zeft_bsp_.hlib.zip", "/tmp/..zip", "/tmp/hardware.cab", own};
+    for (const QString &path : paths) {
+        installation.Window()->AddToLocalInstall(path);
+        QCOMPARE(installation.Log().last(), "File can't be installed safely: " + path);
+    }
+    QCOMPARE(LocalPage(installation)->Rows(), 0);
+    QVERIFY(installation.Window()->delete_queue.isEmpty());
+}
+
+void TestPages::OpensTheHelp()
+{
+    const Installation installation;
+    QDesktopServices::setUrlHandler("file", this, "Open");
+    installation.Find<QPushButton>("pb_help")->click();
+    QDesktopServices::unsetUrlHandler("file");
+    QCOMPARE(m_opened, QList<QUrl>{QUrl::fromLocalFile(
+                           installation.Path("doc/zeft_web_help/topics/Updating.htm"))});
+
+    const QString viewer = installation.Path("xchm");
+    const QByteArray path = qgetenv("PATH");
+    WriteFile(viewer, "#!/bin/sh\nprintf '%s|' \"$@\" >\"$0.part\"; mv \"$0.part\" \"$0.args\"\n");
+    QFile::setPermissions(viewer, QFile::ReadOwner | QFile::ExeOwner);
+    qputenv("PATH", installation.Path("").toLocal8Bit() + ":" + path);
+    HelpWnd::StartDocumentation("/opt/my zeft", 4, nullptr);
+    qputenv("PATH", path);
+    QTRY_COMPARE(ReadFile(viewer + ".args"),
+                 QByteArray("--contextid=4|/opt/my zeft/help/ZEFT_Documentation.chm|"));
+}
+
+void TestPages::KeepsTheHelpFileOnShow()
+{
+    const QTemporaryDir dir;
+    const QString first = dir.filePath("doc/first.htm");
+    const QString second = dir.filePath("doc/second.htm");
+    QVERIFY(WriteFile(first, "x") && WriteFile(second, "x"));
+    HelpWnd window(nullptr);
+    const auto set = [&](const QString &file, bool append, bool load_invisible) {
+        emit window.Signal_SetFile(file, append, load_invisible);
+        return window.m_currentFile;
+    };
+    QCOMPARE(set(first, false, false), QString()); // a hidden window takes none
+    QCOMPARE(set(first, true, true), first);
+    QCOMPARE(set(second, true, true), first);
+    QCOMPARE(set(second, false, true), second);
+    QCOMPARE(set(dir.filePath("none"), true, true), QString());
+    window.show();
+    QCOMPARE(set(first, false, false), first);
+
+    const WSP_BLK_HELP_STRUCT help = {{"second.htm", "first.htm"}};
+    const WSP_BLK_INFO_STRUCT info[] = {{&help}, {nullptr}};
+    const WSP_BLK_ITEM_STRUCT blocks[] = {{dir.path(), &info[0]}, {dir.path(), &info[1]}};
+    window.SetFile(&blocks[0]);
+    QCOMPARE(window.m_currentFile, second);
+    emit window.Signal_SetFile(&blocks[1], false, false);
+    QCOMPARE(window.m_currentFile, QString());
 }
 
 QTEST_MAIN(TestPages)

@@ -79,8 +79,8 @@ bool Installation::Work(const std::function<bool()> &done)
     while (!done()) {
         if (clock.hasExpired(kWorkLimitMs))
             return false;
-        m_window->Timer500();
         QTest::qWait(2);
+        m_window->Timer500(); // last, so that a run that it starts is seen before it can end
     }
     return true;
 }
