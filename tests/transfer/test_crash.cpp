@@ -5,6 +5,8 @@
 // proves, and each finished file has to be the remote one.
 
 #include "app/datasingleton.h"
+#include "support/filebytes.h"
+#include "support/installation.h"
 #include "support/nginxserver.h"
 #include "transfer/filedownloader.h"
 
@@ -15,7 +17,6 @@
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QtEndian>
 
 #include <cstdio>
 #include <cstdlib>
@@ -23,7 +24,7 @@
 
 namespace {
 
-const int kKills = 40;
+const int kKills = 30;
 const int kSize = 12000000;           // of the remote file
 const int kBytesPerSecond = 30000000; // so that a run of average length gets a part of it
 const int kLongestRun = 300;          // ms from the first data to the kill
@@ -44,28 +45,11 @@ void Check(bool good, const QString &what)
     std::exit(1);
 }
 
-QByteArray FileBytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void WriteFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    Check(file.open(QFile::WriteOnly) && file.write(bytes) == bytes.size(), "write " + path);
-}
-
-/// What the tail of a partial file proves, read here without the code under test.
+/// How much data a partial file proves, judged without the code under test.
 int ProvedLength(const QByteArray &bytes)
 {
-    const int length = bytes.size() - 40;
-    if (length <= 0 || bytes.right(24) != kStamp.toLatin1()
-        || qFromLittleEndian<qint64>(bytes.constData() + length + 8) != length)
-        return 0;
-    const auto *data = reinterpret_cast<const unsigned char *>(bytes.constData());
-    const qint64 sum = std::accumulate(data, data + length, qint64(0));
-    return qFromLittleEndian<qint64>(bytes.constData() + length) == sum ? length : 0;
+    const QByteArray data = bytes.chopped(qMin(bytes.size(), 40));
+    return !data.isEmpty() && bytes == PartialFile(data, kStamp) ? data.size() : 0;
 }
 
 /// The process that is killed. It says so when it has got some data.
@@ -105,7 +89,7 @@ private:
     bool Live(const QString &url);
     void Damage();
 
-    QByteArray m_content{kSize, '\0'};
+    const QByteArray m_content = RandomBytes(kSize);
     QTemporaryDir m_dir;
     QTemporaryDir m_site;
     NginxServer m_server{m_site.path(), kBytesPerSecond};
@@ -118,8 +102,7 @@ private:
 
 Crashes::Crashes()
 {
-    QRandomGenerator::global()->fillRange(reinterpret_cast<quint32 *>(m_content.data()), kSize / 4);
-    WriteFile(m_site.filePath("a.zip"), m_content);
+    Check(WriteFile(m_site.filePath("a.zip"), m_content), "no file to serve");
     const bool started = m_server.Start();
     Check(started, m_server.Errors());
 }
@@ -129,11 +112,11 @@ void Crashes::Run(int kills)
     m_kills = kills;
     while (kills > 0) {
         Attempt attempt;
-        attempt.from = ProvedLength(FileBytes(m_path));
+        attempt.from = ProvedLength(ReadFile(m_path));
         const QString url = QString("%1/a.zip?%2").arg(m_server.Url()).arg(m_attempts.size());
         const bool killed = !Live(url);
         kills -= killed ? 1 : 0;
-        const QByteArray bytes = FileBytes(m_path);
+        const QByteArray bytes = ReadFile(m_path);
         if (bytes == m_content) { // perhaps killed on its way out
             attempt.to = kSize;
             ++m_finished;
@@ -169,7 +152,7 @@ bool Crashes::Live(const QString &url)
 /// Flips a bit, cuts or lengthens the partial file, somewhere.
 void Crashes::Damage()
 {
-    QByteArray bytes = FileBytes(m_path);
+    QByteArray bytes = ReadFile(m_path);
     const int place = Random(bytes.size());
     switch (Random(3)) {
     case 0:
@@ -182,7 +165,7 @@ void Crashes::Damage()
         bytes.insert(place, static_cast<char>(Random(256)));
         break;
     }
-    WriteFile(m_path, bytes);
+    Check(WriteFile(m_path, bytes), "no file to damage");
     ++m_damaged;
 }
 

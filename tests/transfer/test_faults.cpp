@@ -1,10 +1,11 @@
 #include "app/datasingleton.h"
+#include "support/filebytes.h"
+#include "support/installation.h"
 #include "support/scriptedserver.h"
 #include "support/silentconsole.h"
 #include "transfer/filedownloader.h"
 
 #include <QNetworkAccessManager>
-#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -22,14 +23,6 @@ const int kSize = 2500000; // of the remote file
 const QString kStamp = "2024-05-01T12:30:45.000Z";
 const QByteArray kDate = "Wed, 01 May 2024 12:30:45 GMT";
 const QByteArray kNothing;
-
-QByteArray RandomBytes(int size)
-{
-    QByteArray bytes(size, '\0');
-    QRandomGenerator random(1);
-    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random.generate()); });
-    return bytes;
-}
 
 Script Times(int count, const Answer &answer)
 {
@@ -91,8 +84,7 @@ private:
     enum Method { Get, GetToMemory, Head };
 
     QString Path() const { return m_dir.filePath("a.zip.dnl"); }
-    QByteArray FileBytes() const;
-    void MakePartialFile(const QByteArray &data) const;
+    QByteArray FileBytes() const { return ReadFile(Path()); }
     void Start(FileDownloader &transfer, Method method = Get, const QString &scheme = "http");
     void Run(FileDownloader &transfer, Method method = Get, const QString &scheme = "http");
     QString Text(const QString &error) const;
@@ -120,22 +112,6 @@ void TestFaults::cleanup()
     m_manager.reset();
     QFile::remove(Path());
     QCOMPARE(SilentConsole::Take(), QStringList());
-}
-
-QByteArray TestFaults::FileBytes() const
-{
-    QFile file(Path());
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void TestFaults::MakePartialFile(const QByteArray &data) const
-{
-    QFile file(Path());
-    QString stamp = kStamp;
-    QByteArray bytes = data;
-    QVERIFY(file.open(QFile::ReadWrite) && file.write(data) == data.size());
-    FileDownloader::AddTailBytes(file, stamp, 0, reinterpret_cast<unsigned char *>(bytes.data()),
-                                 bytes.size());
 }
 
 /// With a clock that is fast enough for a test.
@@ -251,7 +227,7 @@ void TestFaults::EndsAsItMust()
     QFETCH(QByteArray, data);
     QFETCH(bool, resumable);
     if (held > 0)
-        MakePartialFile(m_content.left(held));
+        QVERIFY(WriteFile(Path(), PartialFile(m_content.left(held), kStamp)));
 
     FileDownloader transfer(nullptr);
     m_server->SetScript(script);
@@ -369,7 +345,7 @@ void TestFaults::AsksAgainAsLongAsTheServerStalls()
 
 void TestFaults::StopsAtABrokenHandShake()
 {
-    MakePartialFile("abc");
+    QVERIFY(WriteFile(Path(), PartialFile("abc", kStamp)));
     FileDownloader transfer(nullptr);
     m_server->SetScript(Times(4, {"no TLS here"}));
     Run(transfer, Get, "https");

@@ -1,5 +1,7 @@
 #include "app/datasingleton.h"
 #include "support/connectrelay.h"
+#include "support/filebytes.h"
+#include "support/installation.h"
 #include "support/nginxserver.h"
 #include "support/silentconsole.h"
 #include "transfer/filedownloader.h"
@@ -23,37 +25,6 @@ const int kSize = 4000000;     // of the file that is fetched slowly
 const int kBigSize = 40000000; // of the one that is fetched as fast as it comes
 const int kTimeout = 15000;
 const QString kStamp = "2024-05-01T12:30:45.000Z";
-
-QByteArray RandomBytes(int size)
-{
-    QByteArray bytes(size, '\0');
-    QRandomGenerator random(1);
-    random.generate(reinterpret_cast<quint32 *>(bytes.begin()),
-                    reinterpret_cast<quint32 *>(bytes.end()));
-    return bytes;
-}
-
-QByteArray FileBytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void WriteFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QFile::WriteOnly) && file.write(bytes) == bytes.size());
-}
-
-void MakePartialFile(const QString &path, QByteArray data)
-{
-    WriteFile(path, data);
-    QFile file(path);
-    QString stamp = kStamp;
-    QVERIFY(file.open(QFile::ReadWrite));
-    FileDownloader::AddTailBytes(file, stamp, 0, reinterpret_cast<unsigned char *>(data.data()),
-                                 data.size());
-}
 
 int OpenDescriptors()
 {
@@ -113,8 +84,8 @@ void TestFileDownloader::initTestCase()
 {
     SilentConsole::Start();
     DataSingleton::Initialize(nullptr, m_dir.path());
-    WriteFile(m_site.filePath("a.zip"), m_content);
-    WriteFile(m_site.filePath("big.zip"), m_big);
+    QVERIFY(WriteFile(m_site.filePath("a.zip"), m_content));
+    QVERIFY(WriteFile(m_site.filePath("big.zip"), m_big));
     QFile file(m_site.filePath("a.zip"));
     QVERIFY(file.open(QFile::ReadWrite)
             && file.setFileTime(QDateTime::fromString(kStamp, Qt::ISODateWithMs),
@@ -241,7 +212,7 @@ void TestFileDownloader::Fetches()
     transfer->GetDownloadedData(data);
     QVERIFY(data == expected);
     QCOMPARE(QFile::exists(Path()), to_file);
-    QVERIFY(FileBytes(Path()) == (to_file ? expected : QByteArray()));
+    QVERIFY(ReadFile(Path()) == (to_file ? expected : QByteArray()));
 
     QTRY_COMPARE(m_fast.AccessLog().size(), requests + 1);
     const QString line = m_fast.AccessLog().last();
@@ -273,11 +244,11 @@ void TestFileDownloader::Resumes()
     QFETCH(bool, resume);
     QFETCH(QString, answer);
     const int requests = m_fast.AccessLog().size();
-    MakePartialFile(Path(), m_content.left(held));
+    QVERIFY(WriteFile(Path(), PartialFile(m_content.left(held), kStamp)));
     FileDownloader *transfer = Fetch(m_fast.Url() + "/a.zip", false, Path(), stamp, resume);
     QCOMPARE(transfer->m_error, QString());
     QCOMPARE(transfer->m_percent, 100.0F);
-    QVERIFY(FileBytes(Path()) == m_content);
+    QVERIFY(ReadFile(Path()) == m_content);
     QTRY_COMPARE(m_fast.AccessLog().size(), requests + 1);
     const QString line = m_fast.AccessLog().last();
     QVERIFY2(line.contains(answer), qPrintable(line));
@@ -320,7 +291,7 @@ void TestFileDownloader::StartsOnce()
     QCOMPARE(transfer->m_error, QString());
     Wait(transfer);
     QCOMPARE(transfer->m_error, QString());
-    QVERIFY(FileBytes(Path()) == m_content);
+    QVERIFY(ReadFile(Path()) == m_content);
 }
 
 void TestFileDownloader::PausesAndGoesOn()
@@ -337,7 +308,7 @@ void TestFileDownloader::PausesAndGoesOn()
     transfer->Resume(); // nor does this
     Wait(transfer);
     QCOMPARE(transfer->m_error, QString());
-    QVERIFY(FileBytes(Path()) == m_content);
+    QVERIFY(ReadFile(Path()) == m_content);
     QTRY_VERIFY(m_slow.AccessLog().last().contains(QString("206 range=\"bytes=%1-\"").arg(held)));
 }
 
@@ -359,8 +330,8 @@ void TestFileDownloader::PausesAtRandom()
         }
         QCOMPARE(transfer->m_error, QString());
     }
-    QVERIFY(FileBytes(Path()) == m_content);
-    QVERIFY(FileBytes(m_dir.filePath("b.zip.dnl")) == m_content);
+    QVERIFY(ReadFile(Path()) == m_content);
+    QVERIFY(ReadFile(m_dir.filePath("b.zip.dnl")) == m_content);
 }
 
 void TestFileDownloader::Aborts_data()
@@ -391,7 +362,7 @@ void TestFileDownloader::Aborts()
 void TestFileDownloader::DropsDataThatIsNotWanted()
 {
     FileDownloader *transfer = StartSlowly();
-    QTRY_VERIFY(FileBytes(Path()).size() > kSize / 4);
+    QTRY_VERIFY(ReadFile(Path()).size() > kSize / 4);
     transfer->DelDownloadedData();
     QVERIFY(!QFile::exists(Path()));
     Wait(transfer);
@@ -449,7 +420,7 @@ void TestFileDownloader::GoesThroughAProxyThatDiesAndComesBack()
 
     relay.Start();
     QCOMPARE(Fetch(url, false, Path())->m_error, QString());
-    QVERIFY(FileBytes(Path()) == m_content);
+    QVERIFY(ReadFile(Path()) == m_content);
     QCOMPARE(relay.Targets(), QByteArrayList({"repository.test:443", "repository.test:443"}));
     FileDownloader::SetApplicationProxy(0, "", "", "", "");
 }
@@ -463,7 +434,7 @@ void TestFileDownloader::KeepsEveryByteInABusyLoop()
     });
     busy.start(0);
     QCOMPARE(Fetch(m_fast.Url() + "/big.zip", false, Path())->m_error, QString());
-    QVERIFY(FileBytes(Path()) == m_big);
+    QVERIFY(ReadFile(Path()) == m_big);
 }
 
 void TestFileDownloader::LeavesNothingBehind()
@@ -481,7 +452,7 @@ void TestFileDownloader::LeavesNothingBehind()
             }
         }
     };
-    WriteFile(m_site.filePath("c.txt"), "text");
+    QVERIFY(WriteFile(m_site.filePath("c.txt"), "text"));
     fetch_many(20); // what the toolkit opens once and for all
     m_manager.reset(new QNetworkAccessManager);
     const int before = OpenDescriptors();

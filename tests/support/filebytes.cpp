@@ -1,0 +1,38 @@
+#include "support/filebytes.h"
+
+#include <QRandomGenerator>
+
+#include <algorithm>
+#include <numeric>
+
+namespace {
+QByteArray LittleEndian(qint64 value)
+{
+    QByteArray bytes;
+    for (int shift = 0; shift < 64; shift += 8)
+        bytes += static_cast<char>(value >> shift);
+    return bytes;
+}
+} // namespace
+
+QByteArray RandomBytes(int size)
+{
+    QByteArray bytes(size, '\0');
+    QRandomGenerator random(1);
+    std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random.generate()); });
+    return bytes;
+}
+
+QByteArray PartialFile(const QByteArray &data, const QString &stamp)
+{
+    const qint64 sum =
+        std::accumulate(data.begin(), data.end(), qint64(0), [](qint64 so_far, char byte) {
+            return so_far + static_cast<unsigned char>(byte);
+        });
+    return data + Tail(sum, data.size(), stamp.toLatin1());
+}
+
+QByteArray Tail(qint64 sum, qint64 length, const QByteArray &stamp)
+{
+    return LittleEndian(sum) + LittleEndian(length) + stamp;
+}
