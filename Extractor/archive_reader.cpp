@@ -10,32 +10,9 @@ namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
 
-archive *NewReader()
+void Support(archive *handle, ArchiveReader::Format format)
 {
-    archive *const handle = archive_read_new();
-    if (!handle) {
-        throw std::bad_alloc();
-    }
-    return handle;
-}
-
-bool EndsInZeros(std::string_view bytes)
-{
-    constexpr std::size_t kRecordSize = 512;
-    const std::string_view last = bytes.substr(bytes.size() - std::min(bytes.size(), kRecordSize));
-    return std::all_of(last.begin(), last.end(), [](char byte) { return byte == 0; });
-}
-
-} // namespace
-
-ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &progress)
-    : m_archive(NewReader())
-    , m_format(format)
-    , m_file(&file)
-    , m_progress(&progress)
-    , m_buffer(kBufferSize)
-{
-    archive *const handle = m_archive.get();
+    using Format = ArchiveReader::Format;
     switch (format) {
     case Format::Zip:
         // The other zip reader goes without the directory at the archive's end, and so without
@@ -50,6 +27,8 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
         break;
     case Format::Tar:
         archive_read_support_format_tar(handle);
+        // Read on to the stream's true end: only there its last checksums are tested.
+        archive_read_set_format_option(handle, "tar", "read_concatenated_archives", "1");
         break;
     case Format::Packed:
         archive_read_support_format_raw(handle);
@@ -62,6 +41,35 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
         archive_read_support_filter_zstd(handle);
         break;
     }
+}
+
+archive *NewReader(ArchiveReader::Format format)
+{
+    archive *const handle = archive_read_new();
+    if (!handle) {
+        throw std::bad_alloc();
+    }
+    Support(handle, format);
+    return handle;
+}
+
+bool EndsInZeros(std::string_view bytes)
+{
+    constexpr std::size_t kRecordSize = 512;
+    const std::string_view last = bytes.substr(bytes.size() - std::min(bytes.size(), kRecordSize));
+    return std::all_of(last.begin(), last.end(), [](char byte) { return byte == 0; });
+}
+
+} // namespace
+
+ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &progress)
+    : m_archive(NewReader(format))
+    , m_format(format)
+    , m_file(&file)
+    , m_progress(progress)
+    , m_buffer(kBufferSize)
+{
+    archive *const handle = m_archive.get();
     archive_read_set_skip_callback(handle, [](archive *, void *self, la_int64_t bytes) {
         auto *const reader = static_cast<ArchiveReader *>(self);
         reader->m_offset += static_cast<std::uint64_t>(bytes);
@@ -83,14 +91,12 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
     Check(Open());
 }
 
-ArchiveReader::ArchiveReader(Prefetch &tar)
-    : m_archive(NewReader())
+ArchiveReader::ArchiveReader(Prefetch &tar, Progress &progress)
+    : m_archive(NewReader(Format::Tar))
     , m_format(Format::Tar)
     , m_tar(&tar)
+    , m_progress(progress)
 {
-    archive_read_support_format_tar(m_archive.get());
-    // Read on to the stream's true end: only there its last checksums are tested.
-    archive_read_set_format_option(m_archive.get(), "tar", "read_concatenated_archives", "1");
     if (Open() != ARCHIVE_OK && !m_inputFailure) {
         throw Failure("is no archive of a known kind");
     }
@@ -160,9 +166,11 @@ void ArchiveReader::Check(int result)
 
 void ArchiveReader::Report()
 {
-    if (m_progress) {
-        m_progress->Reach(static_cast<std::uint64_t>(archive_filter_bytes(m_archive.get(), -1)),
-                          m_file->Size());
+    if (m_file) {
+        m_progress.Reach(static_cast<std::uint64_t>(archive_filter_bytes(m_archive.get(), -1)),
+                         m_file->Size());
+    } else {
+        m_progress.Tick();
     }
 }
 

@@ -29,8 +29,9 @@ public:
     /// The file and the progress, which follows the place in it, must outlive the reader.
     ArchiveReader(const InputFile &file, Format format, Progress &progress);
 
-    /// Reads the bytes of \a tar, which must outlive the reader, as a tar archive.
-    explicit ArchiveReader(Prefetch &tar);
+    /// Reads the bytes of \a tar, which must outlive the reader, as a tar archive. Whoever brings
+    /// them knows how far the run is; here \a progress only hears that it goes on.
+    ArchiveReader(Prefetch &tar, Progress &progress);
 
     ArchiveReader(const ArchiveReader &) = delete;
     ArchiveReader &operator=(const ArchiveReader &) = delete;
@@ -66,9 +67,9 @@ private:
     std::unique_ptr<archive, Free> m_archive;
     const Format m_format;
     const InputFile *m_file = nullptr; // the input is this,
-    Progress *m_progress = nullptr;    // with its progress,
     Prefetch *m_tar = nullptr;         // or this
-    bool m_tarEnded = false;           // the last that came of it was the mark of a tar's end
+    Progress &m_progress;
+    bool m_tarEnded = false; // the last that came of the tar was the mark of its end
     std::vector<char> m_buffer;
     std::uint64_t m_offset = 0; // where the next bytes of the file are read
     std::exception_ptr m_inputFailure;

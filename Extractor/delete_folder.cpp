@@ -69,7 +69,7 @@ void DeleteFolder(const std::string &path, Progress &progress)
     const UniqueFd parent(::open(above.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     struct stat status = {};
     if (!parent || ::fstatat(parent.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        if (errno != ENOENT) {
+        if (errno != ENOENT && errno != ENOTDIR) {
             throw SystemFailure(path);
         }
     } else if (IsProtected(status)) {

@@ -16,6 +16,9 @@ public:
     void Reach(std::uint64_t done, std::uint64_t total);
     void Finish();
 
+    /// Says that work goes on, by a thread that doesn't know how far it is.
+    void Tick() { Reach(0, 1); }
+
     /// Passes on what somebody else says of work, be it less than before.
     void Tell(int percent);
 

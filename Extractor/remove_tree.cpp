@@ -136,15 +136,22 @@ private:
     {
         ++level.listings;
         const int fd = ::dirfd(level.folder.get());
-        std::vector<std::string> files;
+        std::vector<std::pair<ino_t, std::string>> files;
         while (const dirent *const entry = ::readdir(level.folder.get())) {
             const std::string name = entry->d_name;
-            if (name != "." && name != "..") {
-                (IsFolder(fd, *entry) ? level.folders : files).push_back(name);
+            if (name == "." || name == "..") {
+                continue;
+            }
+            if (IsFolder(fd, *entry)) {
+                level.folders.push_back(name);
+            } else {
+                files.emplace_back(entry->d_ino, name);
             }
         }
         level.share /= static_cast<double>(files.size() + level.folders.size() + 1);
-        for (const std::string &file : files) {
+        // As they lie on the disk: with many files that saves most of the seeking.
+        std::sort(files.begin(), files.end());
+        for (const auto &[inode, file] : files) {
             RemoveFile(fd, file);
             Count(level.share);
         }

@@ -2,6 +2,7 @@
 
 #include "archive_reader.h"
 #include "byte_source.h"
+#include "bzip2_source.h"
 #include "destination.h"
 #include "entry_writer.h"
 #include "failure.h"
@@ -9,6 +10,7 @@
 #include "input_file.h"
 #include "unpack_tar.h"
 #include "unpack_zip.h"
+#include "xz_source.h"
 #include "zip_directory.h"
 
 #include <algorithm>
@@ -98,10 +100,27 @@ void UnpackSevenZip(const InputFile &file, Destination &destination, Progress &p
         return;
     }
     EntrySource tar(reader);
-    UnpackTar(tar, destination);
+    UnpackTar(tar, destination, progress);
     if (reader.NextEntry()) {
         throw Failure("holds a tar and more");
     }
+}
+
+template <typename Unpacker>
+void UnpackPackedTar(const InputFile &file, Destination &destination, Progress &progress)
+{
+    FileSource packed(file, progress);
+    Unpacker tar(packed);
+    UnpackTar(tar, destination, progress);
+}
+
+/// Unpacks a tar that is packed in any way that libarchive knows, or not at all.
+void UnpackOtherTar(const InputFile &file, Destination &destination, Progress &progress)
+{
+    ArchiveReader reader(file, ArchiveReader::Format::Packed, progress);
+    reader.NextEntry();
+    EntrySource tar(reader);
+    UnpackTar(tar, destination, progress);
 }
 
 void UnpackAny(const InputFile &file, Destination &destination, Progress &progress)
@@ -112,16 +131,20 @@ void UnpackAny(const InputFile &file, Destination &destination, Progress &progre
         ArchiveReader reader(file, ArchiveReader::Format::Cab, progress);
         UnpackEntries(reader, reader.NextEntry(), destination);
     } else if (StartsWith(file, "\x1f\x8b")) {
-        FileSource packed(file, progress);
-        GzipSource tar(packed);
-        UnpackTar(tar, destination);
+        UnpackPackedTar<GzipSource>(file, destination, progress);
+    } else if (StartsWith(file, "\xfd"
+                                "7zXZ")) {
+        UnpackPackedTar<XzSource>(file, destination, progress);
+    } else if (StartsWith(file, "BZh")) {
+        try {
+            UnpackPackedTar<Bzip2Source>(file, destination, progress);
+        } catch (const Bzip2Source::BadBlock &) {
+            UnpackOtherTar(file, destination, progress); // over what is there already
+        }
     } else if (StartsWith(file, "PK\3\4") || ZipDirectory::IsIn(file)) {
         UnpackZip(file, destination, progress);
     } else {
-        ArchiveReader reader(file, ArchiveReader::Format::Packed, progress);
-        reader.NextEntry();
-        EntrySource tar(reader);
-        UnpackTar(tar, destination);
+        UnpackOtherTar(file, destination, progress);
     }
 }
 
@@ -129,6 +152,9 @@ void UnpackAny(const InputFile &file, Destination &destination, Progress &progre
 
 void Unpack(const std::string &archivePath, const std::string &destinationPath, Progress &progress)
 {
+    // Without it the C library looks at that file anew for each time stamp of a zip.
+    ::setenv("TZ", ":/etc/localtime", 0);
+
     const InputFile file(archivePath);
     Destination destination(destinationPath);
     try {

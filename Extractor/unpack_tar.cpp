@@ -4,10 +4,10 @@
 #include "entry_writer.h"
 #include "prefetch.h"
 
-void UnpackTar(ByteSource &tar, Destination &destination)
+void UnpackTar(ByteSource &tar, Destination &destination, Progress &progress)
 {
     Prefetch ahead(tar);
-    ArchiveReader reader(ahead);
+    ArchiveReader reader(ahead, progress);
     EntryWriter writer(destination);
     while (archive_entry *const entry = reader.NextEntry()) {
         writer.Write(reader, entry);

@@ -15,8 +15,12 @@
 
 namespace {
 
+constexpr std::size_t kBatchEntries = 64;
+constexpr std::uint64_t kBatchBytes = std::uint64_t{512} * 1024; // packed
+
 /// What the workers share. Each reads the archive's directory for itself and then takes the next
-/// entry that nobody has taken: a reader only ever goes forward, which costs next to nothing.
+/// entries that nobody has taken: a reader only ever goes forward, which costs next to nothing.
+/// It takes a batch of them, since two workers that make files in one folder wait for one another.
 class ZipWork
 {
 public:
@@ -27,19 +31,29 @@ public:
         , m_destination(destination)
         , m_progress(progress)
     {
+        std::uint64_t bytes = 0;
+        for (std::size_t i = 0; i < directory.Size(); ++i) {
+            if (bytes >= kBatchBytes || i % kBatchEntries == 0) {
+                m_batches.push_back(i);
+                bytes = 0;
+            }
+            bytes += directory.PackedSize(i);
+        }
     }
+
+    std::size_t BatchCount() const { return m_batches.size(); }
 
     /// One worker's run. It throws nothing: the first failure of all is kept.
     void Run()
     {
         try {
-            TakeEntries();
+            TakeBatches();
         } catch (...) {
             const std::lock_guard<std::mutex> lock(m_mutex);
             if (!m_failure) {
                 m_failure = std::current_exception();
             }
-            m_next = m_directory.Size(); // the others stop after their entry
+            m_next = m_batches.size(); // the others stop after their batch
         }
     }
 
@@ -51,32 +65,41 @@ public:
     }
 
 private:
-    void TakeEntries()
+    void TakeBatches()
     {
         ArchiveReader reader(m_file, ArchiveReader::Format::Zip, m_progress);
         EntryWriter writer(m_destination);
         std::size_t read = 0;
-        for (std::size_t mine = m_next++; mine < m_directory.Size(); mine = m_next++) {
-            archive_entry *entry = nullptr;
-            for (; read <= mine; ++read) {
-                entry = reader.NextEntry();
+        for (std::size_t mine = m_next++; mine < m_batches.size(); mine = m_next++) {
+            const std::size_t end =
+                mine + 1 < m_batches.size() ? m_batches[mine + 1] : m_directory.Size();
+            for (; read < end; ++read) {
+                archive_entry *const entry = reader.NextEntry();
                 if (!entry) {
                     throw Failure("is damaged: entries are missing");
                 }
+                if (read >= m_batches[mine]) {
+                    Write(writer, reader, entry, read);
+                }
             }
-            m_directory.CheckEntry(mine);
-            if (const char *const target = archive_entry_symlink(entry)) {
-                m_directory.CheckLink(mine, target);
-            }
-            writer.Write(reader, entry);
         }
+    }
+
+    void Write(EntryWriter &writer, ArchiveReader &reader, archive_entry *entry, std::size_t index)
+    {
+        m_directory.CheckEntry(index);
+        if (const char *const target = archive_entry_symlink(entry)) {
+            m_directory.CheckLink(index, target);
+        }
+        writer.Write(reader, entry);
     }
 
     const InputFile &m_file;
     const ZipDirectory &m_directory;
     Destination &m_destination;
     Progress &m_progress;
-    std::atomic<std::size_t> m_next{0};
+    std::vector<std::size_t> m_batches; // the first entry of each
+    std::atomic<std::size_t> m_next{0}; // batch
     std::mutex m_mutex;
     std::exception_ptr m_failure;
 };
@@ -88,7 +111,7 @@ void UnpackZip(const InputFile &file, Destination &destination, Progress &progre
     const ZipDirectory directory(file);
     ZipWork work(file, directory, destination, progress);
     const std::size_t workers =
-        std::min<std::size_t>(std::max(std::thread::hardware_concurrency(), 1U), directory.Size());
+        std::min<std::size_t>(std::max(std::thread::hardware_concurrency(), 1U), work.BatchCount());
     std::vector<std::thread> others;
     try {
         while (others.size() + 1 < workers) {

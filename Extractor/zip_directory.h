@@ -22,6 +22,7 @@ public:
 
     /// Entries are numbered in the order of their place in the file, as libarchive brings them.
     std::size_t Size() const { return m_entries.size(); }
+    std::uint64_t PackedSize(std::size_t index) const { return m_entries[index].packedSize; }
 
     /// Throws a Failure unless the header that stands before the entry's data says the same name.
     void CheckEntry(std::size_t index) const;

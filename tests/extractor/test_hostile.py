@@ -114,9 +114,9 @@ class Hostile(ExtractorTest):
             shell(pack)(self.path("source"), archive)
             with open(archive, "rb") as file:
                 data = file.read()
-            ends = [0, 1, len(data) - 1, *chance.sample(range(len(data)), 12)]
+            ends = [0, 1, len(data) - 1, *chance.sample(range(len(data)), 8)]
             damaged = [("cut", end, data[:end]) for end in ends]
-            for at in chance.sample(range(len(data)), 40):
+            for at in chance.sample(range(len(data)), 25):
                 flipped = bytes([data[at] ^ 1 << chance.randrange(8)])
                 damaged.append(("flipped", at, data[:at] + flipped + data[at + 1:]))
             for what, at, data in damaged:
@@ -175,6 +175,21 @@ class Hostile(ExtractorTest):
                      EXTRACTOR, self.path(archive), self.target], capture_output=True, text=True)
                 self.assertIn("not enough space", run.stderr)
                 self.assertEqual(run.stdout.split()[-2:], ["Avail", str(10 << 20)])
+
+    def test_what_cannot_work_is_told(self):
+        os.chmod(self.home, 0o755)
+        make_tree(self.home, {"text": (0o644, b"no archive " * 100), "none": (0o644, b""),
+                              "shut": (0o000, b""), "shut folder": (0o555, None)})
+        tar(self.path("a"), [entry("C/f")])
+        as_user = {"user": 65534, "group": 65534} if os.geteuid() == 0 else {}
+        for archive, target, text in (
+                ("missing", "t", "missing: No such file"), ("shut folder", "t", ": not a file"),
+                ("shut", "t", "shut: Permission denied"), ("text", "target", "no archive of a known"),
+                ("none", "target", "none: is "), ("a", "shut folder", "Permission denied"),
+                ("a", "shut folder/new", "new: No such file"), ("a", "text", "text: Not a directory"),
+                ("a", "text/new", "Not a directory"), ("a", "/proc/new", "/proc/new: No such file")):
+            with self.subTest(archive, target=target):
+                self.refuse(text, "#uzip", self.path(archive), self.path(target), **as_user)
 
     def test_no_special_permissions(self):
         for kind, make in (("tar", tar), ("zip", zip_)):

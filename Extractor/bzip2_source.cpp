@@ -1,0 +1,235 @@
+#include "bzip2_source.h"
+
+#include <algorithm>
+#include <array>
+#include <bzlib.h>
+#include <thread>
+
+namespace {
+
+constexpr std::uint64_t kBlockMark = 0x314159265359;
+constexpr std::uint64_t kEndMark = 0x177245385090;
+constexpr int kMarkSize = 48; // bits
+constexpr int kSumSize = 32;
+constexpr int kHeaderSize = 32; // "BZh" and a digit
+
+constexpr std::size_t kInputSize = std::size_t{256} * 1024;
+constexpr std::size_t kLongestBlock = std::size_t{2} * 1024 * 1024; // packed; really about 1 MB
+
+/// For each byte, where the third byte of a mark or the second would begin if it were that byte:
+/// bit k stands for a mark that begins k bits into its first byte, bit k + 8 for the end mark.
+using Places = std::array<std::uint16_t, 256>;
+
+Places FindPlaces(int byte)
+{
+    Places places = {};
+    for (unsigned shift = 0; shift < 8; ++shift) {
+        const auto at = static_cast<unsigned>(kMarkSize - 8 - 8 * byte) + shift;
+        places[kBlockMark >> at & 0xffU] |= static_cast<std::uint16_t>(1U << shift);
+        places[kEndMark >> at & 0xffU] |= static_cast<std::uint16_t>(0x100U << shift);
+    }
+    return places;
+}
+
+std::uint64_t BigEndian(const char *bytes)
+{
+    std::uint64_t number = 0;
+    for (int i = 0; i < 8; ++i) {
+        number = number << 8U | static_cast<unsigned char>(bytes[i]);
+    }
+    return number;
+}
+
+/// Puts bits together to bytes.
+class BitWriter
+{
+public:
+    void Add(std::uint64_t bits, int count)
+    {
+        while (count-- > 0) {
+            m_byte = m_byte << 1U | (bits >> static_cast<unsigned>(count) & 1U);
+            if (++m_count == 8) {
+                m_bytes += static_cast<char>(m_byte);
+                m_count = 0;
+            }
+        }
+    }
+
+    /// Adds the bits from \a begin to \a end of \a bytes; must be at a byte's beginning.
+    void AddRange(const std::string &bytes, std::size_t begin, std::size_t end)
+    {
+        const unsigned shift = begin % 8;
+        for (; begin + 16 <= end; begin += 8) {
+            const auto two = static_cast<unsigned>(static_cast<unsigned char>(bytes[begin / 8]))
+                                 << 8U
+                             | static_cast<unsigned char>(bytes[begin / 8 + 1]);
+            m_bytes += static_cast<char>(two >> (8U - shift));
+        }
+        for (; begin < end; ++begin) {
+            Add(static_cast<unsigned char>(bytes[begin / 8]) >> (7U - begin % 8), 1);
+        }
+    }
+
+    std::string Take()
+    {
+        Add(0, (8 - m_count) % 8);
+        return std::move(m_bytes);
+    }
+
+private:
+    std::string m_bytes;
+    unsigned m_byte = 0;
+    int m_count = 0; // bits in it
+};
+
+/// Unpacks a whole bzip2 stream of one block.
+std::string UnpackBlock(std::string packed)
+{
+    constexpr std::size_t kBlockSize = 900'000; // more only where bytes repeat themselves
+    bz_stream stream = {};
+    if (BZ2_bzDecompressInit(&stream, 0, 0) != BZ_OK) {
+        throw std::bad_alloc();
+    }
+    stream.next_in = packed.data();
+    stream.avail_in = static_cast<unsigned>(packed.size());
+    std::string bytes;
+    std::size_t size = 0;
+    int result = BZ_OK;
+    while (result == BZ_OK && stream.avail_out == 0) {
+        bytes.resize(size + kBlockSize);
+        stream.next_out = bytes.data() + size;
+        stream.avail_out = kBlockSize;
+        result = BZ2_bzDecompress(&stream);
+        size = bytes.size() - stream.avail_out;
+    }
+    BZ2_bzDecompressEnd(&stream);
+    if (result != BZ_STREAM_END) {
+        throw Bzip2Source::BadBlock();
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
+} // namespace
+
+Bzip2Source::Bzip2Source(ByteSource &packed)
+    : m_packed(packed)
+{
+}
+
+std::size_t Bzip2Source::Read(char *to, std::size_t room)
+{
+    const std::size_t ahead = std::max(std::thread::hardware_concurrency(), 1U);
+    while (m_read == m_block.size()) {
+        while (m_blocks.size() < ahead && StartNextBlock()) {
+        }
+        if (m_blocks.empty()) {
+            return 0;
+        }
+        m_block = m_blocks.front().get();
+        m_blocks.pop_front();
+        m_read = 0;
+    }
+    const std::size_t size = m_block.copy(to, room, m_read);
+    m_read += size;
+    return size;
+}
+
+/// Hands the next block to a thread; false at the end of the file.
+bool Bzip2Source::StartNextBlock()
+{
+    while (m_inStream || StartStream()) {
+        const std::uint64_t mark = Bits(m_at, kMarkSize);
+        const auto sum = static_cast<std::uint32_t>(Bits(m_at + kMarkSize, kSumSize));
+        if (mark == kEndMark) {
+            if (sum != m_sum) {
+                throw BadBlock();
+            }
+            m_inStream = false;
+            m_at = (m_at + kMarkSize + kSumSize + 7) / 8 * 8;
+            continue;
+        }
+        if (mark != kBlockMark) {
+            throw BadBlock();
+        }
+        m_sum = (m_sum << 1U | m_sum >> 31U) ^ sum;
+        const std::size_t end = FindMark(m_at + kMarkSize);
+        BitWriter stream;
+        stream.Add(0x425a6839, kHeaderSize); // "BZh9", good for blocks of all sizes
+        stream.AddRange(m_input, m_at, end);
+        stream.Add(kEndMark, kMarkSize);
+        stream.Add(sum, kSumSize);
+        m_at = end;
+        m_blocks.push_back(std::async(std::launch::async, UnpackBlock, stream.Take()));
+        return true;
+    }
+    return false;
+}
+
+/// Reads a file header, of which there may be several in a file; false at its end.
+bool Bzip2Source::StartStream()
+{
+    if (!Need(m_at / 8 + 1)) {
+        return false;
+    }
+    const std::uint64_t header = Bits(m_at, kHeaderSize);
+    if (header < 0x425a6831 || header > 0x425a6839) { // "BZh1" to "BZh9"
+        throw BadBlock();
+    }
+    m_at += kHeaderSize;
+    m_inStream = true;
+    m_sum = 0;
+    return true;
+}
+
+/// The bit at which the next mark begins. Drops the input before m_at, and counts that anew.
+std::size_t Bzip2Source::FindMark(std::size_t from)
+{
+    static const Places second = FindPlaces(1);
+    static const Places third = FindPlaces(2);
+
+    m_input.erase(0, m_at / 8);
+    from -= m_at / 8 * 8;
+    m_at %= 8;
+    for (std::size_t byte = from / 8; byte < kLongestBlock && Need(byte + 8); ++byte) {
+        const unsigned places = second[static_cast<unsigned char>(m_input[byte + 1])]
+                                & third[static_cast<unsigned char>(m_input[byte + 2])];
+        if (places == 0) {
+            continue;
+        }
+        for (std::size_t bit = std::max(from, byte * 8); bit < byte * 8 + 8; ++bit) {
+            const std::uint64_t mark =
+                BigEndian(m_input.data() + byte) >> (16U - bit % 8) & 0xffffffffffffU;
+            if (mark == kBlockMark || mark == kEndMark) {
+                return bit;
+            }
+        }
+    }
+    throw BadBlock();
+}
+
+/// The \a count bits, 48 at most, that begin at bit \a at of the input.
+std::uint64_t Bzip2Source::Bits(std::size_t at, int count)
+{
+    if (!Need((at + static_cast<std::size_t>(count) + 7) / 8)) {
+        throw BadBlock();
+    }
+    std::uint64_t bits = 0;
+    for (std::size_t bit = at; bit < at + static_cast<std::size_t>(count); ++bit) {
+        bits = bits << 1U | (static_cast<unsigned char>(m_input[bit / 8]) >> (7U - bit % 8) & 1U);
+    }
+    return bits;
+}
+
+/// Reads until the input has that many bytes; false if the file ends before.
+bool Bzip2Source::Need(std::size_t bytes)
+{
+    while (m_input.size() < bytes && !m_inputEnded) {
+        const std::size_t size = m_input.size();
+        m_input.resize(size + kInputSize);
+        const std::size_t got = m_packed.Read(m_input.data() + size, kInputSize);
+        m_input.resize(size + got);
+        m_inputEnded = got == 0;
+    }
+    return m_input.size() >= bytes;
+}

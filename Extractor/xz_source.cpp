@@ -1,0 +1,71 @@
+#include "xz_source.h"
+
+#include "failure.h"
+
+#include <algorithm>
+#include <new>
+#include <thread>
+
+namespace {
+
+constexpr std::size_t kInputSize = std::size_t{64} * 1024;
+
+// The highest level of xz needs 65 MiB; an archive can be made to ask for 4 GiB and more.
+constexpr std::uint64_t kMostMemory = std::uint64_t{1024} * 1024 * 1024;
+
+lzma_ret StartDecoder(lzma_stream &stream)
+{
+#if LZMA_VERSION >= 50040002
+    lzma_mt options = {};
+    options.flags = LZMA_CONCATENATED;
+    options.threads = std::max(std::thread::hardware_concurrency(), 1U);
+    options.memlimit_threading = kMostMemory / 2;
+    options.memlimit_stop = kMostMemory;
+    return lzma_stream_decoder_mt(&stream, &options);
+#else
+    return lzma_stream_decoder(&stream, kMostMemory, LZMA_CONCATENATED);
+#endif
+}
+
+} // namespace
+
+XzSource::XzSource(ByteSource &packed)
+    : m_packed(packed)
+    , m_input(kInputSize)
+{
+    if (StartDecoder(m_stream) != LZMA_OK) {
+        throw std::bad_alloc();
+    }
+}
+
+XzSource::~XzSource()
+{
+    lzma_end(&m_stream);
+}
+
+std::size_t XzSource::Read(char *to, std::size_t room)
+{
+    m_stream.next_out = reinterpret_cast<std::uint8_t *>(to);
+    m_stream.avail_out = room;
+    while (m_stream.avail_out == room) {
+        if (m_stream.avail_in == 0 && m_action == LZMA_RUN) {
+            m_stream.next_in = reinterpret_cast<const std::uint8_t *>(m_input.data());
+            m_stream.avail_in = m_packed.Read(m_input.data(), m_input.size());
+            m_action = m_stream.avail_in == 0 ? LZMA_FINISH : LZMA_RUN;
+        }
+        switch (lzma_code(&m_stream, m_action)) {
+        case LZMA_OK:
+            break;
+        case LZMA_STREAM_END:
+            return room - m_stream.avail_out;
+        case LZMA_BUF_ERROR:
+            throw Failure("is cut off");
+        case LZMA_MEM_ERROR:
+        case LZMA_MEMLIMIT_ERROR:
+            throw Failure("needs too much memory to be unpacked");
+        default:
+            throw Failure("is damaged: xz data error");
+        }
+    }
+    return room - m_stream.avail_out;
+}
