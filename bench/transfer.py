@@ -95,7 +95,7 @@ with tempfile.TemporaryDirectory(dir=memory) as folder:
     random_file(f"{site}/1000.zip", 1000 * MB)
     random_file(f"{site}/small.zip", MB)
     port = free_port()
-    server = subprocess.Popen([f"{ROOT}/demo/serve", site, f"{folder}/nginx", str(port)])
+    server = subprocess.Popen([f"{ROOT}/demo/serve.sh", site, f"{folder}/nginx", str(port)])
     try:
         wait_until_it_accepts(port)
         url = f"https://localhost:{port}"
