@@ -17,14 +17,6 @@ const int kWorkLimitMs = 30000;
 auto *const s_former_runs = new QList<DataSingleton *>; // never freed, so that they are no leaks
 } // namespace
 
-/// Asked by LeakSanitizer: with windows that outlive the application, as the program's does, the
-/// offscreen platform leaves its screen behind.
-// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer chose the name
-extern "C" const char *__lsan_default_suppressions()
-{
-    return "leak:QScreen::QScreen\nleak:libqoffscreen\n";
-}
-
 Installation::Installation(bool beats)
     : m_beats(beats)
 {
