@@ -11,17 +11,11 @@ import subprocess
 import tempfile
 import time
 
-ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+import program
+
 ROUNDS = 41
 BLOCK = os.urandom(1 << 20)
 BLOCKS = 1 << 10
-
-
-def build(program):
-    flags = subprocess.check_output(["pkg-config", "--cflags", "--libs", "Qt5Core"], text=True)
-    subprocess.check_call(
-        ["c++", "-std=c++17", "-O2", "-fPIC", "-I", f"{ROOT}/Updater", f"{ROOT}/bench/file_sum.cpp",
-         f"{ROOT}/build/release/Updater/libzeft_updater_core.a", "-o", program, *flags.split()])
 
 
 def cat_seconds(data):
@@ -30,19 +24,18 @@ def cat_seconds(data):
     return time.perf_counter() - start
 
 
-def sum_seconds(program, data):
-    total, seconds = subprocess.check_output([program, data], text=True).split()
+def sum_seconds(file_sum, data):
+    total, seconds = subprocess.check_output([file_sum, data], text=True).split()
     assert int(total) == sum(BLOCK) * BLOCKS
     return float(seconds)
 
 
 with tempfile.TemporaryDirectory() as folder:
-    program, data = f"{folder}/file_sum", f"{folder}/data"
-    build(program)
+    file_sum, data = program.build("file_sum", folder, "Qt5Core"), f"{folder}/data"
     with open(data, "wb") as file:
         for _ in range(BLOCKS):
             file.write(BLOCK)
-    times = [(cat_seconds(data), sum_seconds(program, data)) for _ in range(ROUNDS)]
+    times = [(cat_seconds(data), sum_seconds(file_sum, data)) for _ in range(ROUNDS)]
     cat, ours = (statistics.median(column) for column in zip(*times))
     print(f"cat {cat:.4f} s, file sum {ours:.4f} s, ratio {ours / cat:.2f} "
           f"(medians of {ROUNDS} rounds, 1 GiB)")
