@@ -84,7 +84,7 @@ void Get(QNetworkAccessManager &manager, const QString &url, const QString &path
 void GetFloor(QNetworkAccessManager &manager, const QString &url, const QString &path)
 {
     QNetworkReply *reply = manager.get(QNetworkRequest(QUrl(url)));
-    reply->setReadBufferSize(1000000);
+    reply->setReadBufferSize(65536); // what costs least, as for the engine
     auto *file = new QFile(path, reply);
     file->open(QFile::WriteOnly | QFile::Unbuffered);
     QObject::connect(reply, &QNetworkReply::readyRead, [=] { file->write(reply->readAll()); });

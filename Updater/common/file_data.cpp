@@ -28,6 +28,8 @@ int SumOfStretch(const unsigned char *bytes, unsigned char zero)
     return sum;
 }
 
+} // namespace
+
 qint64 SumOfBytes(const unsigned char *begin, const unsigned char *end)
 {
     const volatile unsigned char hidden_zero = 0;
@@ -37,8 +39,6 @@ qint64 SumOfBytes(const unsigned char *begin, const unsigned char *end)
         sum += SumOfStretch(begin, zero);
     return std::accumulate(begin, end, sum);
 }
-
-} // namespace
 
 qint64 GetFileDataChecksum(QFile &file, qint64 limit)
 {

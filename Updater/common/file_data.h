@@ -3,6 +3,9 @@
 #include <QByteArray>
 #include <QFile>
 
+/// The sum of the bytes up to \a end, each as a value from 0 to 255.
+qint64 SumOfBytes(const unsigned char *begin, const unsigned char *end);
+
 /// Sums the bytes of \a file, each as a value from 0 to 255, from its beginning.
 ///
 /// Above 0, \a limit is the number of bytes that count; otherwise the whole file does. The file

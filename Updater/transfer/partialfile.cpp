@@ -6,8 +6,6 @@
 #include <QFile>
 #include <QtEndian>
 
-#include <numeric>
-
 PartialFileTail PartialFileTail::FromBytes(const QByteArray &bytes)
 {
     PartialFileTail tail;
@@ -51,8 +49,7 @@ void FileDownloader::AddTailBytes(QFile &file, QString &stamp, qint64 running_su
     if (file.size() == 0)
         return;
     PartialFileTail tail;
-    tail.sum =
-        data_length > 0 ? std::accumulate(data, data + data_length, running_sum) : running_sum;
+    tail.sum = running_sum + SumOfBytes(data, data + qMax(data_length, 0));
     tail.length = file.size();
     tail.stamp = stamp.leftJustified(PartialFileTail::kStampSize, '0', true);
     if (!stamp.isEmpty())

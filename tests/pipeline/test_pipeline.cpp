@@ -8,6 +8,7 @@
 #include <QDirIterator>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QRandomGenerator>
 #include <QTableWidget>
 #include <QTreeWidget>
 #include <QtEndian>
@@ -296,6 +297,11 @@ void TestPipeline::TransfersTwoAtOnce()
     QCOMPARE(QList<int>({records[0]->progress, records[1]->progress}), progress);
     QCOMPARE(records[0]->status, int(RecordStatus::Downloading));
     pause->click();
+    for (int i = 0; i < 100; ++i) { // ends with the downloads resumed
+        pause->click();
+        QTest::qWait(QRandomGenerator::global()->bounded(10));
+        QVERIFY(!records[2]->downloader || records[1]->status > RecordStatus::Downloading);
+    }
     // The place that falls free goes to the third one, beside the first.
     QVERIFY(m_installation->Work([&] { return records[2]->downloader != nullptr; }));
     QVERIFY(records[0]->downloader && records[1]->status >= RecordStatus::InstallPending);

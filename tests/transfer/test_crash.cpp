@@ -20,7 +20,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <numeric>
 
 namespace {
 
@@ -71,7 +70,7 @@ int Fetch(const QString &url, const QString &path)
     return QCoreApplication::exec();
 }
 
-/// All runs of one test: attempts, each with what it may go on from and what it left.
+/// All runs of one test.
 class Crashes
 {
 public:
@@ -80,12 +79,6 @@ public:
     void CompareWithLog() const;
 
 private:
-    struct Attempt
-    {
-        int from = 0;
-        int to = 0;
-    };
-
     bool Live(const QString &url);
     void Damage();
 
@@ -94,7 +87,8 @@ private:
     QTemporaryDir m_site;
     NginxServer m_server{m_site.path(), kBytesPerSecond};
     const QString m_path = m_dir.filePath("a.zip.dnl");
-    QList<Attempt> m_attempts;
+    QList<int> m_offsets; // what each attempt may go on from
+    qint64 m_gained = 0;  // bytes of all attempts
     int m_kills = 0;
     int m_damaged = 0;
     int m_finished = 0;
@@ -111,24 +105,24 @@ void Crashes::Run(int kills)
 {
     m_kills = kills;
     while (kills > 0) {
-        Attempt attempt;
-        attempt.from = ProvedLength(ReadFile(m_path));
-        const QString url = QString("%1/a.zip?%2").arg(m_server.Url()).arg(m_attempts.size());
+        const int from = ProvedLength(ReadFile(m_path));
+        const QString url = QString("%1/a.zip?%2").arg(m_server.Url()).arg(m_offsets.size());
+        m_offsets << from;
         const bool killed = !Live(url);
         kills -= killed ? 1 : 0;
         const QByteArray bytes = ReadFile(m_path);
         if (bytes == m_content) { // perhaps killed on its way out
-            attempt.to = kSize;
+            m_gained += kSize - from;
             ++m_finished;
             QFile::remove(m_path);
-        } else {
-            Check(killed, "a finished file is another one");
-            attempt.to = ProvedLength(bytes);
-            Check(m_content.startsWith(bytes.left(attempt.to)), "a proved file holds other data");
-            if (attempt.to > 0 && Random(4) == 0)
-                Damage();
+            continue;
         }
-        m_attempts << attempt;
+        Check(killed, "a finished file is another one");
+        const int to = ProvedLength(bytes);
+        m_gained += to - from;
+        Check(m_content.startsWith(bytes.left(to)), "a proved file holds other data");
+        if (to > 0 && Random(4) == 0)
+            Damage();
     }
 }
 
@@ -177,19 +171,16 @@ void Crashes::CompareWithLog() const
     qint64 sent = 0;
     for (const QString &line : m_server.AccessLog()) {
         const QRegularExpressionMatch match = form.match(line);
-        const int from = m_attempts.value(match.captured(1).toInt()).from;
+        const int from = m_offsets.value(match.captured(1).toInt());
         const QString range = from > 0 ? QString("bytes=%1-").arg(from) : QString("-");
         Check(match.captured(2) == range, line + " instead of " + range);
         resumes += from > 0 ? 1 : 0;
         sent += match.captured(3).toLongLong();
     }
     Check(resumes > 0 && m_finished > 0, "nothing was resumed and finished");
-    const qint64 gained = std::accumulate(
-        m_attempts.begin(), m_attempts.end(), qint64(0),
-        [](qint64 sum, const Attempt &attempt) { return sum + attempt.to - attempt.from; });
     std::printf("%d kills, %d resumes, %d damaged files refused, %d files finished; "
                 "%.1f of %.1f MB fetched twice\n",
-                m_kills, resumes, m_damaged, m_finished, static_cast<double>(sent - gained) / 1e6,
+                m_kills, resumes, m_damaged, m_finished, static_cast<double>(sent - m_gained) / 1e6,
                 static_cast<double>(sent) / 1e6);
 }
 

@@ -68,12 +68,9 @@ private slots:
     void cleanup();
     void EndsAsItMust_data();
     void EndsAsItMust();
-    void FetchesTextsToMemory_data();
-    void FetchesTextsToMemory();
     void ProbesAgainAfterAFault_data();
     void ProbesAgainAfterAFault();
     void AsksAgainAsLongAsTheServerStalls();
-    void StopsAtABrokenHandShake();
     void LeavesADamagedFileAlone_data();
     void LeavesADamagedFileAlone();
     void EndsAPauseThatWasTooLong();
@@ -81,12 +78,12 @@ private slots:
     void SurvivesAFullDisk();
 
 private:
-    enum Method { Get, GetToMemory, Head };
+    enum Method { Get, GetToMemory, GetByTls, Head };
 
     QString Path() const { return m_dir.filePath("a.zip.dnl"); }
     QByteArray FileBytes() const { return ReadFile(Path()); }
-    void Start(FileDownloader &transfer, Method method = Get, const QString &scheme = "http");
-    void Run(FileDownloader &transfer, Method method = Get, const QString &scheme = "http");
+    void Start(FileDownloader &transfer, int method = Get);
+    void Run(FileDownloader &transfer, int method = Get);
     QString Text(const QString &error) const;
 
     const QByteArray m_content = RandomBytes(kSize);
@@ -115,18 +112,20 @@ void TestFaults::cleanup()
 }
 
 /// With a clock that is fast enough for a test.
-void TestFaults::Start(FileDownloader &transfer, Method method, const QString &scheme)
+void TestFaults::Start(FileDownloader &transfer, int method)
 {
-    QVERIFY(transfer.Start(m_manager.data(), m_server->Url(scheme), method == Head, kSize,
-                           method == Get ? Path() : QString(), kStamp, true, 500, nullptr));
+    const QString url = m_server->Url(method == GetByTls ? "https" : "http");
+    const bool to_file = method == Get || method == GetByTls;
+    QVERIFY(transfer.Start(m_manager.data(), url, method == Head, kSize, to_file ? Path() : "",
+                           kStamp, true, 500, nullptr));
     transfer.m_timer.setInterval(20);
 }
 
 /// From the start to the one finish.
-void TestFaults::Run(FileDownloader &transfer, Method method, const QString &scheme)
+void TestFaults::Run(FileDownloader &transfer, int method)
 {
     QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
-    Start(transfer, method, scheme);
+    Start(transfer, method);
     QVERIFY(finished.wait(20000));
     QCoreApplication::processEvents();
     QCOMPARE(finished.count(), 1);
@@ -141,19 +140,19 @@ QString TestFaults::Text(const QString &error) const
 
 void TestFaults::EndsAsItMust_data()
 {
+    QTest::addColumn<int>("method");
     QTest::addColumn<int>("held"); // bytes in the partial file before
     QTest::addColumn<Script>("script");
     QTest::addColumn<QString>("error");
-    QTest::addColumn<float>("percent");
-    QTest::addColumn<QByteArray>("data"); // in the file afterwards
-    QTest::addColumn<bool>("resumable");
+    QTest::addColumn<QByteArray>("data"); // afterwards
 
-    const auto ends = [](const char *name, int held, const Script &script, const QByteArray &data) {
-        QTest::newRow(name) << held << script << QString() << 100.0F << data << false;
+    const auto ends = [](const char *name, int held, const Script &script, const QByteArray &data,
+                         int method = Get) {
+        QTest::newRow(name) << method << held << script << "" << data;
     };
     const auto fails = [](const QByteArray &name, int held, const Script &script,
-                          const QString &error, const QByteArray &data) {
-        QTest::newRow(name) << held << script << error << -1.0F << data << !data.isEmpty();
+                          const QString &error, const QByteArray &data, int method = Get) {
+        QTest::newRow(name) << method << held << script << error << data;
     };
     const QByteArray &all = m_content;
     const Answer silence = {};
@@ -217,61 +216,47 @@ void TestFaults::EndsAsItMust_data()
     ends("compressed against our wish", 0,
          {{ScriptedServer::Head("200 OK", "Content-Encoding: gzip\r\n" + Length(3)) + "abc"}},
          "abc");
+    fails("broken hand-shake", 3, Times(4, {"no TLS here"}), "SSL handshake failed", all.left(3),
+          GetByTls);
+
+    ends("memory: stalls", 0, {{Ok(all.left(1234567))}}, all, GetToMemory);
+    ends("memory: stalls in the middle of an error page", 0, {{Page("503 Busy").chopped(9)}}, all,
+         GetToMemory);
+    ends("memory: stalls behind the end", 0, {{unknown_length + all}}, all, GetToMemory);
+    fails("memory: cut", 0, Times(4, {Ok(all.left(1000)), ScriptedServer::Close}),
+          "Connection closed", all.left(1000), GetToMemory);
+    fails("memory: 404", 0, {{Page("404 Not Found")}}, "%1 - server replied: Not Found", kNothing,
+          GetToMemory);
 }
 
 void TestFaults::EndsAsItMust()
 {
+    QFETCH(int, method);
     QFETCH(int, held);
     QFETCH(Script, script);
     QFETCH(QString, error);
     QFETCH(QByteArray, data);
-    QFETCH(bool, resumable);
     if (held > 0)
         QVERIFY(WriteFile(Path(), PartialFile(m_content.left(held), kStamp)));
 
     FileDownloader transfer(nullptr);
     m_server->SetScript(script);
-    Run(transfer);
+    Run(transfer, method);
     QCOMPARE(transfer.m_error, Text(error));
-    QTEST(transfer.m_percent, "percent");
-    const qint64 kept = FileDownloader::GetDownloadedFileDetails(Path(), kStamp);
-    QCOMPARE(kept, qint64(resumable ? data.size() : 0));
-    QVERIFY(FileBytes().left(data.size()) == data);
-    QCOMPARE(FileBytes().size(), data.size() + (resumable ? 40 : 0));
+    QCOMPARE(transfer.m_percent, error.isEmpty() ? 100.0F : -1.0F);
+    const bool resumable = method != GetToMemory && !error.isEmpty() && !data.isEmpty();
+    QByteArray received;
+    transfer.GetDownloadedData(received);
+    QVERIFY(received == (resumable ? PartialFile(data, kStamp) : data));
 
     init(); // as another run would
     FileDownloader next(nullptr);
-    Run(next);
+    Run(next, method == GetByTls ? Get : method);
     QCOMPARE(m_server->Ranges().value(0),
-             kept > 0 ? "bytes=" + QByteArray::number(kept) + "-" : kNothing);
+             resumable ? "bytes=" + QByteArray::number(data.size()) + "-" : kNothing);
     QCOMPARE(next.m_error, QString());
-    QVERIFY(FileBytes() == m_content);
-}
-
-void TestFaults::FetchesTextsToMemory_data()
-{
-    QTest::addColumn<Script>("script");
-    QTest::addColumn<QString>("error");
-    QTest::newRow("stalls") << Script{{Ok(m_content.left(1234567))}} << "";
-    QTest::newRow("stalls in the middle of an error page")
-        << Script{{Page("503 Busy").chopped(9)}} << "";
-    QTest::newRow("stalls behind the end")
-        << Script{{ScriptedServer::Head("200 OK", "Connection: close") + m_content}} << "";
-    QTest::newRow("cut") << Times(4, {Ok(m_content.left(1000)), ScriptedServer::Close})
-                         << "Connection closed";
-}
-
-void TestFaults::FetchesTextsToMemory()
-{
-    QFETCH(Script, script);
-    QFETCH(QString, error);
-    FileDownloader transfer(nullptr);
-    m_server->SetScript(script);
-    Run(transfer, GetToMemory);
-    QCOMPARE(transfer.m_error, error);
-    QByteArray data;
-    transfer.GetDownloadedData(data);
-    QVERIFY(!error.isEmpty() || data == m_content);
+    next.GetDownloadedData(received);
+    QVERIFY(received == m_content);
 }
 
 void TestFaults::ProbesAgainAfterAFault_data()
@@ -280,32 +265,24 @@ void TestFaults::ProbesAgainAfterAFault_data()
     QTest::addColumn<QString>("error");
     QTest::addColumn<QString>("length");
     QTest::addColumn<QString>("modified");
+    const auto row = [](const char *name, const Script &script, const QString &error,
+                        const QString &length, const QString &modified) {
+        QTest::newRow(name) << script << error << length << modified;
+    };
     const QByteArray good =
         ScriptedServer::Head("200 OK", Length(5) + "\r\nLast-Modified: " + kDate);
-    QTest::newRow("none") << Script{{good}} << ""
-                          << "5" << kStamp;
-    QTest::newRow("connection closed between the two")
-        << Script{{good, ScriptedServer::Close}} << ""
-        << "5" << kStamp;
-    QTest::newRow("connection closed at the second one")
-        << Script{{good}, {"", ScriptedServer::Close}} << ""
-        << "5" << kStamp;
-    QTest::newRow("no length, no date")
-        << Script{{ScriptedServer::Head("200 OK", "Connection: close"), ScriptedServer::Close}}
-        << ""
-        << ""
-        << "";
-    QTest::newRow("refused") << Script{{ScriptedServer::Head("405 Not Here", Length(0))}}
-                             << "%1 - server replied: Not Here"
-                             << "0"
-                             << "";
-    QTest::newRow("redirect") << Script{{ScriptedServer::Head("302 Found",
-                                                              "Location: /\r\n" + Length(9))}}
-                              << "%1 - server replied: Found"
-                              << "9"
-                              << "";
-    QTest::newRow("silent, so that it is asked again as a GET")
-        << Script{{}} << "" << QString::number(kSize) << kStamp;
+    const QByteArray bare = ScriptedServer::Head("200 OK", "Connection: close");
+    const QByteArray refused = ScriptedServer::Head("405 Not Here", Length(0));
+    const QByteArray moved = ScriptedServer::Head("302 Found", "Location: /\r\n" + Length(9));
+    const QString error = "%1 - server replied: ";
+    row("none", {{good}}, "", "5", kStamp);
+    row("connection closed between the two", {{good, ScriptedServer::Close}}, "", "5", kStamp);
+    row("connection closed at the second one", {{good}, {"", ScriptedServer::Close}}, "", "5",
+        kStamp);
+    row("no length, no date", {{bare, ScriptedServer::Close}}, "", "", "");
+    row("refused", {{refused}}, error + "Not Here", "0", "");
+    row("redirect", {{moved}}, error + "Found", "9", "");
+    row("silent, so that it is asked again as a GET", {{}}, "", QString::number(kSize), kStamp);
 }
 
 void TestFaults::ProbesAgainAfterAFault()
@@ -341,17 +318,6 @@ void TestFaults::AsksAgainAsLongAsTheServerStalls()
     QCOMPARE(transfer.m_error, QString("Operation canceled"));
     QCOMPARE(m_server->Ranges().mid(1).count("bytes=1234567-"), 3);
     QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), kStamp), qint64(1234567));
-}
-
-void TestFaults::StopsAtABrokenHandShake()
-{
-    QVERIFY(WriteFile(Path(), PartialFile("abc", kStamp)));
-    FileDownloader transfer(nullptr);
-    m_server->SetScript(Times(4, {"no TLS here"}));
-    Run(transfer, Get, "https");
-    QCOMPARE(transfer.m_error, QString("SSL handshake failed"));
-    QCOMPARE(transfer.m_percent, -1.0F);
-    QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), kStamp), qint64(3));
 }
 
 void TestFaults::LeavesADamagedFileAlone_data()
