@@ -18,18 +18,11 @@ import sys
 import tempfile
 import time
 
-ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+import program
+
 ROUNDS = int(sys.argv[1]) if len(sys.argv) > 1 else 5
 MB = 1000000
 PROBES = 500
-
-
-def build(program):
-    flags = subprocess.check_output(
-        ["pkg-config", "--cflags", "--libs", "Qt5Widgets", "Qt5Network"], text=True)
-    subprocess.check_call(
-        ["c++", "-std=c++17", "-O2", "-fPIC", "-I", f"{ROOT}/Updater", f"{ROOT}/bench/transfer.cpp",
-         f"{ROOT}/build/release/Updater/libzeft_updater_core.a", "-o", program, *flags.split()])
 
 
 def free_port():
@@ -88,14 +81,14 @@ def random_file(path, size):
 
 memory = "/dev/shm" if os.path.isdir("/dev/shm") else None  # no disk in between
 with tempfile.TemporaryDirectory(dir=memory) as folder:
-    program, site, target = f"{folder}/transfer", f"{folder}/site", f"{folder}/target"
-    build(program)
+    site, target = f"{folder}/site", f"{folder}/target"
+    transfer = program.build("transfer", folder, "Qt5Widgets", "Qt5Network")
     os.mkdir(site)
     random_file(f"{site}/600.zip", 600 * MB)
     random_file(f"{site}/1000.zip", 1000 * MB)
     random_file(f"{site}/small.zip", MB)
     port = free_port()
-    server = subprocess.Popen([f"{ROOT}/demo/serve.sh", site, f"{folder}/nginx", str(port)])
+    server = subprocess.Popen([f"{program.ROOT}/demo/serve.sh", site, f"{folder}/nginx", str(port)])
     try:
         wait_until_it_accepts(port)
         url = f"https://localhost:{port}"
@@ -103,8 +96,8 @@ with tempfile.TemporaryDirectory(dir=memory) as folder:
         def contenders(name, size, kind):
             ours = [f"{url}/{name}", target, str(size)]
             return {"curl": ["curl", "-sk", "-o", target, f"{url}/{name}"],
-                    "engine": [program, kind, *ours],
-                    "floor": [program, "get-floor", *ours]}
+                    "engine": [transfer, kind, *ours],
+                    "floor": [transfer, "get-floor", *ours]}
 
         def take(name):
             assert filecmp.cmp(f"{site}/{name}", target, shallow=False), "another file"
@@ -116,8 +109,8 @@ with tempfile.TemporaryDirectory(dir=memory) as folder:
         small = f"{url}/small.zip"
         compare(f"{PROBES} probes", {
             "curl": ["curl", "-skI", "-o", "/dev/null", f"{small}?[1-{PROBES}]"],
-            "engine": [program, "probe", small, target, str(PROBES)],
-            "floor": [program, "probe-floor", small, target, str(PROBES)]})
+            "engine": [transfer, "probe", small, target, str(PROBES)],
+            "floor": [transfer, "probe-floor", small, target, str(PROBES)]})
     finally:
         server.terminate()
         server.wait()
