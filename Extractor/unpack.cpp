@@ -100,7 +100,7 @@ void UnpackSevenZip(const InputFile &file, Destination &destination, Progress &p
         return;
     }
     EntrySource tar(reader);
-    UnpackTar(tar, destination, progress);
+    UnpackTar(tar, destination);
     if (reader.NextEntry()) {
         throw Failure("holds a tar and more");
     }
@@ -111,7 +111,7 @@ void UnpackPackedTar(const InputFile &file, Destination &destination, Progress &
 {
     FileSource packed(file, progress);
     Unpacker tar(packed);
-    UnpackTar(tar, destination, progress);
+    UnpackTar(tar, destination);
 }
 
 /// Unpacks a tar that is packed in any way that libarchive knows, or not at all.
@@ -120,7 +120,7 @@ void UnpackOtherTar(const InputFile &file, Destination &destination, Progress &p
     ArchiveReader reader(file, ArchiveReader::Format::Packed, progress);
     reader.NextEntry();
     EntrySource tar(reader);
-    UnpackTar(tar, destination, progress);
+    UnpackTar(tar, destination);
 }
 
 void UnpackAny(const InputFile &file, Destination &destination, Progress &progress)
