@@ -75,8 +75,8 @@ bool IsWrappedTar(ArchiveReader &reader, archive_entry *entry)
 {
     const char *const name = archive_entry_pathname(entry);
     ArchiveReader::Block block;
-    if (archive_entry_filetype(entry) != AE_IFREG || !name || std::strchr(name, '/')
-        || !reader.NextBlock(block)) {
+    // Packed from a pipe, it has no name, and passes for a pipe.
+    if ((name && std::strchr(name, '/')) || !reader.NextBlock(block)) {
         return false;
     }
     reader.GiveBack(block);
