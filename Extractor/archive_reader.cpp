@@ -66,7 +66,7 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
     : m_archive(NewReader(format))
     , m_format(format)
     , m_file(&file)
-    , m_progress(progress)
+    , m_progress(&progress)
     , m_buffer(kBufferSize)
 {
     archive *const handle = m_archive.get();
@@ -91,11 +91,10 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
     Check(Open());
 }
 
-ArchiveReader::ArchiveReader(Prefetch &tar, Progress &progress)
+ArchiveReader::ArchiveReader(Prefetch &tar)
     : m_archive(NewReader(Format::Tar))
     , m_format(Format::Tar)
     , m_tar(&tar)
-    , m_progress(progress)
 {
     if (Open() != ARCHIVE_OK && !m_inputFailure) {
         throw Failure("is no archive of a known kind");
@@ -108,13 +107,13 @@ archive_entry *ArchiveReader::NextEntry()
     m_givenBack = {};
     archive_entry *entry = nullptr;
     const int result = archive_read_next_header(m_archive.get(), &entry);
-    if (result == ARCHIVE_EOF && m_tar && !m_tarEnded) {
-        throw Failure("is cut off: the mark at its end is missing");
-    }
+    Check(result == ARCHIVE_EOF ? ARCHIVE_OK : result);
     if (result == ARCHIVE_EOF) {
+        if (m_tar && !m_tarEnded) {
+            throw Failure("is cut off: the mark at its end is missing");
+        }
         return nullptr;
     }
-    Check(result);
     Report();
     return entry;
 }
@@ -130,12 +129,9 @@ bool ArchiveReader::NextBlock(Block &block)
     la_int64_t offset = 0;
     const int result = archive_read_data_block(m_archive.get(), &bytes, &size, &offset);
     block = {{static_cast<const char *>(bytes), size}, static_cast<std::uint64_t>(offset)};
-    if (result == ARCHIVE_EOF) {
-        return false;
-    }
-    Check(result);
+    Check(result == ARCHIVE_EOF ? ARCHIVE_OK : result);
     Report();
-    return true;
+    return result != ARCHIVE_EOF;
 }
 
 void ArchiveReader::GiveBack(const Block &block)
@@ -167,10 +163,8 @@ void ArchiveReader::Check(int result)
 void ArchiveReader::Report()
 {
     if (m_file) {
-        m_progress.Reach(static_cast<std::uint64_t>(archive_filter_bytes(m_archive.get(), -1)),
-                         m_file->Size());
-    } else {
-        m_progress.Tick();
+        m_progress->Reach(static_cast<std::uint64_t>(archive_filter_bytes(m_archive.get(), -1)),
+                          m_file->Size());
     }
 }
 

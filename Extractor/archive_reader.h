@@ -30,8 +30,8 @@ public:
     ArchiveReader(const InputFile &file, Format format, Progress &progress);
 
     /// Reads the bytes of \a tar, which must outlive the reader, as a tar archive. Whoever brings
-    /// them knows how far the run is; here \a progress only hears that it goes on.
-    ArchiveReader(Prefetch &tar, Progress &progress);
+    /// them knows how far the run is.
+    explicit ArchiveReader(Prefetch &tar);
 
     ArchiveReader(const ArchiveReader &) = delete;
     ArchiveReader &operator=(const ArchiveReader &) = delete;
@@ -68,8 +68,8 @@ private:
     const Format m_format;
     const InputFile *m_file = nullptr; // the input is this,
     Prefetch *m_tar = nullptr;         // or this
-    Progress &m_progress;
-    bool m_tarEnded = false; // the last that came of the tar was the mark of its end
+    Progress *m_progress = nullptr;    // of the file
+    bool m_tarEnded = false;           // the last that came of the tar was the mark of its end
     std::vector<char> m_buffer;
     std::uint64_t m_offset = 0; // where the next bytes of the file are read
     std::exception_ptr m_inputFailure;

@@ -1,9 +1,10 @@
 #include "bzip2_source.h"
 
+#include "worker_count.h"
+
 #include <algorithm>
 #include <array>
 #include <bzlib.h>
-#include <thread>
 
 namespace {
 
@@ -119,9 +120,8 @@ Bzip2Source::Bzip2Source(ByteSource &packed)
 
 std::size_t Bzip2Source::Read(char *to, std::size_t room)
 {
-    const std::size_t ahead = std::max(std::thread::hardware_concurrency(), 1U);
     while (m_read == m_block.size()) {
-        while (m_blocks.size() < ahead && StartNextBlock()) {
+        while (m_blocks.size() < WorkerCount() && StartNextBlock()) {
         }
         if (m_blocks.empty()) {
             return 0;
@@ -139,6 +139,7 @@ std::size_t Bzip2Source::Read(char *to, std::size_t room)
 bool Bzip2Source::StartNextBlock()
 {
     while (m_inStream || StartStream()) {
+        DropUsed();
         const std::uint64_t mark = Bits(m_at, kMarkSize);
         const auto sum = static_cast<std::uint32_t>(Bits(m_at + kMarkSize, kSumSize));
         if (mark == kEndMark) {
@@ -182,16 +183,23 @@ bool Bzip2Source::StartStream()
     return true;
 }
 
-/// The bit at which the next mark begins. Drops the input before m_at, and counts that anew.
+/// Drops the input before m_at, but not for a few bytes: there may be thousands of tiny blocks.
+void Bzip2Source::DropUsed()
+{
+    if (m_at / 8 >= kInputSize) {
+        m_input.erase(0, m_at / 8);
+        m_at %= 8;
+    }
+}
+
+/// The bit at which the next mark begins.
 std::size_t Bzip2Source::FindMark(std::size_t from)
 {
     static const Places second = FindPlaces(1);
     static const Places third = FindPlaces(2);
 
-    m_input.erase(0, m_at / 8);
-    from -= m_at / 8 * 8;
-    m_at %= 8;
-    for (std::size_t byte = from / 8; byte < kLongestBlock && Need(byte + 8); ++byte) {
+    const std::size_t last = from / 8 + kLongestBlock;
+    for (std::size_t byte = from / 8; byte < last && Need(byte + 8); ++byte) {
         const unsigned places = second[static_cast<unsigned char>(m_input[byte + 1])]
                                 & third[static_cast<unsigned char>(m_input[byte + 2])];
         if (places == 0) {

@@ -32,6 +32,7 @@ public:
 
 private:
     bool StartNextBlock();
+    void DropUsed();
     bool StartStream();
     std::size_t FindMark(std::size_t from);
     std::uint64_t Bits(std::size_t at, int count);

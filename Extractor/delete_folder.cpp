@@ -72,9 +72,12 @@ void DeleteFolder(const std::string &path, Progress &progress)
         if (errno != ENOENT && errno != ENOTDIR) {
             throw SystemFailure(path);
         }
-    } else if (IsProtected(status)) {
-        throw Failure("refusing to delete " + path);
     } else {
+        // A link, too, may be the very name by which the system finds one of these.
+        ::fstatat(parent.Get(), name.c_str(), &status, 0);
+        if (IsProtected(status)) {
+            throw Failure("refusing to delete " + path);
+        }
         RemoveTree(parent.Get(), name, &progress);
     }
     progress.Finish();

@@ -108,6 +108,9 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
         m_destination.SetAttributesLater(path, {PermissionsOf(entry), ModifiedOf(entry)});
         break;
     case AE_IFREG:
+        if ((archive_entry_perm(entry) & (S_ISUID | S_ISGID)) != 0) {
+            throw Failure(JoinPath(path) + ": would run with rights that are not its user's");
+        }
         WriteFile(reader, entry, path);
         break;
     case AE_IFLNK:

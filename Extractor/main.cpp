@@ -71,10 +71,12 @@ int Run(const std::vector<std::string> &arguments)
     Progress progress;
     // The two words differ for the caller alone: the content tells how to unpack.
     if ((command == "#uzip" || command == "#xtar") && arguments.size() == 3) {
+        progress.Start();
         Unpack(PathOf(arguments[1]), PathOf(arguments[2]), progress);
         return 0;
     }
     if (command == "#ddir" && arguments.size() == 2) {
+        progress.Start();
         DeleteFolder(PathOf(arguments[1]), progress);
         return 0;
     }

@@ -1,30 +1,56 @@
 #include "progress.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <system_error>
 #include <unistd.h>
 
 namespace {
 
-// Half of the promised 200 ms, since nobody looks at the clock while one block is worked on.
-constexpr std::chrono::milliseconds kSilence(100);
+constexpr std::chrono::milliseconds kSilence(100); // so that a busy machine keeps to 200
 
 } // namespace
+
+Progress::~Progress()
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_ended = true;
+    }
+    m_endCame.notify_one();
+    if (m_repeater.joinable()) {
+        m_repeater.join();
+    }
+}
+
+void Progress::Start()
+{
+    try {
+        m_repeater = std::thread(&Progress::Repeat, this);
+    } catch (const std::system_error &) {
+        // The work can be done without.
+    }
+}
 
 void Progress::Reach(std::uint64_t done, std::uint64_t total)
 {
     const double share = total == 0 ? 0.0 : static_cast<double>(done) / static_cast<double>(total);
     const int percent = static_cast<int>(std::min(share * 100.0, 99.0));
-    if (percent <= m_percent && Clock::now().time_since_epoch().count() < m_due) {
+    if (percent <= m_percent) {
         return;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
-    Print(std::max(percent, m_percent.load()));
+    if (percent > m_percent) {
+        Print(percent);
+    }
 }
 
 void Progress::Finish()
 {
-    Tell(100);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_ended = true;
+    Print(100);
 }
 
 void Progress::Tell(int percent)
@@ -33,10 +59,17 @@ void Progress::Tell(int percent)
     Print(percent);
 }
 
+void Progress::Repeat()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_endCame.wait_for(lock, kSilence, [this] { return m_ended; })) {
+        Print(m_percent);
+    }
+}
+
 void Progress::Print(int percent)
 {
     m_percent = percent;
-    m_due = (Clock::now() + kSilence).time_since_epoch().count();
 
     char line[8];
     const int length = std::snprintf(line, sizeof line, "%3d%%\n", percent);

@@ -75,8 +75,8 @@ bool IsWrappedTar(ArchiveReader &reader, archive_entry *entry)
 {
     const char *const name = archive_entry_pathname(entry);
     ArchiveReader::Block block;
-    if (archive_entry_filetype(entry) != AE_IFREG || !name || std::strchr(name, '/')
-        || !reader.NextBlock(block)) {
+    // Packed from a pipe, it has no name, and passes for a pipe.
+    if ((name && std::strchr(name, '/')) || !reader.NextBlock(block)) {
         return false;
     }
     reader.GiveBack(block);
@@ -100,7 +100,7 @@ void UnpackSevenZip(const InputFile &file, Destination &destination, Progress &p
         return;
     }
     EntrySource tar(reader);
-    UnpackTar(tar, destination, progress);
+    UnpackTar(tar, destination);
     if (reader.NextEntry()) {
         throw Failure("holds a tar and more");
     }
@@ -111,7 +111,7 @@ void UnpackPackedTar(const InputFile &file, Destination &destination, Progress &
 {
     FileSource packed(file, progress);
     Unpacker tar(packed);
-    UnpackTar(tar, destination, progress);
+    UnpackTar(tar, destination);
 }
 
 /// Unpacks a tar that is packed in any way that libarchive knows, or not at all.
@@ -120,7 +120,7 @@ void UnpackOtherTar(const InputFile &file, Destination &destination, Progress &p
     ArchiveReader reader(file, ArchiveReader::Format::Packed, progress);
     reader.NextEntry();
     EntrySource tar(reader);
-    UnpackTar(tar, destination, progress);
+    UnpackTar(tar, destination);
 }
 
 void UnpackAny(const InputFile &file, Destination &destination, Progress &progress)

@@ -9,5 +9,6 @@
 /// bzip2, xz and the like, not packed, or the only file in a 7z.
 ///
 /// Nothing outside the destination is touched, whatever the archive says. Anything wrong with it
-/// is thrown as a Failure, and what the run has made by then is removed again.
+/// is thrown as a Failure, and what the run has made by then is removed again, save in a top folder
+/// that was there before: that one keeps it, but no `version.info`.
 void Unpack(const std::string &archivePath, const std::string &destinationPath, Progress &progress);

@@ -4,10 +4,10 @@
 #include "entry_writer.h"
 #include "prefetch.h"
 
-void UnpackTar(ByteSource &tar, Destination &destination, Progress &progress)
+void UnpackTar(ByteSource &tar, Destination &destination)
 {
     Prefetch ahead(tar);
-    ArchiveReader reader(ahead, progress);
+    ArchiveReader reader(ahead);
     EntryWriter writer(destination);
     while (archive_entry *const entry = reader.NextEntry()) {
         writer.Write(reader, entry);

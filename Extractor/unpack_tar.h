@@ -4,4 +4,4 @@
 #include "destination.h"
 
 /// Unpacks the tar that \a tar brings; it is read on another thread than it is written.
-void UnpackTar(ByteSource &tar, Destination &destination, Progress &progress);
+void UnpackTar(ByteSource &tar, Destination &destination);

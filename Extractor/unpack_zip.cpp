@@ -3,6 +3,7 @@
 #include "archive_reader.h"
 #include "entry_writer.h"
 #include "failure.h"
+#include "worker_count.h"
 #include "zip_directory.h"
 
 #include <algorithm>
@@ -110,8 +111,7 @@ void UnpackZip(const InputFile &file, Destination &destination, Progress &progre
 {
     const ZipDirectory directory(file);
     ZipWork work(file, directory, destination, progress);
-    const std::size_t workers =
-        std::min<std::size_t>(std::max(std::thread::hardware_concurrency(), 1U), work.BatchCount());
+    const std::size_t workers = std::min<std::size_t>(WorkerCount(), work.BatchCount());
     std::vector<std::thread> others;
     try {
         while (others.size() + 1 < workers) {

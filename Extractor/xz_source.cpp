@@ -1,10 +1,9 @@
 #include "xz_source.h"
 
 #include "failure.h"
+#include "worker_count.h"
 
-#include <algorithm>
 #include <new>
-#include <thread>
 
 namespace {
 
@@ -18,7 +17,7 @@ lzma_ret StartDecoder(lzma_stream &stream)
 #if LZMA_VERSION >= 50040002
     lzma_mt options = {};
     options.flags = LZMA_CONCATENATED;
-    options.threads = std::max(std::thread::hardware_concurrency(), 1U);
+    options.threads = WorkerCount();
     options.memlimit_threading = kMostMemory / 2;
     options.memlimit_stop = kMostMemory;
     return lzma_stream_decoder_mt(&stream, &options);

@@ -55,10 +55,17 @@ std::optional<Whereabouts> FindDirectory(const InputFile &file)
     const std::uint64_t tailOffset = file.Size() - size;
     std::vector<char> tail(size);
     tail.resize(file.ReadAt(tailOffset, tail.data(), tail.size()));
+    // A program that writes whole blocks fills up the last one with zeros.
+    const auto lastUsed =
+        std::find_if(tail.rbegin(), tail.rend(), [](char byte) { return byte != 0; });
+    const auto used = static_cast<std::size_t>(tail.rend() - lastUsed);
     for (std::size_t at = tail.size(); at-- > 0;) {
         const char *const end = tail.data() + at;
-        if (at + kEndSize > tail.size() || !HasSignature(end, "PK\5\6")
-            || at + kEndSize + Number(end + 20, 2) != tail.size()) {
+        if (at + kEndSize > tail.size() || !HasSignature(end, "PK\5\6")) {
+            continue;
+        }
+        const std::size_t stop = at + kEndSize + Number(end + 20, 2); // behind the comment
+        if (stop < used || stop > tail.size()) {
             continue;
         }
         Whereabouts found = {Number(end + 16, 4), Number(end + 12, 4), Number(end + 10, 2), 0};

@@ -5,6 +5,7 @@ import signal
 import subprocess
 import time
 import unittest
+from pathlib import Path
 
 from support import EXTRACTOR, ExtractorTest, make_tree
 
@@ -22,8 +23,7 @@ echo 50%
 
 def lives(pid):
     try:
-        with open(f"/proc/{pid}/stat") as file:
-            return file.read().rsplit(")", 1)[1].split()[0] != "Z"
+        return Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()[0] != "Z"
     except FileNotFoundError:
         return False
 
@@ -38,7 +38,11 @@ class Script(ExtractorTest):
         self.addCleanup(self.kill_all)
 
     def command(self, text, mode=0o755):
-        make_tree(self.folder, {"zeft_install.sh": (mode, text.replace("{pids}", self.pids).encode())})
+        if text is None:
+            os.unlink(self.script)
+        else:
+            text = text.replace("{pids}", self.pids).encode()
+            make_tree(self.folder, {"zeft_install.sh": (mode, text)})
         return [EXTRACTOR, "#rscript", "#" + self.script, "#" + self.folder, "#mclose"]
 
     def run_script(self, text, mode=0o755):
@@ -46,12 +50,10 @@ class Script(ExtractorTest):
                               stdin=subprocess.PIPE, text=True, timeout=60)
 
     def log(self):
-        with open(os.path.join(self.downloads, "Comp_install.log")) as file:
-            return file.read()
+        return Path(self.downloads, "Comp_install.log").read_text()
 
     def started(self):
-        with open(self.pids) as file:
-            return [int(pid) for pid in file.read().split()]
+        return [int(pid) for pid in Path(self.pids).read_text().split()]
 
     def kill_all(self):
         for pid in self.started() if os.path.exists(self.pids) else []:
@@ -91,16 +93,12 @@ class Script(ExtractorTest):
         for name, text, code, message in (
                 ("exit code", "exit 7", 7, "ended with code 7"),
                 ("signal", "kill -TERM $$", 143, "ended with code 143"),
-                ("no such program", "#!/no/such/program\n", 1, "No such file")):
+                ("no such program", "#!/no/such/program\n", 1, "No such file"),
+                ("no script", None, 1, "zeft_install.sh: No such file")):
             with self.subTest(name):
                 run = self.run_script(text)
                 self.assertEqual((run.returncode, run.stdout), (code, ""))
                 self.assertIn(message, run.stderr)
-        os.unlink(self.script)
-        run = subprocess.run([EXTRACTOR, "#rscript", "#" + self.script, "#" + self.folder,
-                              "#mclose"], cwd=self.downloads, capture_output=True, text=True)
-        self.assertEqual((run.returncode, run.stdout), (1, ""))
-        self.assertIn("No such file", run.stderr)
 
     def test_services_outlive_a_normal_end(self):
         run = self.run_script("""(while echo talks; do sleep 0.05; done) & echo $! > {pids}
