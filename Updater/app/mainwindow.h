@@ -105,6 +105,8 @@ private:
     void ProcessDelete();
     void StartDelete();
     void FinishDelete();
+    /// Deletes the record's files in the downloads directory, unless another record waits for them.
+    void DeleteLeftovers(const DN_FILE_STRUCT &record);
     void DelNonRequiredFiles();
 
     // Status (pipeline/mainwindow_status.cpp)

@@ -90,12 +90,14 @@ void AddPackageRow(DownloadWgt *page, const QString &stem, DN_FILE_STRUCT *recor
         page->AddTableRow(record ? stem : "Local Install (eg. " + stem + ")", record);
 }
 
-/// True if the file lies in the component's own directory, which is deleted before it is unpacked.
-bool IsInComponentDir(const QString &path, const DN_FILE_STRUCT &record)
+/// True if the component's directory, which is deleted before the file is unpacked, is the file or
+/// holds it or, where that is a link, what it leads to.
+bool GoesWithComponent(const QString &path, const DN_FILE_STRUCT &record)
 {
-    const QFileInfo dir(ComponentDir(record));
-    return dir.exists()
-           && QFileInfo(path).canonicalFilePath().startsWith(dir.canonicalFilePath() + "/");
+    const auto real = [](const QString &name) { return QFileInfo(name).canonicalFilePath() + "/"; };
+    const QString dir = ComponentDir(record);
+    return QFileInfo::exists(dir)
+           && (real(path).startsWith(real(dir)) || real(record.local_dir).startsWith(real(dir)));
 }
 
 } // namespace
@@ -239,7 +241,10 @@ void MainWindow::AddToLocalInstall(const QString &path)
     record->time_stamp = GetFileModifiedDateTime(path, false, true, false);
     record->file_size = GetFileSizeInBytes(path);
     SetInstallTarget(*record, DataSingleton::Inst()->InstalledPath());
-    if (!IsInstallable(record->file_name) || IsInComponentDir(path, *record)) {
+    // Before the old component goes, there must be something to take its place.
+    const QFileInfo file(path);
+    if (!IsInstallable(record->file_name) || !file.isFile() || !file.isReadable()
+        || GoesWithComponent(path, *record)) {
         AddMsg("File can't be installed safely: " + path, 3);
         return;
     }

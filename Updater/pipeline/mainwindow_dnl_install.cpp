@@ -31,16 +31,26 @@ void Enqueue(Queue &queue, DN_FILE_STRUCT *record, int status)
     queue.append(record);
 }
 
-/// True while the record's directory is still to be deleted, be it for another record of the same
-/// component.
+/// True for two records of one component, such as a repository's and a picked file's.
+bool ShareDir(const DN_FILE_STRUCT *one, const DN_FILE_STRUCT *other)
+{
+    return one != other && !one->install_dir.isEmpty() && one->install_dir == other->install_dir
+           && one->install_root == other->install_root;
+}
+
+/// True while the record's directory is still to be deleted, be it for another record.
 bool IsHeldBack(const DN_FILE_STRUCT *record, const Queue &delete_queue)
 {
-    return std::any_of(
-        delete_queue.begin(), delete_queue.end(), [record](const DN_FILE_STRUCT *deleted) {
-            return deleted == record
-                   || (!record->install_dir.isEmpty() && deleted->install_dir == record->install_dir
-                       && deleted->install_root == record->install_root);
-        });
+    return std::any_of(delete_queue.begin(), delete_queue.end(),
+                       [record](const DN_FILE_STRUCT *deleted) {
+                           return deleted == record || ShareDir(deleted, record);
+                       });
+}
+
+/// True while the run of this queue works in the record's directory for another record.
+bool IsOccupied(const DN_FILE_STRUCT *record, const QProcess *process, const Queue &queue)
+{
+    return process && ShareDir(queue.first(), record);
 }
 
 /// Gives the head of a queue its turn to start. One that is held back goes to the tail, and null
@@ -238,7 +248,7 @@ void MainWindow::StartInstall()
 void MainWindow::FinishInstall()
 {
     DN_FILE_STRUCT *record = FinishHead(install_queue, install_process, RecordStatus::Installed);
-    DeleteDownload(*record);
+    DeleteLeftovers(*record);
     if (QFileInfo::exists(ScriptPath(ComponentDir(*record)))) {
         AddToPostInstall(record);
         AddMsg(QString("File %1 installed. Post installation script found. Running post "
@@ -287,6 +297,9 @@ void MainWindow::StartDelete()
     if (delete_queue.isEmpty())
         return;
     DN_FILE_STRUCT *record = delete_queue.first();
+    if (IsOccupied(record, install_process, install_queue)
+        || IsOccupied(record, post_install_process, post_install_queue))
+        return;
     record->status = RecordStatus::Deleting;
     record->progress = 0;
     AddMsg(QString("Deleting directory %1...").arg(ComponentDir(*record)), 1);
@@ -299,8 +312,17 @@ void MainWindow::FinishDelete()
     if (install_queue.contains(record))
         record->status = RecordStatus::InstallPending;
     else
-        DeleteDownload(*record);
+        DeleteLeftovers(*record);
     AddMsg(QString("Deleted directory %1.").arg(ComponentDir(*record)), 1);
+}
+
+void MainWindow::DeleteLeftovers(const DN_FILE_STRUCT &record)
+{
+    for (const DN_FILE_STRUCT *other : download_queue + install_queue) {
+        if (other->file_name == record.file_name)
+            return;
+    }
+    DeleteDownload(record);
 }
 
 void MainWindow::DelNonRequiredFiles()

@@ -26,8 +26,6 @@ private slots:
     void TakesTheAlternateLink();
 
 private:
-    /// Waits for the end of the sequence. True if it ended with a catalogue.
-    static bool IsConnected(const Installation &installation);
     /// What was asked for since the last call, as "METHOD path status", the path below the site.
     QStringList Requests();
 
@@ -46,13 +44,6 @@ void TestConnecting::initTestCase()
 {
     SilentConsole::Start();
     QVERIFY2(m_server.Start(), qPrintable(m_server.Errors()));
-}
-
-bool TestConnecting::IsConnected(const Installation &installation)
-{
-    const auto *connect = installation.Find<QPushButton>("pb_connect");
-    return QTest::qWaitFor([&] { return connect->isHidden() || connect->isEnabled(); }, 20000)
-           && connect->isHidden();
 }
 
 QStringList TestConnecting::Requests()
@@ -80,7 +71,7 @@ void TestConnecting::FetchesTheCatalogue()
     installation.Connect(m_server.Url() + "/whole");
     QVERIFY(QGuiApplication::overrideCursor()
             && !installation.Find<QPushButton>("pb_connect")->isEnabled());
-    QVERIFY(IsConnected(installation));
+    QVERIFY(installation.IsConnected());
     QCOMPARE(Requests(),
              QStringList({"GET/zeft_upt_fversions.info 200", "GET/bsp/hwd_doc.zip 200",
                           "GET/bsp/zeft_bsps.info 200", "HEAD/core/version_latest/a%20b.zip 200",
@@ -141,7 +132,7 @@ void TestConnecting::FailsAndConnectsAgain()
     else
         QVERIFY(WriteFile(m_site.filePath("site/zeft/" + path), content));
     installation.Connect(m_server.Url() + "/site");
-    QVERIFY(!IsConnected(installation));
+    QVERIFY(!installation.IsConnected());
     QVERIFY2(installation.Log().last().startsWith(message), qPrintable(installation.Log().last()));
     QVERIFY(message != kFailed || installation.Log().last().size() > kFailed.size());
     QTEST(Requests().size(), "requests");
@@ -154,7 +145,7 @@ void TestConnecting::FailsAndConnectsAgain()
     else
         QVERIFY(repository.Publish());
     installation.Connect(m_server.Url() + "/site");
-    QVERIFY(IsConnected(installation));
+    QVERIFY(installation.IsConnected());
     QCOMPARE(Requests().size(), 4);
     QCOMPARE(window->records.size(), 1);
 }
@@ -167,7 +158,7 @@ void TestConnecting::TakesTheAlternateLink()
     QCOMPARE(installation.Log().last(), "Connecting to " + AlternateRepositoryUrl() + "...");
     QCOMPARE(installation.Window()->base_downloader->m_url,
              AlternateRepositoryUrl() + "/zeft/zeft_upt_fversions.info");
-    IsConnected(installation); // or not; nobody may serve there
+    installation.IsConnected(); // or not; nobody may serve there
 }
 
 QTEST_MAIN(TestConnecting)

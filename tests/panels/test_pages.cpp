@@ -365,14 +365,23 @@ void TestPages::AsksForAnInstalledOne()
 void TestPages::TurnsDownWhatIsNotSafe()
 {
     Installation installation;
-    const QString own = installation.Path("hardware/x/zeft_bsp_x.hlib.zip");
-    WriteFile(own, "x"); // the component's directory goes before the file is read
-    const QStringList paths = {"/tmp/zeft_bsp_.hlib.zip", "/tmp/..zip", "/tmp/hardware.cab", own};
-    for (const QString &path : paths) {
+    // What is or lies in the component's own directory goes before it is unpacked.
+    const QStringList files = {"p/zeft_bsp_.hlib.zip", "p/..zip", "p/hardware.cab", "tools",
+                               "hardware/x/zeft_bsp_x.hlib.zip"};
+    const QStringList links = {"p/zeft_bsp_x.hlib.zip", "hardware/z/zeft_bsp_z.hlib.zip"};
+    for (const QString &name : files + QStringList{"p/folder.cab/x", "hardware/z/x"})
+        WriteFile(installation.Path(name), "x");
+    QFile::link(installation.Path(files[4]), installation.Path(links[0]));
+    QFile::link(installation.Path(files[3]), installation.Path(links[1]));
+    QStringList paths = {"", "/", "/dev/null"};
+    for (const QString &name : files + links + QStringList{"p/folder.cab", "p/gone.cab"})
+        paths += installation.Path(name);
+    for (const QString &path : qAsConst(paths)) {
         installation.Window()->AddToLocalInstall(path);
         QCOMPARE(installation.Log().last(), "File can't be installed safely: " + path);
     }
     QCOMPARE(LocalPage(installation)->Rows(), 0);
+    QVERIFY(installation.Window()->local_records.isEmpty());
     QVERIFY(installation.Window()->delete_queue.isEmpty());
 }
 

@@ -1,17 +1,20 @@
 #include "app/mainwindow_helper.h"
+#include "support/filebytes.h"
 #include "support/installation.h"
 #include "support/nginxserver.h"
 #include "support/repository.h"
 #include "support/silentconsole.h"
 
-#include <QProcess>
-#include <QPushButton>
 #include <QThread>
 #include <QtTest>
 
 #include <csignal>
 
-/// The component "t" is cancelled in each state, while "o" and "p" go their way.
+/// What the first record of the queue has come to when the press comes.
+enum Stage { Queued, Deleted, Unpacks, RunsScript };
+Q_DECLARE_METATYPE(Stage)
+
+/// The component "t" is cancelled or uninstalled in each state, while "o" and "p" go their way.
 class TestCancelling : public QObject
 {
     Q_OBJECT
@@ -22,22 +25,18 @@ private slots:
 
     void CancelsADownload_data();
     void CancelsADownload();
-    void CancelsWhatWaitsForItsDeletion();
-    void CancelsWhatWaitsForAnother();
-    void CancelsAnExtraction();
-    void CancelsWhatWaitsForItsScript();
-    void EndsAScriptWithAllItsProcesses_data();
-    void EndsAScriptWithAllItsProcesses();
-    void DeletesAComponentBeforeAnyRecordInstallsIt();
+    void EndsAnInstallation_data();
+    void EndsAnInstallation();
+    void KeepsTheRunsOfOneComponentApart();
 
 private:
     QString ArchivePath(const QString &stem) const;
     /// Makes a catalogue that finds these components complete in the downloads directory, so that
     /// each waits for its deletion and installation.
-    void Queue(Installation &installation, const QStringList &stems);
+    void Queue(Installation &installation, const QString &stems);
 
     QTemporaryDir m_site;
-    NginxServer m_server{m_site.path(), 300000};
+    NginxServer m_server{m_site.path(), 600000};
     Repository m_repository{m_site.path()};
 };
 
@@ -45,42 +44,55 @@ namespace {
 
 const QString kDir = "core/version_latest";
 const QString kKind = ".tar.bz2"; // it takes a while to unpack
-const char kEndlessScript[] = "#!/bin/sh\nsleep 600 &\necho $! >grandchild\necho $$ "
-                              ">child.part\nmv child.part child\nsleep 600\n";
+const int kSize = 3000000;        // a few blocks, so that some are left when the first file appears
+const char kEndlessScript[] = "#!/bin/sh\n[ -e ../brief ] && exit\nsleep 600 &\n"
+                              "echo $$ $! >child.part\nmv child.part child\nsleep 600\n";
 
 bool IsAlive(const QByteArray &pid)
 {
-    const QByteArray state = ReadFile("/proc/" + pid.trimmed() + "/stat");
+    const QByteArray state = ReadFile("/proc/" + pid + "/stat");
     return !state.isEmpty() && !state.contains(") Z ");
 }
 
-/// Beats until a run of this stage works on a component, and stops it when it has made this file.
-/// The event loop, which might end the run, doesn't turn in between.
-bool Freeze(Installation &installation, QProcess *const &process,
-            const QList<DN_FILE_STRUCT *> &queue, const QString &stem, const QString &file)
+QByteArray Pid(const QProcess *process)
 {
-    const auto runs = [&] { return process && queue.first() == installation.Record(stem + kKind); };
-    for (int beat = 0; beat < 5000 && !runs(); ++beat) {
-        QTest::qWait(2);
-        installation.Window()->Timer500();
-    }
-    for (int wait = 0; wait < 5000 && !QFile::exists(installation.Path(file)); ++wait)
-        QThread::msleep(1);
-    return runs() && process->state() == QProcess::Running
-           && kill(static_cast<pid_t>(process->processId()), SIGSTOP) == 0;
+    return QByteArray::number(process->processId());
 }
 
-/// True once "t" has gone from the disk and "o" is installed.
-bool EndsWell(Installation &installation)
+/// Beats until a run of this stage works on a record, and stops it when it has made this file. The
+/// event loop, which might end the run, doesn't turn in between.
+bool Freeze(Installation &installation, QProcess *const &process,
+            const QList<DN_FILE_STRUCT *> &queue, const DN_FILE_STRUCT *record, const char *file)
 {
-    const auto *cancelled = installation.Record("t" + kKind);
-    return installation.Work([&] {
-        return cancelled->status == RecordStatus::NotInstalled
-               && installation.Record("o" + kKind)->status == RecordStatus::Installed;
-    }) && !QFile::exists(installation.Path("t.tar"))
-           && !QFile::exists(installation.Download("t" + kKind))
-           && ReadFile(installation.Path("o.tar/version.info")) == "build:2024.05.01"
-           && !QFile::exists(installation.Path("o.tar/old"));
+    const auto runs = [&] { return process && queue.first() == record; };
+    const QString path = record->install_root + "/" + record->install_dir + "/" + file;
+    if (!installation.Work(runs))
+        return false;
+    for (int wait = 0; wait < 5000 && !QFile::exists(path); ++wait)
+        QThread::msleep(1);
+    return process->state() == QProcess::Running && kill(Pid(process).toInt(), SIGSTOP) == 0;
+}
+
+/// Brings the first record to a stage, and frozen there, and the others as far as they get.
+bool Reach(Stage stage, Installation &installation)
+{
+    MainWindow *window = installation.Window();
+    const DN_FILE_STRUCT *first = window->records[0];
+    const auto &queue = window->install_queue;
+    const auto &scripts = window->post_install_queue;
+    switch (stage) {
+    case Queued:
+        return true;
+    case Deleted:
+        return installation.Work([&] { return window->delete_queue.first() != first; });
+    case Unpacks:
+        return Freeze(installation, window->install_process, queue, first, "noise")
+               && installation.Work([&] { return window->delete_queue.isEmpty(); });
+    case RunsScript:
+        return Freeze(installation, window->post_install_process, scripts, first, "child")
+               && installation.Work([&] { return scripts.size() == 2; });
+    }
+    return false;
 }
 
 } // namespace
@@ -89,15 +101,12 @@ void TestCancelling::initTestCase()
 {
     SilentConsole::Start();
     QVERIFY2(m_server.Start(), qPrintable(m_server.Errors()));
-    for (const char *stem : {"t", "o", "p"}) {
-        Files files = {{QString(stem) + ".tar/version.info", "build:2024.05.01"}};
-        if (*stem != 'p')
-            files.insert(QString(stem) + ".tar/zeft_install.sh",
-                         *stem == 't' ? kEndlessScript : "#!/bin/sh\n>began\nsleep 1\n");
-        QProcess noise; // what no packing makes small
-        noise.start("openssl", {"rand", "1500000"});
-        QVERIFY(noise.waitForFinished());
-        files.insert(QString(stem) + ".tar/noise", noise.readAll());
+    for (const QString stem : {"t", "o", "p"}) {
+        Files files = {{stem + ".tar/version.info", "build:2024.05.01"},
+                       {stem + ".tar/noise", RandomBytes(kSize)}};
+        if (stem != "p")
+            files.insert(stem + ".tar/zeft_install.sh",
+                         stem == "t" ? kEndlessScript : "#!/bin/sh\n>child\nsleep 1\n");
         m_repository.Add(kDir, stem + kKind, files);
     }
     QVERIFY(m_repository.Publish());
@@ -108,10 +117,10 @@ QString TestCancelling::ArchivePath(const QString &stem) const
     return m_repository.ArchivePath(kDir, stem + kKind);
 }
 
-void TestCancelling::Queue(Installation &installation, const QStringList &stems)
+void TestCancelling::Queue(Installation &installation, const QString &stems)
 {
     MainWindow *window = installation.Window();
-    for (const QString &stem : stems) {
+    for (const QString stem : stems) {
         QFile::copy(ArchivePath(stem), installation.Download(stem + kKind));
         WriteFile(installation.Path(stem + ".tar/old"), "old");
         window->fversions_lines +=
@@ -138,131 +147,134 @@ void TestCancelling::CancelsADownload()
     if (installed)
         WriteFile(installation.Path("t.tar/version.info"), "build:2023.05.01");
     installation.Connect(m_server.Url());
-    QVERIFY(
-        installation.Work([&] { return installation.Find<QPushButton>("pb_pause")->isEnabled(); }));
+    QVERIFY(installation.IsConnected());
     MainWindow *window = installation.Window();
     DN_FILE_STRUCT *record = installation.Record("t" + kKind);
+    DN_FILE_STRUCT *other = installation.Record("o" + kKind);
     for (const QChar stem : queue)
         window->AddToDownload(installation.Record(stem + kKind));
     if (queue.endsWith('t'))
         WriteFile(installation.Download("t" + kKind + ".dnl"), "of an earlier run");
-    QVERIFY(installation.Work([&] { return installation.Record("o" + kKind)->progress > 10; }));
+    QVERIFY(installation.Work([&] { return other->progress > 10; }));
     QVERIFY(QFile::exists(installation.Download("t" + kKind + ".dnl")));
-    const FileDownloader *other = installation.Record("o" + kKind)->downloader;
+    const FileDownloader *transfer = other->downloader;
 
-    window->CancelDownloadInstall(record);
+    installation.Press("pb_install", record);
     QCOMPARE(record->status,
              int(installed ? RecordStatus::UpdateAvailable : RecordStatus::NotInstalled));
     QVERIFY(!record->downloader && !QFile::exists(installation.Download("t" + kKind + ".dnl")));
     QCOMPARE(QFile::exists(installation.Path("t.tar/version.info")), installed);
-    QCOMPARE(window->download_queue, QList<DN_FILE_STRUCT *>({installation.Record("o" + kKind),
-                                                              installation.Record("p" + kKind)}));
+    DN_FILE_STRUCT *last = installation.Record("p" + kKind);
+    QCOMPARE(window->download_queue, QList<DN_FILE_STRUCT *>({other, last}));
     window->Timer500();
-    QVERIFY(installation.Record("o" + kKind)->downloader == other
-            && installation.Record("p" + kKind)->downloader);
+    QVERIFY(other->downloader == transfer && last->downloader);
 }
 
-void TestCancelling::CancelsWhatWaitsForItsDeletion()
+void TestCancelling::EndsAnInstallation_data()
 {
-    Installation installation(false);
-    Queue(installation, {"o", "t"});
-    const DN_FILE_STRUCT *record = installation.Record("t" + kKind);
-    installation.Window()->CancelDownloadInstall(installation.Record("t" + kKind));
-    QCOMPARE(record->status, int(RecordStatus::InstallPending));
-    QVERIFY(EndsWell(installation));
+    QTest::addColumn<QString>("queue");
+    QTest::addColumn<Stage>("stage");    // of the first
+    QTest::addColumn<QString>("button"); // none: the window is closed
+    QTest::addColumn<int>("status");     // after the press
+    QTest::addColumn<bool>("installs");
+    const auto row = [](const char *name, const char *queue, Stage stage, const char *button,
+                        int status, bool installs) {
+        QTest::newRow(name) << QString(queue) << stage << QString(button) << status << installs;
+    };
+    const char cancel[] = "pb_install";
+    const char uninstall[] = "pb_delete";
+    const int pending = RecordStatus::InstallPending;
+    const int deleting = RecordStatus::Deleting;
+    row("waits for its deletion", "ot", Queued, cancel, pending, false);
+    row("its turn has come", "to", Deleted, cancel, deleting, false);
+    row("waits for another", "ot", Unpacks, cancel, deleting, false);
+    row("unpacks", "to", Unpacks, cancel, deleting, false);
+    row("waits for another's script", "ot", RunsScript, cancel, deleting, false);
+    row("runs its script", "to", RunsScript, cancel, deleting, false);
+    row("runs its script, closed", "to", RunsScript, "", RecordStatus::Installing, false);
+    row("uninstalled before its deletion", "ot", Queued, uninstall, deleting, true);
+    row("uninstalled at its turn", "to", Deleted, uninstall, deleting, true);
+    row("uninstalled behind another", "ot", Unpacks, uninstall, deleting, true);
+    row("uninstalled before its script", "ot", RunsScript, uninstall, deleting, false);
 }
 
-void TestCancelling::CancelsWhatWaitsForAnother()
+void TestCancelling::EndsAnInstallation()
 {
+    QFETCH(const QString, queue);
+    QFETCH(const Stage, stage);
+    QFETCH(const QString, button);
+    QFETCH(const int, status);
+    QFETCH(const bool, installs);
     Installation installation(false);
     MainWindow *window = installation.Window();
-    Queue(installation, {"o", "t"});
+    Queue(installation, queue);
     DN_FILE_STRUCT *record = installation.Record("t" + kKind);
-    QVERIFY(
-        Freeze(installation, window->install_process, window->install_queue, "o", "o.tar/noise"));
-    QVERIFY(installation.Work([&] { return window->delete_queue.isEmpty(); }));
-    QCOMPARE(record->status, int(RecordStatus::InstallPending));
-    QProcess *other = window->install_process;
-    window->CancelDownloadInstall(record);
-    QCOMPARE(record->status, int(RecordStatus::Deleting));
-    QCOMPARE(window->install_process, other);
-    kill(static_cast<pid_t>(other->processId()), SIGCONT);
-    QVERIFY(EndsWell(installation));
-}
+    const DN_FILE_STRUCT *other = installation.Record("o" + kKind);
+    QVERIFY(Reach(stage, installation));
+    QProcess *run = stage == RunsScript ? window->post_install_process : window->install_process;
+    const bool is_own = queue.startsWith('t') && run;
+    QByteArrayList pids = ReadFile(installation.Path("t.tar/child")).simplified().split(' ');
+    pids.removeAll("");
+    pids += is_own ? QByteArrayList{Pid(run)} : QByteArrayList();
+    for (const QByteArray &pid : qAsConst(pids))
+        QVERIFY2(IsAlive(pid), pid);
 
-void TestCancelling::CancelsAnExtraction()
-{
-    Installation installation(false);
-    MainWindow *window = installation.Window();
-    Queue(installation, {"t", "o"});
-    QVERIFY(
-        Freeze(installation, window->install_process, window->install_queue, "t", "t.tar/noise"));
-    const QByteArray pid = QByteArray::number(window->install_process->processId());
-    window->CancelDownloadInstall(installation.Record("t" + kKind));
-    QCOMPARE(installation.Record("t" + kKind)->status, int(RecordStatus::Deleting));
-    QTRY_VERIFY(!IsAlive(pid));
-    QVERIFY(EndsWell(installation));
-}
-
-void TestCancelling::CancelsWhatWaitsForItsScript()
-{
-    Installation installation(false);
-    MainWindow *window = installation.Window();
-    Queue(installation, {"o", "t"});
-    QVERIFY(Freeze(installation, window->post_install_process, window->post_install_queue, "o",
-                   "o.tar/began"));
-    QVERIFY(installation.Work([&] { return window->post_install_queue.size() == 2; }));
-    window->CancelDownloadInstall(installation.Record("t" + kKind));
-    QCOMPARE(installation.Record("t" + kKind)->status, int(RecordStatus::Deleting));
-    kill(static_cast<pid_t>(window->post_install_process->processId()), SIGCONT);
-    QVERIFY(EndsWell(installation));
-}
-
-void TestCancelling::EndsAScriptWithAllItsProcesses_data()
-{
-    QTest::addColumn<bool>("closes");
-    QTest::newRow("Cancel") << false;
-    QTest::newRow("the window closes") << true;
-}
-
-void TestCancelling::EndsAScriptWithAllItsProcesses()
-{
-    QFETCH(const bool, closes);
-    Installation installation(false);
-    MainWindow *window = installation.Window();
-    Queue(installation, {"t", "o"});
-    QVERIFY(installation.Work([&] { return QFile::exists(installation.Path("t.tar/child")); }));
-    const QByteArrayList pids = {QByteArray::number(window->post_install_process->processId()),
-                                 ReadFile(installation.Path("t.tar/child")),
-                                 ReadFile(installation.Path("t.tar/grandchild"))};
-    for (const QByteArray &pid : pids)
-        QVERIFY(IsAlive(pid));
     BoxAnswers boxes({QMessageBox::Yes});
-    if (closes)
+    if (button.isEmpty())
         QVERIFY(window->close());
     else
-        window->CancelDownloadInstall(installation.Record("t" + kKind));
-    for (const QByteArray &pid : pids)
-        QTRY_VERIFY2(!IsAlive(pid), pid);
-    QVERIFY(closes || EndsWell(installation));
+        installation.Press(button, record);
+    QCOMPARE(record->status, status);
+    for (const QByteArray &pid : qAsConst(pids))
+        QTRY_VERIFY2_WITH_TIMEOUT(!IsAlive(pid), pid, 2000);
+    if (button.isEmpty())
+        return;
+    if (run && !is_own)
+        kill(Pid(run).toInt(), SIGCONT);
+
+    WriteFile(installation.Path("brief"), "");
+    QVERIFY(installation.Work([&] {
+        return window->install_queue.isEmpty() && window->post_install_queue.isEmpty()
+               && window->delete_queue.isEmpty();
+    }));
+    // An uninstalled one that waits goes on, its script even without its directory.
+    const bool cancelled = button == "pb_install";
+    QCOMPARE(record->status, int(cancelled ? RecordStatus::NotInstalled : RecordStatus::Installed));
+    QCOMPARE(QDir(installation.Path("t.tar")).exists(), installs);
+    QVERIFY(!QFile::exists(installation.Path("t.tar/old")));
+    QVERIFY(!QFile::exists(installation.Download("t" + kKind)));
+    QCOMPARE(other->status, int(RecordStatus::Installed));
+    QCOMPARE(ReadFile(installation.Path("o.tar/version.info")), QByteArray("build:2024.05.01"));
+    QVERIFY(!QFile::exists(installation.Path("o.tar/old")));
 }
 
-void TestCancelling::DeletesAComponentBeforeAnyRecordInstallsIt()
+/// The component is picked twice while its download runs.
+void TestCancelling::KeepsTheRunsOfOneComponentApart()
 {
-    Installation installation(false);
+    Installation installation;
     MainWindow *window = installation.Window();
-    Queue(installation, {"p"});
-    window->AddToLocalInstall(ArchivePath("p")); // the same component once more
-    QVERIFY(installation.Work([&] {
-        return window->local_records[0]->status == RecordStatus::Installed
-               && window->records[0]->status == RecordStatus::Installed;
-    }));
+    installation.Connect(m_server.Url());
+    QVERIFY(installation.IsConnected());
+    DN_FILE_STRUCT *record = installation.Record("p" + kKind);
+    window->AddToDownload(record);
+    QVERIFY(installation.Work([&] { return record->progress > 0; }));
+    window->AddToLocalInstall(ArchivePath("p"));
+    window->AddToLocalInstall(ArchivePath("p"));
+    const DN_FILE_STRUCT *second = window->local_records[1];
+    QVERIFY(Freeze(installation, window->install_process, window->install_queue, second, "noise"));
+    QVERIFY(record->downloader && QFile::exists(installation.Download("p" + kKind + ".dnl")));
     const QStringList log = installation.Log();
-    const int queued = log.indexOf("Installing file p" + kKind + "...");
     QVERIFY(log.lastIndexOf(QRegularExpression("^Deleted.*"))
-            < log.indexOf("Installing file p" + kKind + "...", queued + 1));
-    QVERIFY(QFile::exists(installation.Path("p.tar/version.info"))
-            && QFile::exists(ArchivePath("p")));
+            < log.indexOf("Installing file p" + kKind + "..."));
+
+    QVERIFY(installation.Work([&] { return window->delete_queue.contains(record); }));
+    window->Timer500();
+    QVERIFY(!window->delete_process);
+    kill(Pid(window->install_process).toInt(), SIGCONT);
+    QVERIFY(installation.Work([&] { return record->status == RecordStatus::Installed; }));
+    QCOMPARE(second->status, int(RecordStatus::Installed));
+    QVERIFY(ReadFile(installation.Path("p.tar/noise")) == RandomBytes(kSize));
+    QVERIFY(QFile::exists(ArchivePath("p")));
 }
 
 QTEST_MAIN(TestCancelling)

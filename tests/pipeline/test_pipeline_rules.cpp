@@ -10,13 +10,13 @@ class TestPipelineRules : public QObject
     Q_OBJECT
 
 private slots:
-    void TellsTheExtractorWhatToDo();
+    void TellsTheExtractorHowToUnpack();
     void FindsTheLastPercent();
     void ReadsTheBuild();
     void TellsTheStatusFromTheDisk();
 };
 
-void TestPipelineRules::TellsTheExtractorWhatToDo()
+void TestPipelineRules::TellsTheExtractorHowToUnpack()
 {
     const char *const commands[][2] = {
         {"a.cab", "#uzip"},    {"a.tar", "#uzip"},    {"a.tar.hlib.zip", "#xtar"},
@@ -25,9 +25,6 @@ void TestPipelineRules::TellsTheExtractorWhatToDo()
     for (const auto &command : commands)
         QCOMPARE(UnpackArguments(command[0], "/d d", "/r"),
                  QStringList({command[1], QString("#/d d/") + command[0], "#/r"}));
-    QCOMPARE(ScriptArguments("/r/c"),
-             QStringList({"#rscript", "#/r/c/zeft_install.sh", "#/r/c", "#mclose"}));
-    QCOMPARE(DeleteArguments("/r/c"), QStringList({"#ddir", "#/r/c"}));
 }
 
 void TestPipelineRules::FindsTheLastPercent()

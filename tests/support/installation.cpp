@@ -2,6 +2,7 @@
 
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
+#include "panels/downloadwgt.h"
 #include "pipeline/extractor.h"
 #include "transfer/filedownloader.h"
 
@@ -10,6 +11,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QTreeWidget>
 #include <QtTest>
 
 namespace {
@@ -64,6 +66,14 @@ void Installation::Connect(const QString &url)
     QTest::mouseClick(Find<QPushButton>("pb_connect"), Qt::LeftButton);
 }
 
+bool Installation::IsConnected() const
+{
+    const auto *connect = Find<QPushButton>("pb_connect");
+    return QTest::qWaitFor([&] { return connect->isHidden() || connect->isEnabled(); },
+                           kWorkLimitMs)
+           && connect->isHidden();
+}
+
 bool Installation::Work(const std::function<bool()> &done)
 {
     QElapsedTimer clock;
@@ -75,6 +85,16 @@ bool Installation::Work(const std::function<bool()> &done)
         m_window->Timer500(); // last, so that a run that it starts is seen before it can end
     }
     return true;
+}
+
+void Installation::Press(const QString &button, DN_FILE_STRUCT *record) const
+{
+    auto *tree = Find<QTreeWidget>("tree_wgt");
+    tree->setCurrentItem(m_window->tree_item_local); // so that the page comes up anew
+    tree->setCurrentItem(m_window->tree_item_core);
+    auto *page = Find<DownloadWgt>("DownloadWgt");
+    page->findChild<QTableWidget *>()->selectRow(page->MatchingRow(record));
+    QTest::mouseClick(page->findChild<QPushButton *>(button), Qt::LeftButton);
 }
 
 DN_FILE_STRUCT *Installation::Record(const QString &file_name) const
@@ -92,20 +112,16 @@ QStringList Installation::Log() const
     return lines.replaceInStrings(QRegularExpression("^> \\d\\d:\\d\\d:\\d\\d:\\d\\d\\d: "), "");
 }
 
-BoxAnswers::BoxAnswers(const QList<QMessageBox::StandardButton> &answers)
-    : m_answers(answers)
+BoxAnswers::BoxAnswers(QList<QMessageBox::StandardButton> answers)
 {
-    QObject::connect(&m_watch, &QTimer::timeout, [this] { Answer(); });
-    m_watch.start(1);
-}
-
-void BoxAnswers::Answer()
-{
-    auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-    if (!box || !box->isVisible())
-        return;
-    questions.append(box->windowTitle() + ": " + box->text());
-    box->button(m_answers.isEmpty() ? QMessageBox::Cancel : m_answers.takeFirst())->click();
+    QObject::connect(&watch, &QTimer::timeout, [this, answers]() mutable {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!box || !box->isVisible())
+            return;
+        questions.append(box->windowTitle() + ": " + box->text());
+        box->button(answers.isEmpty() ? QMessageBox::Cancel : answers.takeFirst())->click();
+    });
+    watch.start(1);
 }
 
 bool WriteFile(const QString &path, const QByteArray &bytes)

@@ -26,9 +26,14 @@ public:
     void Restart();
     /// Presses "Connect" with \a url in the repository table.
     void Connect(const QString &url);
+    /// Waits for the end of the connection sequence. True if it ended with a catalogue.
+    bool IsConnected() const;
     /// Lets the pipeline work, with more heartbeats than the clock gives, until \a done. False if
-    /// that takes longer than any work here may.
+    /// that takes too long.
     bool Work(const std::function<bool()> &done);
+
+    /// Presses a button of the core page with the row of \a record selected, as a person does.
+    void Press(const QString &button, DN_FILE_STRUCT *record) const;
 
     MainWindow *Window() const { return m_window; }
     /// The record of a file, null without one.
@@ -53,18 +58,12 @@ private:
 
 /// Presses buttons in the boxes that come up, in this order, and keeps what they asked. A box too
 /// many is cancelled.
-class BoxAnswers
+struct BoxAnswers
 {
-public:
-    explicit BoxAnswers(const QList<QMessageBox::StandardButton> &answers);
+    explicit BoxAnswers(QList<QMessageBox::StandardButton> answers);
 
+    QTimer watch;
     QStringList questions;
-
-private:
-    void Answer();
-
-    QList<QMessageBox::StandardButton> m_answers;
-    QTimer m_watch;
 };
 
 bool WriteFile(const QString &path, const QByteArray &bytes); // makes the folders in front of it

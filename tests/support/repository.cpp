@@ -10,23 +10,12 @@
 
 #include <numeric>
 
-namespace {
-qint64 ByteSum(const QByteArray &bytes)
-{
-    return std::accumulate(bytes.begin(), bytes.end(), qint64(0),
-                           [](qint64 sum, char c) { return sum + static_cast<unsigned char>(c); });
-}
-} // namespace
-
 bool PackArchive(const QString &archive, const Files &files)
 {
     const QTemporaryDir stage;
     for (auto file = files.begin(); file != files.end(); ++file) {
-        const QString path = stage.filePath(file.key());
-        if (!WriteFile(path, file.value()))
+        if (!WriteFile(stage.filePath(file.key()), file.value()))
             return false;
-        if (path.endsWith(".sh"))
-            QFile::setPermissions(path, QFile::permissions(path) | QFile::ExeOwner);
     }
     const QStringList entries =
         QDir(stage.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
@@ -54,13 +43,15 @@ void Repository::Add(const QString &remote_dir, const QString &file_name, const 
     QFile archive(path);
     archive.open(QIODevice::ReadWrite);
     const QByteArray bytes = archive.readAll();
+    const qint64 sum = std::accumulate(bytes.begin(), bytes.end(), qint64(0),
+                                       [](qint64 so_far, char c) { return so_far + uchar(c); });
     const QString stamp = date + "T12:00:00.000Z";
     archive.setFileTime(QDateTime::fromString(stamp, Qt::ISODateWithMs),
                         QFileDevice::FileModificationTime);
     file_list += QString("8#%1#%2#%3#%4#%5\r\n")
                      .arg(file_name, remote_dir, stamp)
                      .arg(bytes.size())
-                     .arg(ByteSum(bytes))
+                     .arg(sum)
                      .toUtf8();
 }
 

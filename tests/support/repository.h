@@ -6,7 +6,7 @@
 using Files = QMap<QString, QByteArray>; // path below a folder: content
 
 /// Packs \a files as an archive of the kind that its name's ending says, with a tool of another
-/// maker. A path that ends in ".sh" is executable.
+/// maker.
 bool PackArchive(const QString &archive, const Files &files);
 
 /// A repository for the updater, its manifests written as their format says.
