@@ -241,10 +241,10 @@ void MainWindow::AddToLocalInstall(const QString &path)
     record->time_stamp = GetFileModifiedDateTime(path, false, true, false);
     record->file_size = GetFileSizeInBytes(path);
     SetInstallTarget(*record, DataSingleton::Inst()->InstalledPath());
-    // Before the old component goes, there must be something to take its place.
+    // What can't be read would leave nothing in the place of the old component.
     const QFileInfo file(path);
-    if (!IsInstallable(record->file_name) || !file.isFile() || !file.isReadable()
-        || GoesWithComponent(path, *record)) {
+    const bool unreadable = file.exists() && (!file.isFile() || !file.isReadable());
+    if (!IsInstallable(record->file_name) || unreadable || GoesWithComponent(path, *record)) {
         AddMsg("File can't be installed safely: " + path, 3);
         return;
     }

@@ -47,12 +47,6 @@ bool IsHeldBack(const DN_FILE_STRUCT *record, const Queue &delete_queue)
                        });
 }
 
-/// True while the run of this queue works in the record's directory for another record.
-bool IsOccupied(const DN_FILE_STRUCT *record, const QProcess *process, const Queue &queue)
-{
-    return process && ShareDir(queue.first(), record);
-}
-
 /// Gives the head of a queue its turn to start. One that is held back goes to the tail, and null
 /// says that nothing starts at this heartbeat.
 DN_FILE_STRUCT *TakeTurn(Queue &queue, const Queue &delete_queue)
@@ -297,9 +291,6 @@ void MainWindow::StartDelete()
     if (delete_queue.isEmpty())
         return;
     DN_FILE_STRUCT *record = delete_queue.first();
-    if (IsOccupied(record, install_process, install_queue)
-        || IsOccupied(record, post_install_process, post_install_queue))
-        return;
     record->status = RecordStatus::Deleting;
     record->progress = 0;
     AddMsg(QString("Deleting directory %1...").arg(ComponentDir(*record)), 1);

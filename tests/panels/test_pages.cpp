@@ -374,7 +374,7 @@ void TestPages::TurnsDownWhatIsNotSafe()
     QFile::link(installation.Path(files[4]), installation.Path(links[0]));
     QFile::link(installation.Path(files[3]), installation.Path(links[1]));
     QStringList paths = {"", "/", "/dev/null"};
-    for (const QString &name : files + links + QStringList{"p/folder.cab", "p/gone.cab"})
+    for (const QString &name : files + links + QStringList{"p/folder.cab"})
         paths += installation.Path(name);
     for (const QString &path : qAsConst(paths)) {
         installation.Window()->AddToLocalInstall(path);
