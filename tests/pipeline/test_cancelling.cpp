@@ -70,7 +70,8 @@ bool Freeze(Installation &installation, QProcess *const &process,
         return false;
     for (int wait = 0; wait < 5000 && !QFile::exists(path); ++wait)
         QThread::msleep(1);
-    return process->state() == QProcess::Running && kill(Pid(process).toInt(), SIGSTOP) == 0;
+    // On a busy machine the start is not yet known to have succeeded.
+    return process->state() != QProcess::NotRunning && kill(Pid(process).toInt(), SIGSTOP) == 0;
 }
 
 /// Brings the first record to a stage, and frozen there, and the others as far as they get.

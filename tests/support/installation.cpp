@@ -22,6 +22,7 @@ auto *const s_former_runs = new QList<DataSingleton *>; // never freed, so that 
 Installation::Installation(bool beats)
     : m_beats(beats)
 {
+    m_root.setAutoRemove(false);
     QDir(m_root.path()).mkdir("bin_lnx");
     QFile::link(ZEFT_EXTRACTOR, Path("bin_lnx/zeft_fextr_cmd"));
     Restart();
@@ -30,6 +31,9 @@ Installation::Installation(bool beats)
 Installation::~Installation()
 {
     End();
+    // The documents may still be unpacked, by a process that is nobody's child.
+    if (!QTest::qWaitFor([this] { return QDir(m_root.path()).removeRecursively(); }))
+        qWarning("%s stays", qPrintable(m_root.path()));
 }
 
 void Installation::Restart()
