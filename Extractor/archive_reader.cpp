@@ -114,7 +114,6 @@ archive_entry *ArchiveReader::NextEntry()
         }
         return nullptr;
     }
-    Report();
     return entry;
 }
 
