@@ -20,13 +20,17 @@ import time
 
 WORDS = [str(random.Random(n).random())[2:2 + n % 9 + 2] for n in range(4000)]
 
+SEVEN_ZIP = "tar -cf c.tar C && 7z a -bd {level} {{archive}} c.tar >/dev/null && rm c.tar"
 PACK = {
     "zip": "zip -qr {archive} C",
     "tar.gz": "tar -czf {archive} C",
     "tar.bz2": "tar -cjf {archive} C",
     "tar.xz": "XZ_OPT=-3 tar -cJf {archive} C",
-    "tar.7z": "tar -cf c.tar C && 7z a -bd -mx3 {archive} c.tar >/dev/null && rm c.tar",
+    "tar.7z": SEVEN_ZIP.format(level=""),
+    "mx1.tar.7z": SEVEN_ZIP.format(level="-mx1"),  # many small blocks, which 7z unpacks side by side
 }
+SEVEN_ZIP_PEERS = ("7z x -so {archive} 2>/dev/null | tar -x -C {to}",
+                   "bsdtar -xOf {archive} | bsdtar -xf - -C {to}")
 STREAM = ("tar -xf {archive} -C {to}", "bsdtar -xf {archive} -C {to}",
           "7z x -so {archive} 2>/dev/null | tar -x -C {to}")
 PEERS = {
@@ -35,8 +39,8 @@ PEERS = {
     "tar.gz": STREAM,
     "tar.bz2": STREAM,
     "tar.xz": STREAM,
-    "tar.7z": ("7z x -so {archive} 2>/dev/null | tar -x -C {to}",
-               "bsdtar -xOf {archive} | bsdtar -xf - -C {to}"),
+    "tar.7z": SEVEN_ZIP_PEERS,
+    "mx1.tar.7z": SEVEN_ZIP_PEERS,
 }
 
 
@@ -106,7 +110,7 @@ def compare(name, measure, archive, folder, commands, rounds):
                          for which in (0, 1))
     others = "  ".join(f"{' '.join(command.split()[:2])} {wall:.2f} ({processor:.2f})" for
                        command, wall, processor in zip(commands[1:], walls[1:], processors[1:]))
-    print(f"{name:8} {walls[0]:.2f} ({processors[0]:.2f})  ratio {walls[0] / min(walls[1:]):.2f}   "
+    print(f"{name:10} {walls[0]:.2f} ({processors[0]:.2f})  ratio {walls[0] / min(walls[1:]):.2f}   "
           + others, flush=True)
 
 
