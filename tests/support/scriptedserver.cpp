@@ -1,5 +1,6 @@
 #include "support/scriptedserver.h"
 
+#include <QFile>
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTimer>
@@ -7,6 +8,20 @@
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+
+namespace {
+
+/// Whether the client's program has taken all of the bytes that its side has acknowledged.
+bool HasBeenRead(const QTcpSocket *socket)
+{
+    QFile table("/proc/net/tcp"); // see proc(5)
+    table.open(QFile::ReadOnly);
+    const QString ends =
+        QString::asprintf("0100007F:%04X 0100007F:%04X ", socket->peerPort(), socket->localPort());
+    return QString(table.readAll()).section(ends, 1).section(' ', 1, 1).endsWith(":00000000");
+}
+
+} // namespace
 
 ScriptedServer::ScriptedServer(const QByteArray &file)
     : m_file(file)
@@ -106,7 +121,7 @@ void ScriptedServer::ResetWhenReceived(QTcpSocket *socket)
     int on_the_way = 0;
     socket->flush();
     ioctl(descriptor, SIOCOUTQ, &on_the_way);
-    if (on_the_way > 0 || socket->bytesToWrite() > 0) {
+    if (on_the_way > 0 || socket->bytesToWrite() > 0 || !HasBeenRead(socket)) {
         QTimer::singleShot(1, socket, [this, socket] { ResetWhenReceived(socket); });
         return;
     }

@@ -18,7 +18,7 @@ public:
     enum Then {
         KeepOpen,
         Close,
-        Reset // once the client's side has everything
+        Reset // once the client has read everything
     };
 
     /// What is sent to one request, as it stands.
