@@ -31,20 +31,16 @@ void Enqueue(Queue &queue, DN_FILE_STRUCT *record, int status)
     queue.append(record);
 }
 
-/// True for two records of one component, such as a repository's and a picked file's.
-bool ShareDir(const DN_FILE_STRUCT *one, const DN_FILE_STRUCT *other)
-{
-    return one != other && !one->install_dir.isEmpty() && one->install_dir == other->install_dir
-           && one->install_root == other->install_root;
-}
-
-/// True while the record's directory is still to be deleted, be it for another record.
+/// True while the record's directory is still to be deleted, be it for another record of the same
+/// component.
 bool IsHeldBack(const DN_FILE_STRUCT *record, const Queue &delete_queue)
 {
-    return std::any_of(delete_queue.begin(), delete_queue.end(),
-                       [record](const DN_FILE_STRUCT *deleted) {
-                           return deleted == record || ShareDir(deleted, record);
-                       });
+    return std::any_of(
+        delete_queue.begin(), delete_queue.end(), [record](const DN_FILE_STRUCT *deleted) {
+            return deleted == record
+                   || (!record->install_dir.isEmpty() && deleted->install_dir == record->install_dir
+                       && deleted->install_root == record->install_root);
+        });
 }
 
 /// Gives the head of a queue its turn to start. One that is held back goes to the tail, and null

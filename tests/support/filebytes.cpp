@@ -23,13 +23,16 @@ QByteArray RandomBytes(int size)
     return bytes;
 }
 
+qint64 ByteSum(const QByteArray &bytes)
+{
+    return std::accumulate(bytes.begin(), bytes.end(), qint64(0), [](qint64 sum, char byte) {
+        return sum + static_cast<unsigned char>(byte);
+    });
+}
+
 QByteArray PartialFile(const QByteArray &data, const QString &stamp)
 {
-    const qint64 sum =
-        std::accumulate(data.begin(), data.end(), qint64(0), [](qint64 so_far, char byte) {
-            return so_far + static_cast<unsigned char>(byte);
-        });
-    return data + Tail(sum, data.size(), stamp.toLatin1());
+    return data + Tail(ByteSum(data), data.size(), stamp.toLatin1());
 }
 
 QByteArray Tail(qint64 sum, qint64 length, const QByteArray &stamp)

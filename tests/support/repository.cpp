@@ -1,5 +1,6 @@
 #include "support/repository.h"
 
+#include "support/filebytes.h"
 #include "support/installation.h"
 
 #include <QDateTime>
@@ -7,8 +8,6 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
-
-#include <numeric>
 
 bool PackArchive(const QString &archive, const Files &files)
 {
@@ -43,15 +42,13 @@ void Repository::Add(const QString &remote_dir, const QString &file_name, const 
     QFile archive(path);
     archive.open(QIODevice::ReadWrite);
     const QByteArray bytes = archive.readAll();
-    const qint64 sum = std::accumulate(bytes.begin(), bytes.end(), qint64(0),
-                                       [](qint64 so_far, char c) { return so_far + uchar(c); });
     const QString stamp = date + "T12:00:00.000Z";
     archive.setFileTime(QDateTime::fromString(stamp, Qt::ISODateWithMs),
                         QFileDevice::FileModificationTime);
     file_list += QString("8#%1#%2#%3#%4#%5\r\n")
                      .arg(file_name, remote_dir, stamp)
                      .arg(bytes.size())
-                     .arg(sum)
+                     .arg(ByteSum(bytes))
                      .toUtf8();
 }
 
