@@ -1,7 +1,6 @@
 #include "archive_reader.h"
 
 #include "failure.h"
-#include "prefetch.h"
 
 #include <algorithm>
 #include <new>
@@ -91,7 +90,7 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
     Check(Open());
 }
 
-ArchiveReader::ArchiveReader(Prefetch &tar)
+ArchiveReader::ArchiveReader(PieceSource &tar)
     : m_archive(NewReader(Format::Tar))
     , m_format(Format::Tar)
     , m_tar(&tar)

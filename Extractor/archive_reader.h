@@ -1,5 +1,6 @@
 #pragma once
 
+#include "byte_source.h"
 #include "input_file.h"
 #include "progress.h"
 
@@ -10,8 +11,6 @@
 #include <memory>
 #include <string_view>
 #include <vector>
-
-class Prefetch;
 
 /// One pass through an archive with libarchive. Whatever libarchive is not wholly content with, a
 /// mere warning included, is thrown as a Failure: a wrong checksum is one of its warnings.
@@ -31,7 +30,7 @@ public:
 
     /// Reads the bytes of \a tar, which must outlive the reader, as a tar archive. Whoever brings
     /// them knows how far the run is.
-    explicit ArchiveReader(Prefetch &tar);
+    explicit ArchiveReader(PieceSource &tar);
 
     ArchiveReader(const ArchiveReader &) = delete;
     ArchiveReader &operator=(const ArchiveReader &) = delete;
@@ -67,7 +66,7 @@ private:
     std::unique_ptr<archive, Free> m_archive;
     const Format m_format;
     const InputFile *m_file = nullptr; // the input is this,
-    Prefetch *m_tar = nullptr;         // or this
+    PieceSource *m_tar = nullptr;      // or this
     Progress *m_progress = nullptr;    // of the file
     bool m_tarEnded = false;           // the last that came of the tar was the mark of its end
     std::vector<char> m_buffer;

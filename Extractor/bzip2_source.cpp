@@ -105,7 +105,7 @@ std::string UnpackBlock(std::string packed)
     }
     BZ2_bzDecompressEnd(&stream);
     if (result != BZ_STREAM_END) {
-        throw Bzip2Source::BadBlock();
+        throw BadBlock();
     }
     bytes.resize(size);
     return bytes;

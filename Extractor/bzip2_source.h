@@ -1,7 +1,6 @@
 #pragma once
 
 #include "byte_source.h"
-#include "failure.h"
 
 #include <cstdint>
 #include <deque>
@@ -11,21 +10,11 @@
 /// What a bzip2 file holds, unpacked on all processors.
 ///
 /// The blocks of such a file are independent but stand in it bit by bit, with no sign of their
-/// length. They are found by the 48 bits with which each begins.
+/// length. They are found by the 48 bits with which each begins. That these occur by chance within
+/// a block, about once in 20 TB, is a BadBlock, too.
 class Bzip2Source : public ByteSource
 {
 public:
-    /// Thrown for damage. It may also mean that the 48 bits occurred by chance within a block,
-    /// about once in 20 TB, so a reader that goes block after block must have the last word.
-    class BadBlock : public Failure
-    {
-    public:
-        BadBlock()
-            : Failure("is damaged: bzip2 data error")
-        {
-        }
-    };
-
     explicit Bzip2Source(ByteSource &packed);
 
     std::size_t Read(char *to, std::size_t room) override;

@@ -6,8 +6,9 @@ constexpr std::size_t kBlockSize = std::size_t{256} * 1024;
 
 } // namespace
 
-Prefetch::Prefetch(ByteSource &source)
+Prefetch::Prefetch(ByteSource &source, std::size_t ahead)
     : m_source(source)
+    , m_blocks(ahead / kBlockSize)
     , m_thread(&Prefetch::Run, this)
 {
 }
@@ -34,7 +35,7 @@ std::string_view Prefetch::Next()
     if (m_filled > m_taken) {
         m_lent = true;
         const Block &block = m_blocks[m_taken % m_blocks.size()];
-        return {block.bytes.data(), block.size};
+        return {block.bytes.get(), block.size};
     }
     if (m_failure) {
         std::rethrow_exception(m_failure);
@@ -75,11 +76,13 @@ void Prefetch::Run()
 
 void Prefetch::Fill(Block &block)
 {
-    block.bytes.resize(kBlockSize);
+    if (!block.bytes) {
+        block.bytes.reset(new char[kBlockSize]);
+    }
     block.size = 0;
     while (block.size < kBlockSize) {
         const std::size_t got =
-            m_source.Read(block.bytes.data() + block.size, kBlockSize - block.size);
+            m_source.Read(block.bytes.get() + block.size, kBlockSize - block.size);
         if (got == 0) {
             break;
         }

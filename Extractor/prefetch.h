@@ -2,30 +2,30 @@
 
 #include "byte_source.h"
 
-#include <array>
 #include <condition_variable>
 #include <exception>
+#include <memory>
 #include <mutex>
-#include <string_view>
 #include <thread>
 #include <vector>
 
 /// Reads a source ahead on a thread of its own, so that unpacking and writing go on side by side.
-class Prefetch
+class Prefetch : public PieceSource
 {
 public:
-    explicit Prefetch(ByteSource &source);
-    ~Prefetch();
+    /// Holds about \a ahead bytes at most.
+    explicit Prefetch(ByteSource &source, std::size_t ahead = std::size_t{2} * 1024 * 1024);
+    ~Prefetch() override;
     Prefetch(const Prefetch &) = delete;
     Prefetch &operator=(const Prefetch &) = delete;
 
-    /// The next bytes, good until the next call; none at the end. Throws what the source threw.
-    std::string_view Next();
+    /// Throws what the source threw.
+    std::string_view Next() override;
 
 private:
     struct Block
     {
-        std::vector<char> bytes;
+        std::unique_ptr<char[]> bytes; // not filled with zeros, nor even touched, before use
         std::size_t size = 0;
     };
 
@@ -33,7 +33,7 @@ private:
     void Fill(Block &block);
 
     ByteSource &m_source;
-    std::array<Block, 8> m_blocks; // a ring
+    std::vector<Block> m_blocks; // a ring
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::size_t m_filled = 0;     // blocks that the thread has filled, ever

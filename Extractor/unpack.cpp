@@ -8,6 +8,8 @@
 #include "failure.h"
 #include "gzip_source.h"
 #include "input_file.h"
+#include "seven_zip_header.h"
+#include "seven_zip_source.h"
 #include "unpack_tar.h"
 #include "unpack_zip.h"
 #include "xz_source.h"
@@ -99,6 +101,13 @@ void UnpackSevenZip(const InputFile &file, Destination &destination, Progress &p
         UnpackEntries(reader, first, destination);
         return;
     }
+    try {
+        SevenZipSource tar(file, ReadSevenZipHeader(file), progress);
+        UnpackTar(tar, destination);
+        return;
+    } catch (const BadBlock &) {
+        // Then libarchive has a try, over what is there already.
+    }
     EntrySource tar(reader);
     UnpackTar(tar, destination);
     if (reader.NextEntry()) {
@@ -138,7 +147,7 @@ void UnpackAny(const InputFile &file, Destination &destination, Progress &progre
     } else if (StartsWith(file, "BZh")) {
         try {
             UnpackPackedTar<Bzip2Source>(file, destination, progress);
-        } catch (const Bzip2Source::BadBlock &) {
+        } catch (const BadBlock &) {
             UnpackOtherTar(file, destination, progress); // over what is there already
         }
     } else if (StartsWith(file, "PK\3\4") || ZipDirectory::IsIn(file)) {

@@ -7,7 +7,12 @@
 void UnpackTar(ByteSource &tar, Destination &destination)
 {
     Prefetch ahead(tar);
-    ArchiveReader reader(ahead);
+    UnpackTar(ahead, destination);
+}
+
+void UnpackTar(PieceSource &tar, Destination &destination)
+{
+    ArchiveReader reader(tar);
     EntryWriter writer(destination);
     while (archive_entry *const entry = reader.NextEntry()) {
         writer.Write(reader, entry);

@@ -27,7 +27,8 @@ PACK = {
     "tar.bz2": "tar -cjf {archive} C",
     "tar.xz": "XZ_OPT=-3 tar -cJf {archive} C",
     "tar.7z": SEVEN_ZIP.format(level=""),
-    "mx1.tar.7z": SEVEN_ZIP.format(level="-mx1"),  # many small blocks, which 7z unpacks side by side
+    "mx3.tar.7z": SEVEN_ZIP.format(level="-mx3"),  # in 9 blocks, which 7z unpacks side by side
+    "mx1.tar.7z": SEVEN_ZIP.format(level="-mx1"),  # in 129
 }
 SEVEN_ZIP_PEERS = ("7z x -so {archive} 2>/dev/null | tar -x -C {to}",
                    "bsdtar -xOf {archive} | bsdtar -xf - -C {to}")
@@ -40,6 +41,7 @@ PEERS = {
     "tar.bz2": STREAM,
     "tar.xz": STREAM,
     "tar.7z": SEVEN_ZIP_PEERS,
+    "mx3.tar.7z": SEVEN_ZIP_PEERS,
     "mx1.tar.7z": SEVEN_ZIP_PEERS,
 }
 

@@ -104,13 +104,13 @@ class Hostile(ExtractorTest):
 
     def test_damage_is_noticed(self):
         tree = {"C/version.info": (0o644, b"build : 2024.05.01"), "C/l": (None, "text"),
-                "C/text": (0o644, bytes(range(256)) * 3), "C/code": (0o755, b"code " * 99)}
+                "C/text": (0o644, bytes(range(256)) * 4000), "C/code": (0o755, b"code " * 99)}
         make_tree(self.path("source"), tree)
         whole = read_tree(self.path("source"))
         chance = random.Random(1)
         for kind, pack in {"zip": 'zip -qryX "$1" C', "gz": 'tar -czf "$1" C',
                            "xz": 'tar -cJf "$1" C', "bz2": 'tar -cjf "$1" C',
-                           "7z": 'tar -cf t C; 7z a "$1" t',
+                           "7z": 'tar -cf t C; 7z a -m0=lzma2:d=64k:c=300k "$1" t',
                            "cab": 'find C -type f -print0 | xargs -0 gcab -cz "$1"'}.items():
             archive = self.path("whole." + kind)
             shell(pack)(self.path("source"), archive)

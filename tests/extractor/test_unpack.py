@@ -48,6 +48,7 @@ FORMATS = {  # the archive's ending, how it is made, the tree that comes out
     "tar.xz of tar": (".tar.xz", shell('tar -cJf "$1" Comp'), COMPONENT),
     "tar.xz in many blocks": (".tar.xz", shell('tar -c Comp | xz -T2 --block-size=100000 > "$1"'), COMPONENT),
     "tar.7z of 7z": (".tar.7z", shell('tar -cf t.tar Comp; 7z a "$1" t.tar'), COMPONENT),
+    "tar.7z in many blocks": (".tar.7z", shell('tar -cf t.tar Comp; 7z a -m0=lzma2:d=64k:c=300k "$1" t.tar'), COMPONENT),
     "tar.7z of a pipe": (".tar.7z", shell('tar -c Comp | 7z a -si "$1"'), COMPONENT),
     "two tars in one": (".tar.gz", shell('(tar -c Comp/bin; tar -c Comp) | gzip > "$1"'), COMPONENT),
     "no compression": (".tar.gz", shell('tar -cf "$1" Comp'), COMPONENT),
