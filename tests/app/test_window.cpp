@@ -2,7 +2,8 @@
 #include "app/mainwindow_helper.h"
 #include "app/rootdirectory.h"
 #include "support/installation.h"
-#include "support/silentconsole.h"
+#include "support/quiettest.h"
+#include "support/table.h"
 
 #include <QPlainTextEdit>
 #include <QProcess>
@@ -14,14 +15,11 @@
 
 Q_DECLARE_METATYPE(QMessageBox::StandardButton)
 
-class TestWindow : public QObject
+class TestWindow : public QuietTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { SilentConsole::Start(); }
-    void cleanup() { QCOMPARE(SilentConsole::Take().join('\n'), QString()); }
-
     void FindsTheRoot();
     void ShowsTheStatus();
     void StartsUp();
@@ -110,14 +108,8 @@ void TestWindow::AsksBeforeItCloses_data()
     const auto yes = QMessageBox::Yes;
     const auto cancel = QMessageBox::Cancel;
     const QString ask = kDownloading;
-    QTest::addColumn<QList<int>>("statuses"); // an "Installing" among them has all stages at work
-    QTest::addColumn<Answers>("answers");
-    QTest::addColumn<QStringList>("questions");
-    QTest::addColumn<bool>("closes");
-    const auto row = [](const char *name, const QList<int> &statuses, const Answers &answers,
-                        const QStringList &questions, bool closes) {
-        QTest::newRow(name) << statuses << answers << questions << closes;
-    };
+    const Table<QList<int>, Answers, QStringList, bool> row("statuses", "answers", "questions",
+                                                            "closes");
     row("idle", {-1, 0, 1, 2, 7}, {}, {}, true);
     row("an installation, Cancel", {6, 3}, {cancel}, {kInstalling}, false);
     row("two downloads, Yes and Cancel", {3, 1, 4}, {yes, cancel}, {ask, ask}, false);
@@ -126,7 +118,7 @@ void TestWindow::AsksBeforeItCloses_data()
 
 void TestWindow::AsksBeforeItCloses()
 {
-    QFETCH(const QList<int>, statuses);
+    QFETCH(const QList<int>, statuses); // an "Installing" among them has all stages at work
     QFETCH(const QList<QMessageBox::StandardButton>, answers);
     QFETCH(const bool, closes);
     Installation installation;

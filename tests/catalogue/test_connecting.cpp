@@ -2,8 +2,9 @@
 #include "catalogue/endpoints.h"
 #include "support/installation.h"
 #include "support/nginxserver.h"
+#include "support/quiettest.h"
 #include "support/repository.h"
-#include "support/silentconsole.h"
+#include "support/table.h"
 #include "transfer/filedownloader.h"
 
 #include <QCheckBox>
@@ -12,13 +13,12 @@
 #include <QPushButton>
 #include <QtTest>
 
-class TestConnecting : public QObject
+class TestConnecting : public QuietTest
 {
     Q_OBJECT
 
 private slots:
     void initTestCase();
-    void cleanup() { QCOMPARE(SilentConsole::Take().join('\n'), QString()); }
 
     void FetchesTheCatalogue();
     void FailsAndConnectsAgain_data();
@@ -42,7 +42,7 @@ const QString kInvalid = "Remote repository connection failed. Invalid data rece
 
 void TestConnecting::initTestCase()
 {
-    SilentConsole::Start();
+    QuietTest::initTestCase();
     QVERIFY2(m_server.Start(), qPrintable(m_server.Errors()));
 }
 
@@ -93,14 +93,7 @@ void TestConnecting::FetchesTheCatalogue()
 
 void TestConnecting::FailsAndConnectsAgain_data()
 {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QByteArray>("content"); // null: the file is missing
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<int>("requests");
-    const auto row = [](const char *name, const char *path, const QByteArray &content,
-                        const QString &message, int requests) {
-        QTest::newRow(name) << QString(path) << content << message << requests;
-    };
+    const Table<QString, QByteArray, QString, int> row("path", "content", "message", "requests");
     const char list[] = "zeft_upt_fversions.info";
     const char packages[] = "bsp/zeft_bsps.info";
     const QByteArray marker = "//zeft_upt_fversions.info\r\n";
@@ -116,7 +109,7 @@ void TestConnecting::FailsAndConnectsAgain_data()
 void TestConnecting::FailsAndConnectsAgain()
 {
     QFETCH(const QString, path);
-    QFETCH(const QByteArray, content);
+    QFETCH(const QByteArray, content); // null: the file is missing
     QFETCH(const QString, message);
     QDir(m_site.filePath("site")).removeRecursively();
     Repository repository(m_site.filePath("site"));

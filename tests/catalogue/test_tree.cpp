@@ -1,7 +1,7 @@
 #include "app/mainwindow_helper.h"
 #include "panels/downloadwgt.h"
 #include "support/installation.h"
-#include "support/silentconsole.h"
+#include "support/quiettest.h"
 
 #include <QGuiApplication>
 #include <QLayout>
@@ -12,14 +12,11 @@
 #include <QTreeWidget>
 #include <QtTest>
 
-class TestTree : public QObject
+class TestTree : public QuietTest
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase() { SilentConsole::Start(); }
-    void cleanup() { QCOMPARE(SilentConsole::Take().join('\n'), QString()); }
-
     void HoldsTheFixedItems();
     void SwitchesPages();
     void BuildsPackages();

@@ -1,4 +1,5 @@
 #include "common/common_helper.h"
+#include "support/table.h"
 
 #include <QAbstractButton>
 #include <QFileDialog>
@@ -20,26 +21,23 @@ private slots:
 
 void TestDesktop::Confirms_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("yes_no");
-    QTest::addColumn<int>("button"); // 0 closes the box
-    QTest::addColumn<QString>("shown");
-    QTest::addColumn<bool>("confirmed");
+    const Table<QString, bool, int, QString, bool> row("text", "yes_no", "button", "shown",
+                                                       "confirmed");
     const QString question = "Delete <b>?";
-    QTest::newRow("Yes") << question << true << int(QMessageBox::Yes) << question << true;
-    QTest::newRow("No") << question << true << int(QMessageBox::No) << question << false;
-    QTest::newRow("closed, Yes or No") << question << true << 0 << question << false;
+    row("Yes", question, true, int(QMessageBox::Yes), question, true);
+    row("No", question, true, int(QMessageBox::No), question, false);
+    row("closed, Yes or No", question, true, 0, question, false);
     const QString general = "Press OK to confirm your action.";
-    QTest::newRow("OK") << "" << false << int(QMessageBox::Ok) << general << true;
-    QTest::newRow("Cancel") << "" << false << int(QMessageBox::Cancel) << general << false;
-    QTest::newRow("closed, OK or Cancel") << "" << false << 0 << general << false;
+    row("OK", "", false, int(QMessageBox::Ok), general, true);
+    row("Cancel", "", false, int(QMessageBox::Cancel), general, false);
+    row("closed, OK or Cancel", "", false, 0, general, false);
 }
 
 void TestDesktop::Confirms()
 {
     QFETCH(QString, text);
     QFETCH(bool, yes_no);
-    QFETCH(int, button);
+    QFETCH(int, button); // 0 closes the box
     QWidget window;
     QString shown;
     QTimer::singleShot(0, &window, [&] {

@@ -5,8 +5,8 @@
 #include "panels/settingsdlg.h"
 #include "panels/wsp_blk_item.h"
 #include "support/installation.h"
+#include "support/quiettest.h"
 #include "support/repository.h"
-#include "support/silentconsole.h"
 #include "transfer/filedownloader.h"
 
 #include <QCheckBox>
@@ -23,7 +23,7 @@
 #include <QTreeWidget>
 #include <QtTest>
 
-class TestPages : public QObject
+class TestPages : public QuietTest
 {
     Q_OBJECT
 
@@ -31,9 +31,6 @@ public slots:
     void Open(const QUrl &url) { m_opened.append(url); }
 
 private slots:
-    void initTestCase() { SilentConsole::Start(); }
-    void cleanup() { QCOMPARE(SilentConsole::Take().join('\n'), QString()); }
-
     void HoldsRows();
     void OffersWhatTheStatusAllows();
     void HandsPressesOn();

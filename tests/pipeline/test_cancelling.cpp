@@ -2,8 +2,9 @@
 #include "support/filebytes.h"
 #include "support/installation.h"
 #include "support/nginxserver.h"
+#include "support/quiettest.h"
 #include "support/repository.h"
-#include "support/silentconsole.h"
+#include "support/table.h"
 
 #include <QThread>
 #include <QtTest>
@@ -15,13 +16,12 @@ enum Stage { Queued, Deleted, Unpacks, RunsScript };
 Q_DECLARE_METATYPE(Stage)
 
 /// The component "t" is cancelled or uninstalled in each state, while "o" and "p" go their way.
-class TestCancelling : public QObject
+class TestCancelling : public QuietTest
 {
     Q_OBJECT
 
 private slots:
     void initTestCase();
-    void cleanup() { QCOMPARE(SilentConsole::Take().join('\n'), QString()); }
 
     void CancelsADownload_data();
     void CancelsADownload();
@@ -100,7 +100,7 @@ bool Reach(Stage stage, Installation &installation)
 
 void TestCancelling::initTestCase()
 {
-    SilentConsole::Start();
+    QuietTest::initTestCase();
     QVERIFY2(m_server.Start(), qPrintable(m_server.Errors()));
     for (const QString stem : {"t", "o", "p"}) {
         Files files = {{stem + ".tar/version.info", "build:2024.05.01"},
@@ -133,16 +133,15 @@ void TestCancelling::Queue(Installation &installation, const QString &stems)
 
 void TestCancelling::CancelsADownload_data()
 {
-    QTest::addColumn<QString>("queue"); // the first two transfer
-    QTest::addColumn<bool>("installed");
-    QTest::newRow("Downloading, the first") << "top" << false;
-    QTest::newRow("Downloading an update") << "otp" << true;
-    QTest::newRow("Download Pending") << "opt" << true;
+    const Table<QString, bool> row("queue", "installed");
+    row("Downloading, the first", "top", false);
+    row("Downloading an update", "otp", true);
+    row("Download Pending", "opt", true);
 }
 
 void TestCancelling::CancelsADownload()
 {
-    QFETCH(const QString, queue);
+    QFETCH(const QString, queue); // the first two transfer
     QFETCH(const bool, installed);
     Installation installation;
     if (installed)
@@ -173,15 +172,8 @@ void TestCancelling::CancelsADownload()
 
 void TestCancelling::EndsAnInstallation_data()
 {
-    QTest::addColumn<QString>("queue");
-    QTest::addColumn<Stage>("stage");    // of the first
-    QTest::addColumn<QString>("button"); // none: the window is closed
-    QTest::addColumn<int>("status");     // after the press
-    QTest::addColumn<bool>("installs");
-    const auto row = [](const char *name, const char *queue, Stage stage, const char *button,
-                        int status, bool installs) {
-        QTest::newRow(name) << QString(queue) << stage << QString(button) << status << installs;
-    };
+    const Table<QString, Stage, QString, int, bool> row("queue", "stage", "button", "status",
+                                                        "installs");
     const char cancel[] = "pb_install";
     const char uninstall[] = "pb_delete";
     const int pending = RecordStatus::InstallPending;
@@ -202,9 +194,9 @@ void TestCancelling::EndsAnInstallation_data()
 void TestCancelling::EndsAnInstallation()
 {
     QFETCH(const QString, queue);
-    QFETCH(const Stage, stage);
-    QFETCH(const QString, button);
-    QFETCH(const int, status);
+    QFETCH(const Stage, stage);    // of the first
+    QFETCH(const QString, button); // none: the window is closed
+    QFETCH(const int, status);     // after the press
     QFETCH(const bool, installs);
     Installation installation(false);
     MainWindow *window = installation.Window();

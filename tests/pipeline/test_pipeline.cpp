@@ -2,8 +2,9 @@
 #include "support/filebytes.h"
 #include "support/installation.h"
 #include "support/nginxserver.h"
+#include "support/quiettest.h"
 #include "support/repository.h"
-#include "support/silentconsole.h"
+#include "support/table.h"
 #include "transfer/filedownloader.h"
 
 #include <QDirIterator>
@@ -13,7 +14,7 @@
 #include <QTableWidget>
 #include <QtTest>
 
-class TestPipeline : public QObject
+class TestPipeline : public QuietTest
 {
     Q_OBJECT
 
@@ -64,7 +65,7 @@ Files Tree(const QString &dir)
 
 void TestPipeline::initTestCase()
 {
-    SilentConsole::Start();
+    QuietTest::initTestCase();
     QVERIFY2(m_server.Start(), qPrintable(m_server.Errors()));
     QVERIFY2(m_slow_server.Start(), qPrintable(m_slow_server.Errors()));
 }
@@ -72,7 +73,7 @@ void TestPipeline::initTestCase()
 void TestPipeline::cleanup()
 {
     m_installation.reset();
-    QCOMPARE(SilentConsole::Take().join('\n'), QString());
+    QuietTest::cleanup();
 }
 
 bool TestPipeline::Serve(NginxServer &server, const QMap<QString, Files> &archives,
@@ -138,14 +139,7 @@ void TestPipeline::TakesOneComponentAllTheWay()
 
 void TestPipeline::PicksUpWhatAnEarlierRunLeft_data()
 {
-    QTest::addColumn<QString>("stamp");   // of the partial file; empty: the file itself
-    QTest::addColumn<int>("kept");        // bytes of the archive that it holds
-    QTest::addColumn<QString>("request"); // the one that gets the rest; empty for none
-    QTest::addColumn<bool>("installs");
-    const auto row = [](const char *name, const char *stamp, int kept, const char *request,
-                        bool installs) {
-        QTest::newRow(name) << QString(stamp) << kept << QString(request) << installs;
-    };
+    const Table<QString, int, QString, bool> row("stamp", "kept", "request", "installs");
     const char now[] = "2024-05-01T12:00:00.000Z";
     row("a part", now, 200000, " 206 range=\"bytes=200000-\"", true);
     row("all, unfinished", now, 1000000, " 416 ", true);
@@ -156,9 +150,9 @@ void TestPipeline::PicksUpWhatAnEarlierRunLeft_data()
 
 void TestPipeline::PicksUpWhatAnEarlierRunLeft()
 {
-    QFETCH(const int, kept);
-    QFETCH(const QString, stamp);
-    QFETCH(const QString, request);
+    QFETCH(const QString, stamp);   // of the partial file; empty: the file itself
+    QFETCH(const int, kept);        // bytes of the archive that it holds
+    QFETCH(const QString, request); // the one that gets the rest; empty for none
     QFETCH(const bool, installs);
     const Files files = {{"core/version.info", "build:2024.05.01"},
                          {"core/noise", RandomBytes(400000)}};

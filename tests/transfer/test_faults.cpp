@@ -1,8 +1,9 @@
 #include "app/datasingleton.h"
 #include "support/filebytes.h"
 #include "support/installation.h"
+#include "support/quiettest.h"
 #include "support/scriptedserver.h"
-#include "support/silentconsole.h"
+#include "support/table.h"
 #include "transfer/filedownloader.h"
 
 #include <QNetworkAccessManager>
@@ -58,7 +59,7 @@ QByteArray Page(const QByteArray &status, const QByteArray &header = "Server: te
 } // namespace
 
 /// Each fault, then one attempt more against a server without one.
-class TestFaults : public QObject
+class TestFaults : public QuietTest
 {
     Q_OBJECT
 
@@ -94,7 +95,7 @@ private:
 
 void TestFaults::initTestCase()
 {
-    SilentConsole::Start();
+    QuietTest::initTestCase();
     DataSingleton::Initialize(nullptr, m_dir.path());
 }
 
@@ -108,7 +109,7 @@ void TestFaults::cleanup()
 {
     m_manager.reset();
     QFile::remove(Path());
-    QCOMPARE(SilentConsole::Take(), QStringList());
+    QuietTest::cleanup();
 }
 
 /// With a clock that is fast enough for a test.
@@ -140,34 +141,22 @@ QString TestFaults::Text(const QString &error) const
 
 void TestFaults::EndsAsItMust_data()
 {
-    QTest::addColumn<int>("method");
-    QTest::addColumn<int>("held"); // bytes in the partial file before
-    QTest::addColumn<Script>("script");
-    QTest::addColumn<QString>("error");
-    QTest::addColumn<QByteArray>("data"); // afterwards
-
-    const auto ends = [](const char *name, int held, const Script &script, const QByteArray &data,
-                         int method = Get) {
-        QTest::newRow(name) << method << held << script << "" << data;
-    };
-    const auto fails = [](const QByteArray &name, int held, const Script &script,
-                          const QString &error, const QByteArray &data, int method = Get) {
-        QTest::newRow(name) << method << held << script << error << data;
-    };
+    const Table<int, int, Script, QString, QByteArray> row("method", "held", "script", "error",
+                                                           "data");
     const QByteArray &all = m_content;
     const Answer silence = {};
     const Script silence_for_ever = Times(9, silence);
 
-    fails("never answers", 0, silence_for_ever, "Remote response timeout.", kNothing);
-    ends("stalls once", 0, {{Ok(all.left(1234567))}}, all);
-    ends("stalls before the first byte", 0, {silence}, all);
-    ends("stalls in the middle of an error page", 0, {{Page("503 Busy").chopped(9)}}, all);
+    row("never answers", Get, 0, silence_for_ever, "Remote response timeout.", kNothing);
+    row("stalls once", Get, 0, {{Ok(all.left(1234567))}}, "", all);
+    row("stalls before the first byte", Get, 0, {silence}, "", all);
+    row("stalls in the middle of an error page", Get, 0, {{Page("503 Busy").chopped(9)}}, "", all);
     // So little that it comes at once: of what comes bit by bit, the toolkit tells the last percent
     // or doesn't, as the time falls.
     const QByteArray percent = all.left(kSize / 100);
-    fails("stalls for ever at a whole percent", 0, Script{{Ok(percent)}} + silence_for_ever,
-          "Remote response timeout.", percent);
-    ends("trickles", 0, {{Ok(all), ScriptedServer::KeepOpen, 5000}}, all);
+    row("stalls for ever at a whole percent", Get, 0, Script{{Ok(percent)}} + silence_for_ever,
+        "Remote response timeout.", percent);
+    row("trickles", Get, 0, {{Ok(all), ScriptedServer::KeepOpen, 5000}}, "", all);
 
     // Four times, as the toolkit asks up to three times more by itself if it finds the connection
     // closed before it has read the head; with a pace, as it drops what lies in the socket when a
@@ -176,68 +165,68 @@ void TestFaults::EndsAsItMust_data()
     for (const int count : {0, 1, 39, 40, 41, 999999, 1000000, 1000001}) {
         const QByteArray at = " at byte " + QByteArray::number(count);
         const QByteArray part = Ok(all.left(count));
-        fails("closed" + at, 0, Times(4, {part, ScriptedServer::Close, pace}), "Connection closed",
-              all.left(count));
-        fails("reset" + at, 0, Times(4, {part, ScriptedServer::Reset, pace}), "Connection closed",
-              all.left(count));
+        row("closed" + at, Get, 0, Times(4, {part, ScriptedServer::Close, pace}),
+            "Connection closed", all.left(count));
+        row("reset" + at, Get, 0, Times(4, {part, ScriptedServer::Reset, pace}),
+            "Connection closed", all.left(count));
     }
-    fails("closed without a word", 1000, Times(4, {"", ScriptedServer::Close}), "Connection closed",
-          all.left(1000));
-    fails("no HTTP", 1000, Times(4, {"garbage\r\n\r\n"}), "Connection closed", all.left(1000));
+    row("closed without a word", Get, 1000, Times(4, {"", ScriptedServer::Close}),
+        "Connection closed", all.left(1000));
+    row("no HTTP", Get, 1000, Times(4, {"garbage\r\n\r\n"}), "Connection closed", all.left(1000));
 
     const QByteArray unknown_length = ScriptedServer::Head("200 OK", "Connection: close");
-    ends("no Content-Length", 0, {{unknown_length + all, ScriptedServer::Close}}, all);
+    row("no Content-Length", Get, 0, {{unknown_length + all, ScriptedServer::Close}}, "", all);
     // Nobody can tell the cut here but the caller, who knows the size.
-    ends("no Content-Length, cut", 0, {{unknown_length + all.left(1000), ScriptedServer::Close}},
-         all.left(1000));
-    ends("chunked", 0,
-         {{ScriptedServer::Head("200 OK", "Transfer-Encoding: chunked")
-           + QByteArray::number(kSize, 16) + "\r\n" + all + "\r\n0\r\n\r\n"}},
-         all);
+    row("no Content-Length, cut", Get, 0,
+        {{unknown_length + all.left(1000), ScriptedServer::Close}}, "", all.left(1000));
+    row("chunked", Get, 0,
+        {{ScriptedServer::Head("200 OK", "Transfer-Encoding: chunked")
+          + QByteArray::number(kSize, 16) + "\r\n" + all + "\r\n0\r\n\r\n"}},
+        "", all);
 
     const QByteArray login = "Location: /login";
-    fails("redirect", 1000, {{Page("302 Found", login)}}, "%1 - server replied: Found",
-          all.left(1000));
+    row("redirect", Get, 1000, {{Page("302 Found", login)}}, "%1 - server replied: Found",
+        all.left(1000));
     for (const char *status : {"403 Forbidden", "404 Not Found", "500 Broken", "503 Busy"})
-        fails(status, 1000, {{Page(status)}}, "%1 - server replied: " + QString(status).mid(4),
-              all.left(1000));
-    fails("401", 1000, {{Page("401 Unauthorized", "WWW-Authenticate: Basic realm=x")}},
-          "Host requires authentication", all.left(1000));
+        row(status, Get, 1000, {{Page(status)}}, "%1 - server replied: " + QString(status).mid(4),
+            all.left(1000));
+    row("401", Get, 1000, {{Page("401 Unauthorized", "WWW-Authenticate: Basic realm=x")}},
+        "Host requires authentication", all.left(1000));
 
-    ends("has everything already", kSize, {}, all);
-    fails("has more than there is", 1000,
-          {{Page("416 No Such Range", "Content-Range: bytes */999")}},
-          "%1 - server replied: No Such Range", kNothing);
-    ends("range answered by its part, unnamed", 1000, {{Part("", all.mid(1000))}}, all);
-    ends("range answered by the whole", 1000, {{Ok(all)}}, all.left(1000) + all);
-    ends("range answered by other content", 1000, {{Part("bytes 1000-1002/1003", "abc")}},
-         all.left(1000) + "abc");
-    fails("range answered by another range", 1000,
-          {{Part("bytes 999-1999/2000", all.mid(999, 1001)).chopped(1)}}, // not waited for
-          "Server sent another part of the file", kNothing);
-    ends("compressed against our wish", 0,
-         {{ScriptedServer::Head("200 OK", "Content-Encoding: gzip\r\n" + Length(3)) + "abc"}},
-         "abc");
-    fails("broken hand-shake", 3, Times(4, {"no TLS here"}), "SSL handshake failed", all.left(3),
-          GetByTls);
+    row("has everything already", Get, kSize, {}, "", all);
+    row("has more than there is", Get, 1000,
+        {{Page("416 No Such Range", "Content-Range: bytes */999")}},
+        "%1 - server replied: No Such Range", kNothing);
+    row("range answered by its part, unnamed", Get, 1000, {{Part("", all.mid(1000))}}, "", all);
+    row("range answered by the whole", Get, 1000, {{Ok(all)}}, "", all.left(1000) + all);
+    row("range answered by other content", Get, 1000, {{Part("bytes 1000-1002/1003", "abc")}}, "",
+        all.left(1000) + "abc");
+    row("range answered by another range, not waited for", Get, 1000,
+        {{Part("bytes 999-1999/2000", all.mid(999, 1001)).chopped(1)}},
+        "Server sent another part of the file", kNothing);
+    row("compressed against our wish", Get, 0,
+        {{ScriptedServer::Head("200 OK", "Content-Encoding: gzip\r\n" + Length(3)) + "abc"}}, "",
+        "abc");
+    row("broken hand-shake", GetByTls, 3, Times(4, {"no TLS here"}), "SSL handshake failed",
+        all.left(3));
 
-    ends("memory: stalls", 0, {{Ok(all.left(1234567))}}, all, GetToMemory);
-    ends("memory: stalls in the middle of an error page", 0, {{Page("503 Busy").chopped(9)}}, all,
-         GetToMemory);
-    ends("memory: stalls behind the end", 0, {{unknown_length + all}}, all, GetToMemory);
-    fails("memory: cut", 0, Times(4, {Ok(all.left(1000)), ScriptedServer::Close}),
-          "Connection closed", all.left(1000), GetToMemory);
-    fails("memory: 404", 0, {{Page("404 Not Found")}}, "%1 - server replied: Not Found", kNothing,
-          GetToMemory);
+    row("memory: stalls", GetToMemory, 0, {{Ok(all.left(1234567))}}, "", all);
+    row("memory: stalls in the middle of an error page", GetToMemory, 0,
+        {{Page("503 Busy").chopped(9)}}, "", all);
+    row("memory: stalls behind the end", GetToMemory, 0, {{unknown_length + all}}, "", all);
+    row("memory: cut", GetToMemory, 0, Times(4, {Ok(all.left(1000)), ScriptedServer::Close}),
+        "Connection closed", all.left(1000));
+    row("memory: 404", GetToMemory, 0, {{Page("404 Not Found")}}, "%1 - server replied: Not Found",
+        kNothing);
 }
 
 void TestFaults::EndsAsItMust()
 {
     QFETCH(int, method);
-    QFETCH(int, held);
+    QFETCH(int, held); // bytes in the partial file before
     QFETCH(Script, script);
     QFETCH(QString, error);
-    QFETCH(QByteArray, data);
+    QFETCH(QByteArray, data); // afterwards
     if (held > 0)
         QVERIFY(WriteFile(Path(), PartialFile(m_content.left(held), kStamp)));
 
@@ -263,14 +252,7 @@ void TestFaults::EndsAsItMust()
 
 void TestFaults::ProbesAgainAfterAFault_data()
 {
-    QTest::addColumn<Script>("script");
-    QTest::addColumn<QString>("error");
-    QTest::addColumn<QString>("length");
-    QTest::addColumn<QString>("modified");
-    const auto row = [](const char *name, const Script &script, const QString &error,
-                        const QString &length, const QString &modified) {
-        QTest::newRow(name) << script << error << length << modified;
-    };
+    const Table<Script, QString, QString, QString> row("script", "error", "length", "modified");
     const QByteArray good =
         ScriptedServer::Head("200 OK", Length(5) + "\r\nLast-Modified: " + kDate);
     const QByteArray bare = ScriptedServer::Head("200 OK", "Connection: close");
@@ -324,9 +306,9 @@ void TestFaults::AsksAgainAsLongAsTheServerStalls()
 
 void TestFaults::LeavesADamagedFileAlone_data()
 {
-    QTest::addColumn<bool>("pause");
-    QTest::newRow("while data arrives") << false;
-    QTest::newRow("at a pause") << true;
+    const Table<bool> row("pause");
+    row("while data arrives", false);
+    row("at a pause", true);
 }
 
 void TestFaults::LeavesADamagedFileAlone()
@@ -376,13 +358,12 @@ void TestFaults::EndsAPauseThatWasTooLong()
 
 void TestFaults::SurvivesAFullDisk_data()
 {
-    QTest::addColumn<int>("room");
-    QTest::addColumn<int>("kept");
-    QTest::newRow("full in the first buffer") << 999999 << 0;
-    QTest::newRow("full in the first tail") << 1000020 << 0;
-    QTest::newRow("full in the second buffer") << 1500000 << 1000000;
-    QTest::newRow("full in the second tail") << 2000020 << 1000000;
-    QTest::newRow("full in the last write") << 2499999 << 2000000;
+    const Table<int, int> row("room", "kept");
+    row("full in the first buffer", 999999, 0);
+    row("full in the first tail", 1000020, 0);
+    row("full in the second buffer", 1500000, 1000000);
+    row("full in the second tail", 2000020, 1000000);
+    row("full in the last write", 2499999, 2000000);
 }
 
 /// The system gives the size limit of a process the effects of a full disk: short writes and

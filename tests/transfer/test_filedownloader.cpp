@@ -3,7 +3,8 @@
 #include "support/filebytes.h"
 #include "support/installation.h"
 #include "support/nginxserver.h"
-#include "support/silentconsole.h"
+#include "support/quiettest.h"
+#include "support/table.h"
 #include "transfer/filedownloader.h"
 
 #include <QDateTime>
@@ -34,7 +35,7 @@ int OpenDescriptors()
 } // namespace
 
 /// Transfers from a real server.
-class TestFileDownloader : public QObject
+class TestFileDownloader : public QuietTest
 {
     Q_OBJECT
 
@@ -47,8 +48,8 @@ private slots:
     void SetsTheProxy();
     void Fetches_data();
     void Fetches();
-    void StartsNothing_data();
-    void StartsNothing();
+    void Fails_data();
+    void Fails();
     void StartsOnce();
     void PausesAndGoesOn();
     void Aborts_data();
@@ -79,10 +80,10 @@ private:
 
 void TestFileDownloader::initTestCase()
 {
-    SilentConsole::Start();
+    QuietTest::initTestCase();
     DataSingleton::Initialize(nullptr, m_dir.path());
     QVERIFY(WriteFile(m_site.filePath("a.zip"), m_content));
-    QVERIFY(WriteFile(m_site.filePath("big.zip"), m_big));
+    QVERIFY(WriteFile(m_site.filePath("big.zip"), m_big) && QDir(m_site.path()).mkdir("folder"));
     QFile file(m_site.filePath("a.zip"));
     QVERIFY(file.open(QFile::ReadWrite)
             && file.setFileTime(QDateTime::fromString(kStamp, Qt::ISODateWithMs),
@@ -103,7 +104,7 @@ void TestFileDownloader::cleanup()
     m_parent.reset();
     m_manager.reset();
     QFile::remove(Path());
-    QCOMPARE(SilentConsole::Take(), QStringList());
+    QuietTest::cleanup();
 }
 
 /// A transfer that will be on its way for half a second.
@@ -146,18 +147,16 @@ void TestFileDownloader::SetsTheTlsDefault()
 
 void TestFileDownloader::SetsTheProxy_data()
 {
-    QTest::addColumn<int>("type");
-    QTest::addColumn<QString>("port");
-    QTest::addColumn<QNetworkProxy>("proxy");
+    const Table<int, QString, QNetworkProxy> row("type", "port", "proxy");
     using Proxy = QNetworkProxy;
     const auto http = [](quint16 port) {
         return Proxy(Proxy::HttpProxy, "proxy.test", port, "me", "secret");
     };
-    QTest::newRow("none") << 0 << "8080" << Proxy(Proxy::NoProxy);
-    QTest::newRow("manual") << 2 << "8080" << http(8080);
-    QTest::newRow("any other type is manual") << -1 << "8080" << http(8080);
-    QTest::newRow("port cut to 16 bits") << 2 << "70000" << http(4464);
-    QTest::newRow("port that is no number") << 2 << "80a" << http(0);
+    row("none", 0, "8080", Proxy(Proxy::NoProxy));
+    row("manual", 2, "8080", http(8080));
+    row("any other type is manual", -1, "8080", http(8080));
+    row("port cut to 16 bits", 2, "70000", http(4464));
+    row("port that is no number", 2, "80a", http(0));
 }
 
 void TestFileDownloader::SetsTheProxy()
@@ -174,34 +173,27 @@ void TestFileDownloader::SetsTheProxy()
 
 void TestFileDownloader::Fetches_data()
 {
-    QTest::addColumn<bool>("head_only");
-    QTest::addColumn<bool>("to_file");
-    QTest::addColumn<int>("held"); // bytes in the partial file before
-    QTest::addColumn<QString>("stamp");
-    QTest::addColumn<bool>("resume");
-    QTest::addColumn<QString>("answer");
-    const auto row = [](const char *name, bool head_only, bool to_file, int held,
-                        const QString &answer, const QString &stamp = kStamp, bool resume = true) {
-        QTest::newRow(name) << head_only << to_file << held << stamp << resume << answer;
-    };
+    const Table<bool, bool, int, QString, bool, QString> row("head_only", "to_file", "held",
+                                                             "stamp", "resume", "answer");
     const QString whole = "GET /a.zip 200 range=\"-\" sent=4000000";
-    row("memory", false, false, 0, whole);
-    row("file", false, true, 0, whole);
-    row("probe, though resume is set", true, false, 0, "HEAD /a.zip 200 range=\"-\" sent=0");
-    row("from the tail", false, true, 1234567,
+    row("memory", false, false, 0, kStamp, true, whole);
+    row("file", false, true, 0, kStamp, true, whole);
+    row("probe, though resume is set", true, false, 0, kStamp, true,
+        "HEAD /a.zip 200 range=\"-\" sent=0");
+    row("from the tail", false, true, 1234567, kStamp, true,
         "GET /a.zip 206 range=\"bytes=1234567-\" sent=2765433");
-    row("nothing left to fetch", false, true, kSize,
+    row("nothing left to fetch", false, true, kSize, kStamp, true,
         "GET /a.zip 416 range=\"bytes=4000000-\" sent=");
-    row("other version", false, true, 1234567, whole, kStamp.toLower());
-    row("no stamp", false, true, 1234567, whole, "");
-    row("not wanted", false, true, 1234567, whole, kStamp, false);
+    row("other version", false, true, 1234567, kStamp.toLower(), true, whole);
+    row("no stamp", false, true, 1234567, "", true, whole);
+    row("not wanted", false, true, 1234567, kStamp, false, whole);
 }
 
 void TestFileDownloader::Fetches()
 {
     QFETCH(bool, head_only);
     QFETCH(bool, to_file);
-    QFETCH(int, held);
+    QFETCH(int, held); // bytes in the partial file before
     QFETCH(QString, stamp);
     QFETCH(bool, resume);
     QFETCH(QString, answer);
@@ -230,20 +222,18 @@ void TestFileDownloader::Fetches()
              qPrintable(line));
 }
 
-void TestFileDownloader::StartsNothing_data()
+void TestFileDownloader::Fails_data()
 {
-    QTest::addColumn<QString>("url");
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<bool>("started");
-    QTest::addColumn<QString>("error");
-    QTest::newRow("no such directory") << "https://localhost/a.zip" << m_dir.filePath("none/a.zip")
-                                       << false << "No such file or directory";
-    QTest::newRow("no protocol") << "a.zip" << Path() << true << "Protocol \"\" is unknown";
-    QTest::newRow("no server") << "https://127.0.0.1:1/a.zip" << Path() << true
-                               << "Connection refused";
+    const Table<QString, QString, bool, QString> row("url", "path", "started", "error");
+    row("no such directory", "https://localhost/a.zip", m_dir.filePath("none/a.zip"), false,
+        "No such file or directory");
+    row("a folder, not redirected to", m_fast.Url() + "/folder", Path(), true,
+        "Error transferring " + m_fast.Url() + "/folder - server replied: Not Found");
+    row("no protocol", "a.zip", Path(), true, "Protocol \"\" is unknown");
+    row("no server", "https://127.0.0.1:1/a.zip", Path(), true, "Connection refused");
 }
 
-void TestFileDownloader::StartsNothing()
+void TestFileDownloader::Fails()
 {
     QFETCH(QString, url);
     QFETCH(QString, path);
@@ -292,9 +282,9 @@ void TestFileDownloader::PausesAndGoesOn()
 
 void TestFileDownloader::Aborts_data()
 {
-    QTest::addColumn<bool>("remove_data");
-    QTest::newRow("data kept") << false;
-    QTest::newRow("data removed") << true;
+    const Table<bool> row("remove_data");
+    row("data kept", false);
+    row("data removed", true);
 }
 
 void TestFileDownloader::Aborts()
@@ -326,11 +316,11 @@ void TestFileDownloader::DropsDataThatIsNotWanted()
 
 void TestFileDownloader::MayBeDeletedAtAnyTime_data()
 {
-    QTest::addColumn<QByteArray>("signal");
-    QTest::newRow("in its finish") << QByteArray(SIGNAL(SignalDownloadFinished(FileDownloader *)));
-    QTest::newRow("in its progress")
-        << QByteArray(SIGNAL(SignalDownloadProgress(FileDownloader *, qint64, qint64)));
-    QTest::newRow("after its manager") << QByteArray();
+    const Table<QByteArray> row("signal");
+    row("in its finish", QByteArray(SIGNAL(SignalDownloadFinished(FileDownloader *))));
+    row("in its progress",
+        QByteArray(SIGNAL(SignalDownloadProgress(FileDownloader *, qint64, qint64))));
+    row("after its manager", QByteArray());
 }
 
 void TestFileDownloader::MayBeDeletedAtAnyTime()

@@ -1,5 +1,6 @@
 #include "support/filebytes.h"
 #include "support/installation.h"
+#include "support/table.h"
 #include "transfer/filedownloader.h"
 
 #include <QTemporaryDir>
@@ -29,40 +30,33 @@ private:
 
 void TestPartialFile::KeepsOnlyWhatTheTailProves_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<qint64>("sum"); // that the tail states; -1: not a tail
-    QTest::addColumn<qint64>("kept");
-    QTest::addColumn<QString>("stamp");
-    const auto row = [](const char *name, const QByteArray &bytes, qint64 sum, qint64 kept = 0,
-                        const QString &stamp = kStamp) {
-        QTest::newRow(name) << bytes << sum << kept << stamp;
-    };
+    const Table<QByteArray, qint64, qint64, QString> row("bytes", "sum", "kept", "stamp");
     const QByteArray good = "abc" + Tail(294, 3, kStamp);
-    row("whole", good, 294, 3);
+    row("whole", good, 294, 3, kStamp);
     row("any version will do", good, 294, 3, "");
-    row("bytes above 127", "\xff\xfe" + Tail(509, 2, kStamp), 509, 2);
-    row("order changed, unseen by a sum", "cba" + Tail(294, 3, kStamp), 294, 3);
-    row("data changed", "abd" + Tail(294, 3, kStamp), 294);
-    row("other version of the file", "abc" + Tail(294, 3, kOtherStamp), -1);
+    row("bytes above 127", "\xff\xfe" + Tail(509, 2, kStamp), 509, 2, kStamp);
+    row("order changed, unseen by a sum", "cba" + Tail(294, 3, kStamp), 294, 3, kStamp);
+    row("data changed", "abd" + Tail(294, 3, kStamp), 294, 0, kStamp);
+    row("other version of the file", "abc" + Tail(294, 3, kOtherStamp), -1, 0, kStamp);
     row("other letter case", good, -1, 0, QString(kStamp).toLower());
     row("short stamp, stored longer", "abc" + Tail(294, 3, "2024-05-01T12:30:4500000"), -1, 0,
         "2024-05-01T12:30:45");
-    row("cut", good.chopped(1), -1);
-    row("lengthened", good + 'x', -1);
-    row("data lost in front", good.mid(1), -1);
-    row("length beyond 32 bits", "abc" + Tail(294, 3 + (qint64(1) << 32), kStamp), -1);
-    row("negative sum", "abc" + Tail(-294, 3, kStamp), -294);
-    row("killed before the tail was rewritten", QByteArray(80, 'x'), -1);
-    row("only zeros", QByteArray(3, '\0') + Tail(0, 3, kStamp), 0);
-    row("tail alone", Tail(0, 0, kStamp), 0);
-    row("no room for a tail", QByteArray(39, 'x'), 0);
-    row("empty", "", 0);
+    row("cut", good.chopped(1), -1, 0, kStamp);
+    row("lengthened", good + 'x', -1, 0, kStamp);
+    row("data lost in front", good.mid(1), -1, 0, kStamp);
+    row("length beyond 32 bits", "abc" + Tail(294, 3 + (qint64(1) << 32), kStamp), -1, 0, kStamp);
+    row("negative sum", "abc" + Tail(-294, 3, kStamp), -294, 0, kStamp);
+    row("killed before the tail was rewritten", QByteArray(80, 'x'), -1, 0, kStamp);
+    row("only zeros", QByteArray(3, '\0') + Tail(0, 3, kStamp), 0, 0, kStamp);
+    row("tail alone", Tail(0, 0, kStamp), 0, 0, kStamp);
+    row("no room for a tail", QByteArray(39, 'x'), 0, 0, kStamp);
+    row("empty", "", 0, 0, kStamp);
 }
 
 void TestPartialFile::KeepsOnlyWhatTheTailProves()
 {
     QFETCH(QByteArray, bytes);
-    QFETCH(qint64, sum);
+    QFETCH(qint64, sum); // that the tail states; -1: not a tail
     QFETCH(QString, stamp);
     QVERIFY(WriteFile(m_file.fileName(), bytes));
     QTEST(FileDownloader::GetDownloadedFileDetails(m_file.fileName(), stamp), "kept");
@@ -79,16 +73,13 @@ void TestPartialFile::KeepsOnlyWhatTheTailProves()
 
 void TestPartialFile::StoresTheStampInTwentyFourCharacters_data()
 {
-    QTest::addColumn<QString>("stamp");
-    QTest::addColumn<QByteArray>("stored");
-    QTest::addColumn<QString>("changed");
-    QTest::newRow("none") << "" << QByteArray(24, '0') << "";
-    QTest::newRow("short") << "abc"
-                           << "abc" + QByteArray(21, '0') << "abc" + QString(21, '0');
-    QTest::newRow("exact") << QString(kStamp) << kStamp << QString(kStamp);
-    QTest::newRow("long") << QString(kStamp + "more") << kStamp << QString(kStamp);
-    QTest::newRow("outside Latin-1") << QString::fromUtf8("\u20ac") << "?" + QByteArray(23, '0')
-                                     << QString::fromUtf8("\u20ac") + QString(23, '0');
+    const Table<QString, QByteArray, QString> row("stamp", "stored", "changed");
+    row("none", "", QByteArray(24, '0'), "");
+    row("short", "abc", "abc" + QByteArray(21, '0'), "abc" + QString(21, '0'));
+    row("exact", QString(kStamp), kStamp, QString(kStamp));
+    row("long", QString(kStamp + "more"), kStamp, QString(kStamp));
+    row("outside Latin-1", QString::fromUtf8("\u20ac"), "?" + QByteArray(23, '0'),
+        QString::fromUtf8("\u20ac") + QString(23, '0'));
 }
 
 void TestPartialFile::StoresTheStampInTwentyFourCharacters()

@@ -1,13 +1,14 @@
-#include "support/silentconsole.h"
+#include "support/quiettest.h"
 
 #include <QMutex>
+#include <QTest>
 
 #include <cstdio>
 #include <cstdlib>
 
 namespace {
 QMutex s_mutex;
-QStringList s_messages;
+QStringList s_messages; // of all threads
 
 void Record(QtMsgType type, const QMessageLogContext &context, const QString &message)
 {
@@ -22,15 +23,15 @@ void Record(QtMsgType type, const QMessageLogContext &context, const QString &me
 }
 } // namespace
 
-void SilentConsole::Start()
+void QuietTest::initTestCase()
 {
     qInstallMessageHandler(Record);
 }
 
-QStringList SilentConsole::Take()
+void QuietTest::cleanup()
 {
     const QMutexLocker lock(&s_mutex);
-    QStringList messages;
-    messages.swap(s_messages);
-    return messages;
+    const QString messages = s_messages.join('\n');
+    s_messages.clear();
+    QCOMPARE(messages, QString());
 }
