@@ -7,6 +7,8 @@
 int main(int argc, char *argv[])
 {
     const QApplication application(argc, argv);
+    // From here on the toolkit would tell the console of faults in the repository's pages, too.
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     const QString root =
         RootDirectory(QCoreApplication::arguments(), QCoreApplication::applicationDirPath());
 

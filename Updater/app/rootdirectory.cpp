@@ -3,6 +3,7 @@
 #include "common/common_helper.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 QString RootDirectory(const QStringList &arguments, const QString &program_dir)
 {
@@ -14,6 +15,9 @@ QString RootDirectory(const QStringList &arguments, const QString &program_dir)
         if (text.startsWith('#') && text.size() > 1)
             path = QDir::current().absoluteFilePath(text.mid(1));
     }
-    path = QDir::cleanPath(QDir::fromNativeSeparators(path));
+    path = QDir::fromNativeSeparators(path);
+    // Behind a link, ".." leads to another place than the text says.
+    const QString real = path.contains("..") ? QFileInfo(path).canonicalFilePath() : QString();
+    path = QDir::cleanPath(real.isEmpty() ? path : real);
     return path == "/" ? QString() : path;
 }

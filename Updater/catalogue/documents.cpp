@@ -9,6 +9,8 @@ const char kDocumentsArchive[] = "hwd_doc.zip";
 
 namespace {
 
+const qint64 kMostBytes = 10000000; // what a page or picture needs at the most, and far more
+
 QString DocumentsDir()
 {
     return DataSingleton::Inst()->GetDownloadsDir() + "/hwd_doc";
@@ -22,7 +24,7 @@ QByteArray DocumentData(const QString &name)
     const QString home = QFileInfo(DocumentsDir()).canonicalFilePath() + "/";
     const QFileInfo file(path);
     QByteArray bytes;
-    if (file.isFile() && file.canonicalFilePath().startsWith(home))
+    if (file.isFile() && file.size() <= kMostBytes && file.canonicalFilePath().startsWith(home))
         GetFileData(path, bytes);
     return bytes;
 }

@@ -9,8 +9,8 @@
 /// The archive's name, in the repository and in the downloads directory.
 extern const char kDocumentsArchive[];
 
-/// A file of the unpacked pages; empty if it can't be read, is no regular file or lies, whatever
-/// \a name says, anywhere else.
+/// A file of the unpacked pages; empty if it can't be read, is too large, is no regular file or
+/// lies, whatever \a name says, anywhere else.
 QByteArray DocumentData(const QString &name);
 
 /// Deletes archive and pages, if they are there.

@@ -23,6 +23,8 @@ const char kPackageList[] = "zeft_bsps.info";
 
 const int kFetchTimeout = 15000; // ms
 const int kProbeTimeout = 10000;
+const int kMostNamed = 20;  // lines with an unsafe name, as each message takes a while
+const int kMostShown = 200; // characters of such a line
 
 const char kInvalidData[] = "Remote repository connection failed. Invalid data received. "
                             "Restart the program and try again.";
@@ -132,15 +134,19 @@ void MainWindow::AcceptPackageList(const QByteArray &bytes)
 
 void MainWindow::MakeRecords()
 {
+    int unsafe = 0;
     for (const QString &line : qAsConst(fversions_lines)) {
         std::unique_ptr<DN_FILE_STRUCT> record = RecordFromLine(line);
         if (!record)
             continue;
+        const QString shown = line.simplified().left(kMostShown); // on one line of the log
         if (IsInstallable(record->file_name))
             records.append(record.release());
-        else
-            AddMsg("File can't be installed safely, line passed over: " + line, 2);
+        else if (++unsafe <= kMostNamed)
+            AddMsg("File can't be installed safely, line passed over: " + shown, 2);
     }
+    if (unsafe > kMostNamed)
+        AddMsg(QString("%1 more lines passed over.").arg(unsafe - kMostNamed), 2);
 }
 
 void MainWindow::AcceptProbe(FileDownloader *fd)

@@ -17,7 +17,9 @@ const char *const kTakenDirs[] = {"/bin", "/bin_lnx", "/downloads", "/hardware",
 bool HasUnsafeCharacter(const QString &name)
 {
     return std::any_of(name.begin(), name.end(), [](QChar c) {
-        return c == '/' || c == '\\' || c.category() == QChar::Other_Control;
+        return c == '/' || c == '\\' || c.category() == QChar::Other_Control
+               || c.category() == QChar::Separator_Line
+               || c.category() == QChar::Separator_Paragraph;
     });
 }
 

@@ -3,6 +3,9 @@
 #include "catalogue/documents.h"
 #include "panels/desktop.h"
 
+#include <QBuffer>
+#include <QImageReader>
+
 DescriptionView::DescriptionView(QWidget *parent)
     : QTextBrowser(parent)
 {
@@ -13,7 +16,16 @@ DescriptionView::DescriptionView(QWidget *parent)
     });
 }
 
-QVariant DescriptionView::loadResource(int /*type*/, const QUrl &name)
+QVariant DescriptionView::loadResource(int type, const QUrl &name)
 {
-    return name.isRelative() ? DocumentData(name.path()) : QVariant();
+    if (type != QTextDocument::ImageResource || !name.isRelative())
+        return QVariant();
+    QByteArray bytes = DocumentData(name.path());
+    QBuffer buffer(&bytes);
+    QImageReader reader(&buffer);
+    const qint64 pixels = static_cast<qint64>(reader.size().width()) * reader.size().height();
+    if (!reader.size().isValid() || pixels > m_pixelsLeft)
+        return QVariant();
+    m_pixelsLeft -= pixels;
+    return reader.read();
 }

@@ -2,8 +2,8 @@
 
 #include <QTextBrowser>
 
-/// Shows a description page. Pages come from the repository, so what one names, such as an image,
-/// is looked for among its own kind alone, and a link leads to the desktop's browser.
+/// Shows a description page. Pages come from the repository, so what one names is looked for among
+/// its own kind alone and may only be a picture, and a link leads to the desktop's browser.
 class DescriptionView : public QTextBrowser
 {
     Q_OBJECT
@@ -12,4 +12,7 @@ public:
     explicit DescriptionView(QWidget *parent);
 
     QVariant loadResource(int type, const QUrl &name) override;
+
+private:
+    qint64 m_pixelsLeft = 30000000; // a few bytes can hold a picture of gigabytes
 };

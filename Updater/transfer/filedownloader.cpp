@@ -11,6 +11,7 @@
 #include <QSysInfo>
 
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -19,6 +20,8 @@ const qint64 kBufferSize = 1000000; // staging buffer
 // The most that a reply holds back. The toolkit's own thread reads by 64 KiB; where it may run no
 // further ahead, it wakes this thread once for that much instead of once for each TLS record.
 const qint64 kReadAhead = 65536;
+
+const qint64 kMostInMemory = 64000000; // far above the manifests of 100,000 files
 
 // RFC 9110, section 15
 const int kPartialContent = 206;
@@ -191,6 +194,13 @@ void FileDownloader::ReadDataHelper(bool force_write, bool final_write)
     if (readable && !BringsTheFile())
         m_reply->readAll(); // has to go, but nowhere
     if (m_file.fileName().isEmpty()) {
+        if (readable && m_data.size() + m_reply->bytesAvailable() > kMostInMemory) {
+            m_error = "The answer is too long.";
+            m_data.clear();
+            m_reply->readAll();
+            Abort(false);
+            return;
+        }
         if (readable)
             m_data += m_reply->readAll();
     } else {
@@ -305,7 +315,9 @@ void FileDownloader::onReadData()
 void FileDownloader::onDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
 {
     const qint64 received = m_resumeOffset + bytesReceived;
-    const qint64 total = m_resumeOffset + bytesTotal;
+    // The server may announce any length.
+    const qint64 total =
+        m_resumeOffset + qMin(bytesTotal, std::numeric_limits<qint64>::max() - m_resumeOffset);
     m_percent = static_cast<float>(received) * 100.0F / static_cast<float>(total);
     emit SignalDownloadProgress(this, received, total);
 }

@@ -50,6 +50,12 @@ void TestWindow::FindsTheRoot()
     for (const auto &[arguments, root] : rows)
         QCOMPARE(RootDirectory(arguments, "/opt/zeft/bin"), root);
     QCOMPARE(RootDirectory({}, "/bin"), QString());
+
+    const QTemporaryDir dir;
+    QVERIFY(QDir(dir.path()).mkpath("there/inside") && QDir(dir.path()).mkdir("there/root"));
+    QFile::link("there/inside", dir.filePath("link"));
+    QCOMPARE(RootDirectory({'#' + dir.filePath("link/../root")}, "/bin"),
+             dir.filePath("there/root"));
 }
 
 void TestWindow::ShowsTheStatus()

@@ -130,7 +130,7 @@ void TestManifests::SetsTheInstallTarget()
 void TestManifests::TurnsDownUnsafeNames()
 {
     const QStringList unsafe = {"", "/", "..", ".", "../x.zip", "a/b.zip", "/etc.zip", "a\\b.zip",
-                                QString("a") + QChar(0) + ".zip",
+                                QString("a") + QChar(0) + ".zip", QString("a") + QChar(0x2028),
                                 // no directory of its own
                                 ".zip", "..zip", "...zip", "zeft_bsp_.zip", "zeft_bsp_",
                                 "zeft_bsp_.hlib.zip", ".zeft_bsp_x.zip",

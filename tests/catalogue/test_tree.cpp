@@ -133,8 +133,10 @@ void TestTree::ShowsDescriptions()
     WriteFile(
         installation.Download("hwd_doc/a.htm"),
         QByteArray("<p style='font-size:12.0pt'>B\xC3\xB6<img src='x.png'>ard</p>\0more", 61));
+    WriteFile(installation.Download("hwd_doc/deep.htm"),
+              QByteArray("<table><tr><td>").repeated(30));
     QFile::link("../secret.htm", installation.Download("hwd_doc/link.htm"));
-    const QStringList pages = {"a.htm", "late.htm", "", "../secret.htm", "link.htm"};
+    const QStringList pages = {"a.htm", "late.htm", "", "../secret.htm", "link.htm", "deep.htm"};
     QStringList lines;
     for (const QString &page : pages)
         lines.append("8#0#Board####" + page);
@@ -147,7 +149,7 @@ void TestTree::ShowsDescriptions()
     };
     QCOMPARE(text(0), QString("B%1ard").arg(QChar(0xF6)));
     for (int place = 1; place < pages.size(); ++place)
-        QCOMPARE(text(place), QString());
+        QCOMPARE(text(place), place < 5 ? QString() : "The description is too large to be shown.");
     // What is unpacked later shows as soon as the package is selected.
     WriteFile(installation.Download("hwd_doc/late.htm"), "late");
     QCOMPARE(text(1), QString("late"));
@@ -167,7 +169,7 @@ void TestTree::SortsRecordsAndTellsTheirStatus()
            "8#zeft_bsp_old.hlib.zip#bsp#2024-05-01T1#2#9",
            "8#wrong.zip#blocks/version_latest#2024-05-01T1#1#120",
            "8#complete.zip#blocks/version_latest/y#2024-05-01#1#120",
-           "8#partial.zip#blocks/version_latest#T#1#120", "8#../x.zip#core/version_latest#T#1#1"},
+           "8#partial.zip#blocks/version_latest#T#1#120", "8#../x\n.zip#core/version_latest#T#1#1"},
           {});
     QCOMPARE(Labels(Top(installation, 2)),
              QStringList({"wrong.zip [0.0 KB]", "complete.zip [0.0 KB]", "partial.zip [0.0 KB]"}));
@@ -186,7 +188,7 @@ void TestTree::SortsRecordsAndTellsTheirStatus()
     QCOMPARE(
         installation.Log().mid(2),
         QStringList({"File can't be installed safely, line passed over: "
-                     "8#../x.zip#core/version_latest#T#1#1",
+                     "8#../x .zip#core/version_latest#T#1#1",
                      "Installing file complete.zip...",
                      "Connected. Select individual items in the left pane to install or update."}));
     QVERIFY(!QGuiApplication::overrideCursor());

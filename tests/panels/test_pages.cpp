@@ -2,6 +2,7 @@
 #include "panels/downloadwgt.h"
 #include "panels/helpwnd.h"
 #include "panels/localdownloaddlg.h"
+#include "panels/pagelimits.h"
 #include "panels/settingsdlg.h"
 #include "panels/wsp_blk_item.h"
 #include "support/installation.h"
@@ -246,6 +247,21 @@ void TestPages::LaysOutTexts()
         text.setHtml(html.arg(size[1], "100%") + html.arg(size[1], "100%"));
         QCOMPARE(shown->toHtml(), text.toHtml());
     }
+    const std::pair<QString, bool> pages[] = {
+        {QString("<table><tr><td>").repeated(8), true},
+        {QString("<table><tr><td>").repeated(9), false},
+        {QString("<table><tr><td>x</table>").repeated(9), true},
+        {QString("<b>").repeated(101), false},
+        {QString("<br><p><li>").repeated(101), true},
+        {QString(200001, ' '), false},
+        {"<p style='Line-Height: 99999%'>", false},
+        {"<style> p { margin: 1px -99999px } </style>", false},
+        {"<table CellPadding = \"99999\">", false},
+        {"<td colspan=100>", false},
+        {"<p style='color:#123456' id='123456'><img width=9999 src='123456.png'>123456", true},
+    };
+    for (const auto &[page, is_quick] : pages)
+        QVERIFY2(IsQuickToLayOut(page) == is_quick, qPrintable(page.left(60)));
     widget.SetPlainText("<b>");
     QCOMPARE(shown->toPlainText(), QString("<b>"));
 }

@@ -172,6 +172,11 @@ void TestFaults::EndsAsItMust_data()
     }
     row("closed without a word", Get, 1000, Times(4, {"", ScriptedServer::Close}),
         "Connection closed", all.left(1000));
+    row("a length beyond all bounds", Get, 1000,
+        Times(4, {ScriptedServer::Head("206 Part", "Content-Length: 9223372036854775807")
+                      + all.mid(1000, 9),
+                  ScriptedServer::Close, pace}),
+        "Connection closed", all.left(1009));
     row("no HTTP", Get, 1000, Times(4, {"garbage\r\n\r\n"}), "Connection closed", all.left(1000));
 
     const QByteArray unknown_length = ScriptedServer::Head("200 OK", "Connection: close");
@@ -214,6 +219,8 @@ void TestFaults::EndsAsItMust_data()
     row("memory: stalls in the middle of an error page", GetToMemory, 0,
         {{Page("503 Busy").chopped(9)}}, "", all);
     row("memory: stalls behind the end", GetToMemory, 0, {{unknown_length + all}}, "", all);
+    row("memory: without an end", GetToMemory, 0, {{unknown_length + QByteArray(65000000, 'x')}},
+        "The answer is too long.", kNothing);
     row("memory: cut", GetToMemory, 0, Times(4, {Ok(all.left(1000)), ScriptedServer::Close}),
         "Connection closed", all.left(1000));
     row("memory: 404", GetToMemory, 0, {{Page("404 Not Found")}}, "%1 - server replied: Not Found",
