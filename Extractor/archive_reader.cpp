@@ -8,6 +8,7 @@
 namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
+constexpr std::size_t kMostUnused = std::size_t{256} * 1024 * 1024;
 
 void Support(archive *handle, ArchiveReader::Format format)
 {
@@ -104,6 +105,7 @@ ArchiveReader::ArchiveReader(PieceSource &tar)
 archive_entry *ArchiveReader::NextEntry()
 {
     m_givenBack = {};
+    m_unused = 0;
     archive_entry *entry = nullptr;
     const int result = archive_read_next_header(m_archive.get(), &entry);
     Check(result == ARCHIVE_EOF ? ARCHIVE_OK : result);
@@ -113,6 +115,7 @@ archive_entry *ArchiveReader::NextEntry()
         }
         return nullptr;
     }
+    m_place = Place(); // what was passed over may be another reader's
     return entry;
 }
 
@@ -122,6 +125,7 @@ bool ArchiveReader::NextBlock(Block &block)
         block = std::exchange(m_givenBack, {});
         return true;
     }
+    m_unused = 0;
     const void *bytes = nullptr;
     std::size_t size = 0;
     la_int64_t offset = 0;
@@ -158,11 +162,17 @@ void ArchiveReader::Check(int result)
     }
 }
 
+std::uint64_t ArchiveReader::Place() const
+{
+    return static_cast<std::uint64_t>(archive_filter_bytes(m_archive.get(), -1));
+}
+
 void ArchiveReader::Report()
 {
     if (m_file) {
-        m_progress->Reach(static_cast<std::uint64_t>(archive_filter_bytes(m_archive.get(), -1)),
-                          m_file->Size());
+        const std::uint64_t place = Place();
+        m_progress->Advance(place - std::min(m_place, place), m_file->Size());
+        m_place = place;
     }
 }
 
@@ -173,6 +183,10 @@ la_ssize_t ArchiveReader::Feed(const void **bytes)
         std::string_view block;
         if (m_tar) {
             block = m_tar->Next();
+            m_unused += block.size();
+            if (m_unused > kMostUnused) {
+                throw Failure("is damaged: too much stands between its files");
+            }
             m_tarEnded = block.empty() ? m_tarEnded : EndsInZeros(block);
         } else {
             block = {m_buffer.data(), m_file->ReadAt(m_offset, m_buffer.data(), m_buffer.size())};

@@ -25,7 +25,8 @@ public:
         Packed // no archive but one stream, packed with any of libarchive's own filters
     };
 
-    /// The file and the progress, which follows the place in it, must outlive the reader.
+    /// The file and the progress, which counts what is read of it, must outlive the reader. Several
+    /// readers may share both.
     ArchiveReader(const InputFile &file, Format format, Progress &progress);
 
     /// Reads the bytes of \a tar, which must outlive the reader, as a tar archive. Whoever brings
@@ -60,6 +61,7 @@ private:
 
     int Open();
     void Check(int result);
+    std::uint64_t Place() const;
     void Report();
     la_ssize_t Feed(const void **bytes);
 
@@ -71,6 +73,8 @@ private:
     bool m_tarEnded = false;           // the last that came of the tar was the mark of its end
     std::vector<char> m_buffer;
     std::uint64_t m_offset = 0; // where the next bytes of the file are read
+    std::uint64_t m_place = 0;  // in the file, up to which progress has been told
+    std::size_t m_unused = 0;   // bytes of the tar since the last that made a difference
     std::exception_ptr m_inputFailure;
     Block m_givenBack = {};
 };

@@ -161,7 +161,8 @@ bool Bzip2Source::StartNextBlock()
         stream.Add(kEndMark, kMarkSize);
         stream.Add(sum, kSumSize);
         m_at = end;
-        m_blocks.push_back(std::async(std::launch::async, UnpackBlock, stream.Take()));
+        // Where no thread can be had, a block is unpacked when its turn comes.
+        m_blocks.push_back(std::async(UnpackBlock, stream.Take()));
         return true;
     }
     return false;

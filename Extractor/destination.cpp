@@ -4,6 +4,7 @@
 #include "remove_tree.h"
 
 #include <algorithm>
+#include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -30,20 +31,6 @@ UniqueFd OpenDestination(const std::string &path)
     return folder;
 }
 
-/// Runs \a make, which makes \a name in \a folder, and once more after removing what is in its way;
-/// a folder is not removed. Returns what \a make did, -1 for a failure.
-template <typename Make> int MakeInPlace(int folder, const std::string &name, Make make)
-{
-    int result = make();
-    if (result < 0 && errno == EEXIST) {
-        if (::unlinkat(folder, name.c_str(), 0) != 0) {
-            return -1;
-        }
-        result = make();
-    }
-    return result;
-}
-
 } // namespace
 
 Destination::Destination(const std::string &path)
@@ -56,6 +43,24 @@ Destination::Destination(const std::string &path)
 Destination::~Destination()
 {
     ::umask(m_mask);
+}
+
+template <typename Make>
+int Destination::MakeInPlace(const EntryPath &path, int folder, const std::string &name, Make make)
+{
+    int made = make();
+    const bool isNew = made >= 0;
+    if (!isNew && errno == EEXIST && ::unlinkat(folder, name.c_str(), 0) == 0) {
+        made = make();
+    }
+    if (made < 0) {
+        throw SystemFailure(JoinPath(path));
+    }
+    if (isNew && path.size() == 1) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_made.push_back(name);
+    }
+    return made;
 }
 
 void Destination::MakeFolder(int parent, const std::string &name, bool isTop)
@@ -90,21 +95,12 @@ UniqueFd Destination::MakeFile(const EntryPath &path, int folder, const std::str
                                mode_t mode)
 {
     m_space.Take(0, 1);
-    bool isNew = true;
-    UniqueFd file(MakeInPlace(folder, name, [&] {
-        const int made = ::openat(folder, name.c_str(),
-                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
-        isNew = isNew && made >= 0;
-        return made;
+    UniqueFd file(MakeInPlace(path, folder, name, [&] {
+        return ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                        mode);
     }));
-    if (!file) {
-        throw SystemFailure(JoinPath(path));
-    }
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_links.erase(path);
-    if (isNew && path.size() == 1) {
-        m_made.push_back(name);
-    }
     return file;
 }
 
@@ -116,6 +112,10 @@ void Destination::SetAttributesLater(const EntryPath &folder, const Attributes &
 
 void Destination::LinkLater(const EntryPath &path, const std::string &target)
 {
+    if (target.size() >= PATH_MAX) {
+        throw Failure(JoinPath(path) + ": links to a name that is too long");
+    }
+    m_space.Take(target.size(), 1);
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_links[path] = target;
 }
@@ -150,14 +150,9 @@ void Destination::LinkNow(FolderWalk &walk, const EntryPath &path, const EntryPa
     }
     const int folder = walk.Make(ParentOf(path));
     const std::string name = Waiting(path);
-    if (MakeInPlace(folder, name,
-                    [&] {
-                        return ::linkat(targetFolder.Get(), targetName.c_str(), folder,
-                                        name.c_str(), 0);
-                    })
-        != 0) {
-        throw SystemFailure(JoinPath(path));
-    }
+    MakeInPlace(path, folder, name, [&] {
+        return ::linkat(targetFolder.Get(), targetName.c_str(), folder, name.c_str(), 0);
+    });
 }
 
 std::string Destination::Waiting(const EntryPath &path)
@@ -194,22 +189,11 @@ void Destination::MakeLinks(FolderWalk &walk)
 {
     for (const auto &[path, target] : m_links) {
         CheckLink(walk, path, target);
-        m_space.Take(0, 1);
         const int folder = walk.Make(ParentOf(path));
         const std::string name = Waiting(path);
-        bool isNew = true;
-        if (MakeInPlace(folder, name,
-                        [&, &text = target] {
-                            const int result = ::symlinkat(text.c_str(), folder, name.c_str());
-                            isNew = isNew && result == 0;
-                            return result;
-                        })
-            != 0) {
-            throw SystemFailure(JoinPath(path));
-        }
-        if (isNew && path.size() == 1) {
-            m_made.push_back(name);
-        }
+        MakeInPlace(path, folder, name, [&, &text = target] {
+            return ::symlinkat(text.c_str(), folder, name.c_str());
+        });
     }
 }
 

@@ -61,6 +61,10 @@ public:
     void Undo();
 
 private:
+    /// Runs \a make, which makes \a name of \a path in \a folder, and once more after removing
+    /// what is in its way; a folder is not removed. Returns what \a make did.
+    template <typename Make>
+    int MakeInPlace(const EntryPath &path, int folder, const std::string &name, Make make);
     void MakeLinks(FolderWalk &walk);
     void CheckLink(FolderWalk &walk, const EntryPath &path, const std::string &target);
     void SetAttributes(FolderWalk &walk, bool ofWaiting);

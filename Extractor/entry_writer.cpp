@@ -64,11 +64,6 @@ private:
     std::uint64_t m_end = 0;
 };
 
-mode_t PermissionsOf(archive_entry *entry)
-{
-    return archive_entry_perm(entry) & 0777;
-}
-
 std::optional<timespec> ModifiedOf(archive_entry *entry)
 {
     if (!archive_entry_mtime_is_set(entry)) {
@@ -105,7 +100,7 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
     switch (archive_entry_filetype(entry)) {
     case AE_IFDIR:
         m_walk.Make(path);
-        m_destination.SetAttributesLater(path, {PermissionsOf(entry), ModifiedOf(entry)});
+        m_destination.SetAttributesLater(path, {ModeOf(reader, entry), ModifiedOf(entry)});
         break;
     case AE_IFREG:
         if ((archive_entry_perm(entry) & (S_ISUID | S_ISGID)) != 0) {
@@ -121,15 +116,21 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
     }
 }
 
+mode_t EntryWriter::ModeOf(const ArchiveReader &reader, archive_entry *entry) const
+{
+    const mode_t mode = archive_entry_perm(entry) & 0777;
+    const ArchiveReader::Format format = reader.GetFormat();
+    // Cabinets know no permissions, nor does many a 7z; libarchive makes up some.
+    const bool areMadeUp =
+        format == ArchiveReader::Format::Cab || format == ArchiveReader::Format::SevenZip;
+    return areMadeUp ? m_destination.Masked(mode) : mode;
+}
+
 void EntryWriter::WriteFile(ArchiveReader &reader, archive_entry *entry, const EntryPath &path)
 {
-    // Cabinets know no permissions; libarchive makes up some.
-    const mode_t mode = reader.GetFormat() != ArchiveReader::Format::Cab
-                            ? PermissionsOf(entry)
-                            : m_destination.Masked(PermissionsOf(entry));
     const int folder = m_walk.Make(ParentOf(path));
     const std::string name = m_destination.Waiting(path);
-    NewFile file(m_destination.MakeFile(path, folder, name, mode), folder, name);
+    NewFile file(m_destination.MakeFile(path, folder, name, ModeOf(reader, entry)), folder, name);
     ArchiveReader::Block block;
     while (reader.NextBlock(block)) {
         m_destination.Space().Take(block.bytes.size(), 0);

@@ -96,6 +96,7 @@ int main(int argc, char *argv[])
     // A caller that is gone, or a limit on file sizes, ends a call and not the run.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGCHLD, SIG_DFL); // where it is ignored, as a caller may pass on, no end is told
     ChooseLocale();
     try {
         return Run({argv + std::min(1, argc), argv + argc});

@@ -1,5 +1,7 @@
 #include "prefetch.h"
 
+#include <system_error>
+
 namespace {
 
 constexpr std::size_t kBlockSize = std::size_t{256} * 1024;
@@ -9,8 +11,12 @@ constexpr std::size_t kBlockSize = std::size_t{256} * 1024;
 Prefetch::Prefetch(ByteSource &source, std::size_t ahead)
     : m_source(source)
     , m_blocks(ahead / kBlockSize)
-    , m_thread(&Prefetch::Run, this)
 {
+    try {
+        m_thread = std::thread(&Prefetch::Run, this);
+    } catch (const std::system_error &) {
+        // Next() can read by itself.
+    }
 }
 
 Prefetch::~Prefetch()
@@ -20,11 +26,17 @@ Prefetch::~Prefetch()
         m_stopping = true;
     }
     m_changed.notify_all();
-    m_thread.join();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
 }
 
 std::string_view Prefetch::Next()
 {
+    if (!m_thread.joinable()) {
+        Fill(m_blocks.front());
+        return {m_blocks.front().bytes.get(), m_blocks.front().size};
+    }
     std::unique_lock<std::mutex> lock(m_mutex);
     if (m_lent) {
         m_lent = false;

@@ -23,6 +23,8 @@ public:
 
     /// A number above the work is cut to 99: 100 says that all is done.
     void Reach(std::uint64_t done, std::uint64_t total);
+    /// Says of \a bytes more that they are done.
+    void Advance(std::uint64_t bytes, std::uint64_t total) { Reach(m_done += bytes, total); }
     void Finish();
 
     /// Passes on what somebody else says of work, be it less than before.
@@ -36,5 +38,6 @@ private:
     std::condition_variable m_endCame;
     bool m_ended = false;
     std::atomic<int> m_percent{0};
+    std::atomic<std::uint64_t> m_done{0}; // by Advance()
     std::thread m_repeater;
 };

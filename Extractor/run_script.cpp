@@ -4,8 +4,12 @@
 #include "percent_lines.h"
 #include "script_process.h"
 
+#include <cerrno>
 #include <climits>
+#include <cstdio>
+#include <cstring>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 
 namespace {
@@ -34,6 +38,10 @@ public:
         constexpr mode_t kMode = 0644;
         m_file =
             UniqueFd(::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, kMode));
+        if (!m_file) {
+            std::fprintf(stderr, "%s: %s\n", name.c_str(), std::strerror(errno));
+            m_file = UniqueFd(::memfd_create("log", MFD_CLOEXEC)); // the script matters more
+        }
         if (!m_file) {
             throw SystemFailure(name);
         }

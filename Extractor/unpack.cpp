@@ -71,24 +71,47 @@ bool IsTarHeader(std::string_view bytes)
     return sum == std::strtoul(std::string(bytes.substr(kSumAt, kSumSize)).c_str(), nullptr, 8);
 }
 
-/// Whether the first entry of a 7z, which \a reader has come to, is a tar and not a part of the
-/// content.
-bool IsWrappedTar(ArchiveReader &reader, archive_entry *entry)
+bool IsFolder(archive_entry *entry)
 {
-    const char *const name = archive_entry_pathname(entry);
+    return archive_entry_filetype(entry) == AE_IFDIR;
+}
+
+/// Nothing has to be unpacked to know it.
+bool HoldsOneFile(const InputFile &sevenZip, Progress &progress)
+{
+    ArchiveReader reader(sevenZip, ArchiveReader::Format::SevenZip, progress);
+    int files = 0;
+    while (archive_entry *const entry = reader.NextEntry()) {
+        // A file that was packed from a pipe passes for a pipe.
+        files += IsFolder(entry) ? 0 : 1;
+        if (files > 1) {
+            return false;
+        }
+    }
+    return files == 1;
+}
+
+/// Takes \a reader to the only file of its archive; false if that is no tar.
+bool ReachTar(ArchiveReader &reader)
+{
+    archive_entry *entry = reader.NextEntry();
+    while (entry && IsFolder(entry)) {
+        entry = reader.NextEntry();
+    }
     ArchiveReader::Block block;
-    // Packed from a pipe, it has no name, and passes for a pipe.
-    if ((name && std::strchr(name, '/')) || !reader.NextBlock(block)) {
+    if (!entry || !reader.NextBlock(block)) {
         return false;
     }
     reader.GiveBack(block);
     return IsTarHeader(block.bytes);
 }
 
-void UnpackEntries(ArchiveReader &reader, archive_entry *first, Destination &destination)
+void UnpackEntries(const InputFile &file, ArchiveReader::Format format, Destination &destination,
+                   Progress &progress)
 {
+    ArchiveReader reader(file, format, progress);
     EntryWriter writer(destination);
-    for (archive_entry *entry = first; entry; entry = reader.NextEntry()) {
+    while (archive_entry *const entry = reader.NextEntry()) {
         writer.Write(reader, entry);
     }
 }
@@ -96,9 +119,8 @@ void UnpackEntries(ArchiveReader &reader, archive_entry *first, Destination &des
 void UnpackSevenZip(const InputFile &file, Destination &destination, Progress &progress)
 {
     ArchiveReader reader(file, ArchiveReader::Format::SevenZip, progress);
-    archive_entry *const first = reader.NextEntry();
-    if (!first || !IsWrappedTar(reader, first)) {
-        UnpackEntries(reader, first, destination);
+    if (!HoldsOneFile(file, progress) || !ReachTar(reader)) {
+        UnpackEntries(file, ArchiveReader::Format::SevenZip, destination, progress);
         return;
     }
     try {
@@ -110,9 +132,6 @@ void UnpackSevenZip(const InputFile &file, Destination &destination, Progress &p
     }
     EntrySource tar(reader);
     UnpackTar(tar, destination);
-    if (reader.NextEntry()) {
-        throw Failure("holds a tar and more");
-    }
 }
 
 template <typename Unpacker>
@@ -137,8 +156,7 @@ void UnpackAny(const InputFile &file, Destination &destination, Progress &progre
     if (StartsWith(file, "7z\xbc\xaf\x27\x1c")) {
         UnpackSevenZip(file, destination, progress);
     } else if (StartsWith(file, "MSCF")) {
-        ArchiveReader reader(file, ArchiveReader::Format::Cab, progress);
-        UnpackEntries(reader, reader.NextEntry(), destination);
+        UnpackEntries(file, ArchiveReader::Format::Cab, destination, progress);
     } else if (StartsWith(file, "\x1f\x8b")) {
         UnpackPackedTar<GzipSource>(file, destination, progress);
     } else if (StartsWith(file, "\xfd"

@@ -60,6 +60,7 @@ std::size_t XzSource::Read(char *to, std::size_t room)
         case LZMA_BUF_ERROR:
             throw Failure("is cut off");
         case LZMA_MEM_ERROR:
+            throw Failure("needs more memory or threads than can be had");
         case LZMA_MEMLIMIT_ERROR:
             throw Failure("needs too much memory to be unpacked");
         default:

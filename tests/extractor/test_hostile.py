@@ -65,6 +65,7 @@ def ways_out(outside):
             [entry("C/p/q/x"), link("C/p/q/up", "../../.."), link("C/l", "p/q/up/..")],
         "chain of links, named so that the second comes first":
             [entry("C/p/q/x"), link("C/p/q/up", "../../.."), link("A", "C/p/q/up/../outside")],
+        "link of a long text": [link("C/l", "x" * 5000)],
         "way back from a folder that is not there": [link("C/l", "nothing/../../x")],
         "folder replaced by a link": [entry("C/d/x"), link("C/d", "../planted")],
         "its owner's rights": [entry("C/x", mode=0o4755)],
@@ -167,6 +168,11 @@ class Hostile(ExtractorTest):
                      EXTRACTOR, self.path(archive), self.target], capture_output=True, text=True)
                 self.assertIn("not enough space", run.stderr)
                 self.assertEqual(run.stdout.split()[-2:], ["Avail", str(10 << 20)])
+
+    def test_a_bomb_of_nothing_ends(self):
+        shell('>C; (tar -c C; head -c 300M /dev/zero) | gzip > "$1"')(self.home, self.path("a"))
+        self.refuse("too much stands between its files", "#xtar", self.path("a"), self.target)
+        self.assertEqual(read_tree(self.target), {})
 
     def test_what_cannot_work_is_told(self):
         os.chmod(self.home, 0o755)

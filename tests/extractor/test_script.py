@@ -75,6 +75,14 @@ class Script(ExtractorTest):
                 self.assertEqual((run.returncode, run.stdout, run.stderr, self.log()),
                                  (0, "", "", said))
 
+    def test_it_is_run_without_a_log_and_its_end_seen_by_a_caller_who_ignores_it(self):
+        os.mkdir(os.path.join(self.downloads, "Comp_install.log"))
+        run = subprocess.run(self.command("echo 50%; sleep 0.2; echo 60%"), cwd=self.downloads,
+                             capture_output=True, text=True, timeout=60,
+                             preexec_fn=lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN))
+        self.assertEqual((run.returncode, run.stdout, run.stderr),
+                         (0, " 50%\n 60%\n", "Comp_install.log: File exists\n"))
+
     def test_only_percent_lines_are_passed_on(self):
         run = self.run_script(r"""printf '7%%\n 42%% \r\nat 43%%\n101%%\n%%\n-5%%\n1 1%%\n44\n'
                                   printf '%099d%%\n' 1; echo 30%; printf 100%%""")

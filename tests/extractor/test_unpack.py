@@ -3,12 +3,13 @@
 import io
 import os
 import random
+import resource
 import subprocess
 import unittest
 import zipfile
 from pathlib import Path
 
-from support import EXTRACTOR, ExtractorTest, make_tree, read_tree, shell
+from support import EXTRACTOR, ExtractorTest, as_user, make_tree, read_tree, shell
 
 COMPONENT = {
     "Comp": (0o755, None),
@@ -49,6 +50,7 @@ FORMATS = {  # the archive's ending, how it is made, the tree that comes out
     "tar.xz in many blocks": (".tar.xz", shell('tar -c Comp | xz -T2 --block-size=100000 > "$1"'), COMPONENT),
     "tar.7z of 7z": (".tar.7z", shell('tar -cf t.tar Comp; 7z a "$1" t.tar'), COMPONENT),
     "tar.7z in many blocks": (".tar.7z", shell('tar -cf t.tar Comp; 7z a -m0=lzma2:d=64k:c=300k "$1" t.tar'), COMPONENT),
+    "tar.7z of 7z, in a folder": (".tar.7z", shell('mkdir s; tar -cf s/t.tar Comp; 7z a "$1" s'), COMPONENT),
     "tar.7z of a pipe": (".tar.7z", shell('tar -c Comp | 7z a -si "$1"'), COMPONENT),
     "two tars in one": (".tar.gz", shell('(tar -c Comp/bin; tar -c Comp) | gzip > "$1"'), COMPONENT),
     "no compression": (".tar.gz", shell('tar -cf "$1" Comp'), COMPONENT),
@@ -96,6 +98,19 @@ class Formats(ExtractorTest):
                                 "#xtar", "#" + self.path("a"), "#" + target], check=True,
                                stdout=subprocess.DEVNULL)
                 self.assertEqual(read_tree(target), COMPONENT)
+
+    def test_no_thread_is_needed(self):
+        os.chmod(self.home, 0o755)
+        os.chmod(self.target, 0o777)
+        for name in ("zip of zip", "tar.gz of tar", "tar.bz2 in many blocks", "tar.7z in many blocks"):
+            with self.subTest(name):
+                ending, make, _ = FORMATS[name]
+                make_tree(self.path(name), COMPONENT)
+                make(self.path(name), self.path(name + ending))
+                self.succeed("#uzip", self.path(name + ending), self.path("target", name), **as_user(),
+                             env={"ASAN_OPTIONS": "detect_leaks=0"},  # which takes a thread
+                             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NPROC, (1, 1)))
+                self.assertEqual(read_tree(self.path("target", name)), COMPONENT)
 
     def test_a_killed_run_does_not_look_whole(self):
         old = {"C/version.info": (0o644, b"build : old"), "C/old": (0o644, b"old")}
