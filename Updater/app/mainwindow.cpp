@@ -12,6 +12,7 @@
 #include <QCloseEvent>
 #include <QProcess>
 #include <QScrollBar>
+#include <QSettings>
 #include <QTextBlock>
 #include <QTime>
 #include <QTreeWidgetItemIterator>
@@ -64,6 +65,8 @@ MainWindow::MainWindow(QWidget *parent)
     , ui(new Ui_MainWindow)
 {
     InitResources();
+    // The toolkit's file dialogue would note there where the user has been.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, "/dev/null");
     ui->setupUi(this);
     setWindowTitle("ZEFT Updater");
     setWindowIcon(QIcon(":/icon-logo"));

@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QFileDialog>
 #include <QFont>
-#include <QMessageBox>
 #include <QStandardPaths>
 
 QString GetZeftUserDataDir()
@@ -25,15 +24,20 @@ QString GetDirectoryFromUser(void *parent, const QString &dir, QString caption)
     return path;
 }
 
+bool AskUser(QWidget *parent, const QString &question, QMessageBox::StandardButton agree,
+             QMessageBox::StandardButton refuse)
+{
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("ZEFT"), question, agree | refuse, parent);
+    box.setTextFormat(Qt::PlainText); // a file name may look like mark-up
+    return box.exec() == agree;
+}
+
 bool ConfirmUserAction(QWidget *parent, QString text, bool yes_no)
 {
     if (text.isEmpty())
         text = QStringLiteral("Press OK to confirm your action.");
-    const auto agree = yes_no ? QMessageBox::Yes : QMessageBox::Ok;
-    const auto refuse = yes_no ? QMessageBox::No : QMessageBox::Cancel;
-    QMessageBox box(QMessageBox::Warning, QStringLiteral("ZEFT"), text, agree | refuse, parent);
-    box.setTextFormat(Qt::PlainText); // a file name may look like mark-up
-    return box.exec() == agree;
+    return yes_no ? AskUser(parent, text, QMessageBox::Yes, QMessageBox::No)
+                  : AskUser(parent, text, QMessageBox::Ok, QMessageBox::Cancel);
 }
 
 float GetSystemFontSize(float factor)

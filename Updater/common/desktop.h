@@ -1,8 +1,6 @@
 #pragma once
 
-#include <QString>
-
-class QWidget;
+#include <QMessageBox>
 
 /// Where the user's own data goes, below the documents folder. It need not exist.
 QString GetZeftUserDataDir();
@@ -11,6 +9,10 @@ QString GetZeftUserDataDir();
 ///
 /// Gives its canonical path without a "/" at the end; empty if the user cancels.
 QString GetDirectoryFromUser(void *parent, const QString &dir, QString caption);
+
+/// Asks in a box over \a parent, as plain text. True for \a agree; closing it counts as \a refuse.
+bool AskUser(QWidget *parent, const QString &question, QMessageBox::StandardButton agree,
+             QMessageBox::StandardButton refuse);
 
 /// Asks in a box over \a parent, with Yes and No or with OK and Cancel; closing it counts as no.
 ///

@@ -16,16 +16,27 @@ DescriptionView::DescriptionView(QWidget *parent)
     });
 }
 
+/// Never null: the toolkit would then look for the name all over the disk.
 QVariant DescriptionView::loadResource(int type, const QUrl &name)
 {
-    if (type != QTextDocument::ImageResource || !name.isRelative())
-        return QVariant();
-    QByteArray bytes = DocumentData(name.path());
+    if (type != QTextDocument::ImageResource)
+        return QByteArray("");
+    const QImage picture = name.isRelative() ? Picture(DocumentData(name.path())) : QImage();
+    if (!picture.isNull())
+        return picture;
+    QImage nothing(1, 1, QImage::Format_ARGB32);
+    nothing.fill(Qt::transparent);
+    return nothing;
+}
+
+/// Null for what is none, or more than the page has pixels left.
+QImage DescriptionView::Picture(QByteArray bytes)
+{
     QBuffer buffer(&bytes);
     QImageReader reader(&buffer);
     const qint64 pixels = static_cast<qint64>(reader.size().width()) * reader.size().height();
     if (!reader.size().isValid() || pixels > m_pixelsLeft)
-        return QVariant();
+        return QImage();
     m_pixelsLeft -= pixels;
     return reader.read();
 }

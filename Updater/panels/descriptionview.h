@@ -14,5 +14,7 @@ public:
     QVariant loadResource(int type, const QUrl &name) override;
 
 private:
+    QImage Picture(QByteArray bytes);
+
     qint64 m_pixelsLeft = 30000000; // a few bytes can hold a picture of gigabytes
 };

@@ -1,13 +1,13 @@
 #include "panels/desktop.h"
 
+#include "common/common_helper.h"
+
 #include <QDesktopServices>
-#include <QMessageBox>
 #include <QUrl>
 
 bool IsConfirmed(QWidget *parent, const QString &question)
 {
-    return QMessageBox::warning(parent, "ZEFT", question, QMessageBox::Yes | QMessageBox::Cancel)
-           == QMessageBox::Yes;
+    return AskUser(parent, question, QMessageBox::Yes, QMessageBox::Cancel);
 }
 
 void OpenOnDesktop(const QUrl &url)

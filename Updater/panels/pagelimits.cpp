@@ -1,52 +1,83 @@
 #include "panels/pagelimits.h"
 
-#include <QHash>
 #include <QRegularExpression>
-#include <QSet>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextTable>
+
+#include <algorithm>
+#include <cmath>
 
 namespace {
 
+// What a description needs at the most, and more.
 const int kMostCharacters = 200000;
-const int kMostOpen = 100; // elements of one kind
-const int kMostTables = 8; // inside each other: each level doubles the time
+const int kMostTags = 8000; // for each the toolkit looks through all open elements,
+const int kMostRules = 300; // and through all style rules
+const int kMostPictures = 200;
+const int kLongestBlock = 20000; // characters
+const double kMostWork = 50000.0;
+const double kMostLength = 10000.0;
 
-/// True for an element that may stand without its end.
-bool MayStayOpen(const QString &name)
+/// A page that is read and never laid out, without what it names.
+class Draft : public QTextDocument
 {
-    static const QSet<QString> names = {"area",  "base",  "br",    "col",  "dd",    "dt",     "hr",
-                                        "img",   "input", "li",    "link", "meta",  "option", "p",
-                                        "tbody", "td",    "tfoot", "th",   "thead", "tr"};
-    return names.contains(name);
+protected:
+    QVariant loadResource(int /*type*/, const QUrl & /*name*/) override { return QByteArray(""); }
+};
+
+/// True if a cell lies over a hundred rows or columns, or in a way that this can't tell.
+bool HasWideCell(const QString &html)
+{
+    const auto ignore_case = QRegularExpression::CaseInsensitiveOption;
+    static const QRegularExpression any("(row|col)span", ignore_case);
+    static const QRegularExpression narrow("(row|col)span=[\"']?\\d{1,2}[\"'\\s>]", ignore_case);
+    return html.count(any) != html.count(narrow);
 }
 
-/// True for a tag or style sheet with a length of five digits, or a cell across a hundred others.
-bool HasHugeNumber(const QString &tag)
+bool HasHugeNumber(const QTextFormat &format)
 {
-    static const QRegularExpression huge(
-        "(?:width|height|border|margin|padding|spacing|indent|size|font)[\\w-]{0,20}[\\s\"']{0,9}[:"
-        "=]"
-        "[\\s\"'+\\w.%-]{0,99}?\\d{5}|(?:col|row)span[\\s\"'=+]{0,9}\\d{3}",
-        QRegularExpression::CaseInsensitiveOption);
-    return huge.match(tag).hasMatch();
+    const QMap<int, QVariant> properties = format.properties();
+    return std::any_of(properties.begin(), properties.end(), [](const QVariant &value) {
+        const double number = value.canConvert<QTextLength>()
+                                  ? value.value<QTextLength>().rawValue()
+                                  : (value.type() == QVariant::String ? 0.0 : value.toDouble());
+        return !(std::fabs(number) <= kMostLength); // so that what is no number is huge, too
+    });
+}
+
+/// The work of laying out a block, of which each table around it doubles the share of a line.
+double Work(const QTextBlock &block)
+{
+    int depth = 0;
+    for (const QTextFrame *frame = QTextCursor(block).currentFrame(); frame;
+         frame = frame->parentFrame())
+        ++depth;
+    return std::ldexp(1 + block.length() / 50, depth);
+}
+
+bool IsModest(const Draft &page)
+{
+    const QVector<QTextFormat> formats = page.allFormats();
+    if (std::any_of(formats.begin(), formats.end(), HasHugeNumber))
+        return false;
+    double work = 0.0;
+    for (QTextBlock block = page.begin(); block.isValid(); block = block.next()) {
+        work += Work(block);
+        if (block.length() > kLongestBlock || work > kMostWork)
+            return false;
+    }
+    return true;
 }
 
 } // namespace
 
 bool IsQuickToLayOut(const QString &html)
 {
-    static const QRegularExpression tag("<(/?)(style[^<]*|[a-z]\\w*)[^>]*",
-                                        QRegularExpression::CaseInsensitiveOption);
-    if (html.size() > kMostCharacters)
+    if (html.size() > kMostCharacters || html.count('<') > kMostTags || html.count('{') > kMostRules
+        || html.count("<img", Qt::CaseInsensitive) > kMostPictures || HasWideCell(html))
         return false;
-    QHash<QString, int> open;
-    for (auto tags = tag.globalMatch(html); tags.hasNext();) {
-        const QRegularExpressionMatch match = tags.next();
-        const QString name = match.captured(2).toLower();
-        int &depth = open[name];
-        depth = match.captured(1).isEmpty() ? depth + 1 : qMax(depth - 1, 0);
-        if (HasHugeNumber(match.captured())
-            || (depth > (name == "table" ? kMostTables : kMostOpen) && !MayStayOpen(name)))
-            return false;
-    }
-    return true;
+    Draft page;
+    page.setHtml(html);
+    return IsModest(page);
 }

@@ -29,7 +29,8 @@ void RecordTable::AppendRow(QTableWidget *table, const QString &text, DN_FILE_ST
     const int row = table->rowCount();
     table->insertRow(row);
     table->setItem(row, 0, item);
-    table->setItem(row, 1, new QTableWidgetItem(QString(), StatusItem));
+    if (table->columnCount() > 1)
+        table->setItem(row, 1, new QTableWidgetItem(QString(), StatusItem));
 }
 
 void RecordTable::AddRow(QTableWidget *table, const QString &label, DN_FILE_STRUCT *record)
@@ -61,8 +62,8 @@ void RecordTable::UpdateStatus(QTableWidget *table)
 {
     for (int row = 0; row < table->rowCount(); ++row) {
         const DN_FILE_STRUCT *record = Record(table, row);
-        QTableWidgetItem *status = table->item(row, 1);
-        if (record && status->text() != record->status_text)
+        QTableWidgetItem *status = table->item(row, 1); // null in a table of one column
+        if (record && status && status->text() != record->status_text)
             status->setText(record->status_text);
     }
 }

@@ -3,6 +3,8 @@
 #include "app/mainwindow_helper.h"
 #include "common/common_helper.h"
 
+static const qint64 kMostBytes = 1000000; // of a version.info, which needs a line
+
 QString BuildFromVersionInfo(const QByteArray &bytes)
 {
     const QString text = QString::fromLatin1(bytes.constData()); // up to a NUL
@@ -14,7 +16,7 @@ int StatusOnDisk(const QString &install_root, const QString &install_dir, const 
     if (!IsFolderPresent(install_root + "/", install_dir))
         return RecordStatus::NotInstalled;
     const QString path = install_root + "/" + install_dir + "/version.info";
-    if (!IsFilePresent(path))
+    if (!IsFilePresent(path) || GetFileSizeInBytes(path) > kMostBytes)
         return RecordStatus::UpdateAvailable;
     QByteArray bytes;
     GetFileData(path, bytes);

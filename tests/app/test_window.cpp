@@ -85,6 +85,7 @@ void TestWindow::StartsUp()
              QStringList({"Program started. Adjust proxy settings and press 'Connect' button from "
                           "'Manage Connections' to proceed.",
                           "Downloads directory " + downloads}));
+    QVERIFY(QSettings(QSettings::UserScope, "x").fileName().startsWith("/dev/null/"));
     DataSingleton::Initialize(nullptr, "/elsewhere");
     QCOMPARE(DataSingleton::Inst()->InstalledPath(), installation.Path(""));
     QVERIFY(!QFile::exists("/elsewhere"));

@@ -139,6 +139,11 @@ void TestPages::HoldsRows()
     for (const int row : {-1, 7, 8})
         QVERIFY(!page.widget.FS(row));
 
+    DownloadWgt narrow({"Files"}, nullptr);
+    narrow.AddTableRow("a", &page.record);
+    narrow.show();
+    QCOMPARE(narrow.MatchingRow(&page.record), 0);
+
     // A visible page is brought up to date by its own timer, and at once when it is shown again.
     const QTableWidgetItem *status = page.table->item(0, 1);
     page.record.status_text = "Installed";
@@ -232,6 +237,7 @@ void TestPages::StopsTheTransferOfAnUninstalledRecord()
 
 void TestPages::LaysOutTexts()
 {
+    const Installation installation;
     QTextBrowser text;
     DownloadWgt widget({"a", "b"}, nullptr);
     widget.show();
@@ -248,18 +254,25 @@ void TestPages::LaysOutTexts()
         QCOMPARE(shown->toHtml(), text.toHtml());
     }
     const std::pair<QString, bool> pages[] = {
-        {QString("<table><tr><td>").repeated(8), true},
-        {QString("<table><tr><td>").repeated(9), false},
-        {QString("<table><tr><td>x</table>").repeated(9), true},
-        {QString("<b>").repeated(101), false},
-        {QString("<br><p><li>").repeated(101), true},
+        {QString("<table><tr><td>").repeated(9), true},
+        {QString("<table><tr><td>").repeated(15), false},
+        {QString("<table><tr><td>x</table>").repeated(99), true},
+        {QString("<b>").repeated(8001), false},
+        {QString("<br><p><li>").repeated(99), true},
+        {"<p>" + QString("p{}").repeated(301), false},
+        {QString("<IMG>").repeated(201), false},
+        {QString(20001, 'x'), false},
         {QString(200001, ' '), false},
-        {"<p style='Line-Height: 99999%'>", false},
-        {"<style> p { margin: 1px -99999px } </style>", false},
-        {"<table CellPadding = \"99999\">", false},
-        {"<td colspan=100>", false},
+        {"<p style='Line-Height: 99999%'>x", false},
+        {"<style>p { margin: 1px -9.9e9px }</style><p>x", false},
+        {"<table a='>' CellPadding = &#57;9999><tr><td>x", false},
+        {"<td RowSpan=100>x", false},
+        {"<td colspan =2>x", false},
+        {"<table><tr><td colspan=\"2\" rowspan=99>x", true},
         {"<p style='color:#123456' id='123456'><img width=9999 src='123456.png'>123456", true},
     };
+    for (const int type : {QTextDocument::ImageResource, QTextDocument::StyleSheetResource})
+        QVERIFY(!shown->loadResource(type, QUrl("/dev/zero")).isNull()); // or others would look
     for (const auto &[page, is_quick] : pages)
         QVERIFY2(IsQuickToLayOut(page) == is_quick, qPrintable(page.left(60)));
     widget.SetPlainText("<b>");

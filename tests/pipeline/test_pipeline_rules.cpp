@@ -76,6 +76,8 @@ void TestPipelineRules::TellsTheStatusFromTheDisk()
         {"other", "", "2024-05-01", RecordStatus::UpdateAvailable},
         {"version.info", "build:2024.05.01", "2024-05-01", RecordStatus::Installed},
         {"version.info", "build:2024.06.01", "2024-05-01", RecordStatus::UpdateAvailable},
+        {"version.info", "build:2024.05.01\r\n" + QByteArray(1000000, 'x'), "2024-05-01",
+         RecordStatus::UpdateAvailable},
         {"version.info", "x", "", RecordStatus::UpdateAvailable},
         {"version.info/x", "", "", RecordStatus::UpdateAvailable},
     };

@@ -122,7 +122,8 @@ BoxAnswers::BoxAnswers(QList<QMessageBox::StandardButton> answers)
         auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
         if (!box || !box->isVisible())
             return;
-        questions.append(box->windowTitle() + ": " + box->text());
+        const QString kind = box->textFormat() == Qt::PlainText ? ": " : " in mark-up: ";
+        questions.append(box->windowTitle() + kind + box->text());
         box->button(answers.isEmpty() ? QMessageBox::Cancel : answers.takeFirst())->click();
     });
     watch.start(1);
