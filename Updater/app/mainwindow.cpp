@@ -81,9 +81,8 @@ MainWindow::~MainWindow()
 {
     for (QTreeWidgetItemIterator item(ui->tree_wgt); *item; ++item)
         delete (*item)->data(0, Qt::UserRole).value<QObject *>(); // a hidden page has no parent
-    delete base_downloader;
-    while (!download_queue.isEmpty()) // the network manager goes before the children do
-        StopDownload(download_queue.first());
+    // All transfers, as the network manager goes before the children do. Their records may be gone.
+    qDeleteAll(findChildren<FileDownloader *>(QString(), Qt::FindDirectChildrenOnly));
     delete ui;
 }
 

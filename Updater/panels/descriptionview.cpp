@@ -21,7 +21,12 @@ QVariant DescriptionView::loadResource(int type, const QUrl &name)
 {
     if (type != QTextDocument::ImageResource)
         return QByteArray("");
-    const QImage picture = name.isRelative() ? Picture(DocumentData(name.path())) : QImage();
+    QByteArray bytes;
+    if (name.isRelative())
+        bytes = DocumentData(name.path());
+    else if (name.scheme() == "data") // RFC 2397
+        bytes = QByteArray::fromBase64(name.path().section(',', 1).toLatin1());
+    const QImage picture = Picture(bytes);
     if (!picture.isNull())
         return picture;
     QImage nothing(1, 1, QImage::Format_ARGB32);

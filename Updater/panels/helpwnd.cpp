@@ -2,7 +2,6 @@
 
 #include "common/common_helper.h"
 #include "panels/desktop.h"
-#include "panels/wsp_blk_item.h"
 
 #include <QAction>
 #include <QProcess>

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "panels/wsp_blk_item.h"
+
 #include <QUrl>
 #include <QWidget>
 
 class QAction;
-struct WSP_BLK_ITEM_STRUCT;
 
 /// The help entry. This program opens the documentation outside of itself and makes no object of
 /// this class: there is no page view, so the slots of one do nothing.

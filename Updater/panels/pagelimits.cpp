@@ -11,12 +11,14 @@
 namespace {
 
 // What a description needs at the most, and more.
-const int kMostCharacters = 200000;
-const int kMostTags = 8000; // for each the toolkit looks through all open elements,
-const int kMostRules = 300; // and through all style rules
+const int kMostCharacters = 1000000;
+const int kMostElements = 8000; // for each the toolkit looks through all open ones,
+const int kMostRules = 300;     // and through all style rules
 const int kMostPictures = 200;
+const int kWidestCell = 200;     // rows or columns
+const int kMostSpans = 4000;     // rows and columns of all cells that lie over several
 const int kLongestBlock = 20000; // characters
-const double kMostWork = 50000.0;
+const double kMostWork = 100000.0;
 const double kMostLength = 10000.0;
 
 /// A page that is read and never laid out, without what it names.
@@ -26,13 +28,19 @@ protected:
     QVariant loadResource(int /*type*/, const QUrl & /*name*/) override { return QByteArray(""); }
 };
 
-/// True if a cell lies over a hundred rows or columns, or in a way that this can't tell.
-bool HasWideCell(const QString &html)
+/// True if cells lie over many rows or columns, or in a way that this can't read.
+bool HasWideCells(const QString &html)
 {
-    const auto ignore_case = QRegularExpression::CaseInsensitiveOption;
-    static const QRegularExpression any("(row|col)span", ignore_case);
-    static const QRegularExpression narrow("(row|col)span=[\"']?\\d{1,2}[\"'\\s>]", ignore_case);
-    return html.count(any) != html.count(narrow);
+    static const QRegularExpression span("(?:row|col)span(?:=[\"']?(\\d{1,3})[\"'\\s>])?",
+                                         QRegularExpression::CaseInsensitiveOption);
+    int sum = 0;
+    for (auto spans = span.globalMatch(html); spans.hasNext();) {
+        const QString number = spans.next().captured(1);
+        sum += number.toInt();
+        if (number.isEmpty() || number.toInt() > kWidestCell || sum > kMostSpans)
+            return true;
+    }
+    return false;
 }
 
 bool HasHugeNumber(const QTextFormat &format)
@@ -74,8 +82,9 @@ bool IsModest(const Draft &page)
 
 bool IsQuickToLayOut(const QString &html)
 {
-    if (html.size() > kMostCharacters || html.count('<') > kMostTags || html.count('{') > kMostRules
-        || html.count("<img", Qt::CaseInsensitive) > kMostPictures || HasWideCell(html))
+    if (html.size() > kMostCharacters || html.count('<') - html.count("</") > kMostElements
+        || html.count('{') > kMostRules || html.count("<img", Qt::CaseInsensitive) > kMostPictures
+        || HasWideCells(html))
         return false;
     Draft page;
     page.setHtml(html);

@@ -12,11 +12,11 @@ struct WSP_BLK_HELP_STRUCT
 
 struct WSP_BLK_INFO_STRUCT
 {
-    const WSP_BLK_HELP_STRUCT *help_info = nullptr; // null for a block without help
+    WSP_BLK_HELP_STRUCT *help_info = nullptr; // null for a block without help
 };
 
 struct WSP_BLK_ITEM_STRUCT
 {
     QString block_dir;
-    const WSP_BLK_INFO_STRUCT *block_info = nullptr;
+    WSP_BLK_INFO_STRUCT *block_info = nullptr;
 };

@@ -85,6 +85,10 @@ void TestWindow::StartsUp()
              QStringList({"Program started. Adjust proxy settings and press 'Connect' button from "
                           "'Manage Connections' to proceed.",
                           "Downloads directory " + downloads}));
+    auto *window = new MainWindow(nullptr);
+    window->download_queue.append(new DN_FILE_STRUCT);
+    delete window->download_queue.first();
+    delete window; // looks at no record
     QVERIFY(QSettings(QSettings::UserScope, "x").fileName().startsWith("/dev/null/"));
     DataSingleton::Initialize(nullptr, "/elsewhere");
     QCOMPARE(DataSingleton::Inst()->InstalledPath(), installation.Path(""));

@@ -4,7 +4,6 @@
 #include "panels/localdownloaddlg.h"
 #include "panels/pagelimits.h"
 #include "panels/settingsdlg.h"
-#include "panels/wsp_blk_item.h"
 #include "support/installation.h"
 #include "support/quiettest.h"
 #include "support/repository.h"
@@ -258,17 +257,18 @@ void TestPages::LaysOutTexts()
         {QString("<table><tr><td>").repeated(15), false},
         {QString("<table><tr><td>x</table>").repeated(99), true},
         {QString("<b>").repeated(8001), false},
-        {QString("<br><p><li>").repeated(99), true},
+        {QString("<p style='font-size:10.0pt'>a line</p>").repeated(8000), true},
         {"<p>" + QString("p{}").repeated(301), false},
         {QString("<IMG>").repeated(201), false},
         {QString(20001, 'x'), false},
-        {QString(200001, ' '), false},
+        {QString(1000001, ' '), false},
         {"<p style='Line-Height: 99999%'>x", false},
         {"<style>p { margin: 1px -9.9e9px }</style><p>x", false},
         {"<table a='>' CellPadding = &#57;9999><tr><td>x", false},
-        {"<td RowSpan=100>x", false},
+        {"<td RowSpan=201>x", false},
+        {QString("<td colspan='200'>x").repeated(21), false},
         {"<td colspan =2>x", false},
-        {"<table><tr><td colspan=\"2\" rowspan=99>x", true},
+        {"<table><tr><td colspan=\"2\" rowspan=200>x", true},
         {"<p style='color:#123456' id='123456'><img width=9999 src='123456.png'>123456", true},
     };
     for (const int type : {QTextDocument::ImageResource, QTextDocument::StyleSheetResource})
@@ -450,8 +450,8 @@ void TestPages::KeepsTheHelpFileOnShow()
     window.show();
     QCOMPARE(set(first, false, false), first);
 
-    const WSP_BLK_HELP_STRUCT help = {{"second.htm", "first.htm"}};
-    const WSP_BLK_INFO_STRUCT info[] = {{&help}, {nullptr}};
+    WSP_BLK_HELP_STRUCT help = {{"second.htm", "first.htm"}};
+    WSP_BLK_INFO_STRUCT info[] = {{&help}, {nullptr}};
     const WSP_BLK_ITEM_STRUCT blocks[] = {{dir.path(), &info[0]}, {dir.path(), &info[1]}};
     window.SetFile(&blocks[0]);
     QCOMPARE(window.m_currentFile, second);
