@@ -12,6 +12,7 @@ namespace {
 
 const std::string kVersionInfo = "version.info";
 const std::string kWaitingVersionInfo = ".version.info.unpacking";
+constexpr std::size_t kMostLinkBytes = std::size_t{64} * 1024 * 1024; // of all texts, in memory
 
 /// Like `mkdir -p`.
 UniqueFd OpenDestination(const std::string &path)
@@ -115,8 +116,17 @@ void Destination::LinkLater(const EntryPath &path, const std::string &target)
     if (target.size() >= PATH_MAX) {
         throw Failure(JoinPath(path) + ": links to a name that is too long");
     }
-    m_space.Take(target.size(), 1);
     const std::lock_guard<std::mutex> lock(m_mutex);
+    KeepLink(path, target);
+}
+
+void Destination::KeepLink(const EntryPath &path, const std::string &target)
+{
+    m_space.Take(target.size(), 1);
+    m_linkBytes += target.size();
+    if (m_linkBytes > kMostLinkBytes) {
+        throw Failure("holds too many links");
+    }
     m_links[path] = target;
 }
 
@@ -127,7 +137,7 @@ void Destination::LinkNow(FolderWalk &walk, const EntryPath &path, const EntryPa
         const std::lock_guard<std::mutex> lock(m_mutex);
         const auto link = m_links.find(target);
         if (link != m_links.end()) {
-            m_links[path] = std::string(link->second);
+            KeepLink(path, std::string(link->second));
             return;
         }
         m_links.erase(path);

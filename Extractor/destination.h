@@ -65,6 +65,7 @@ private:
     /// what is in its way; a folder is not removed. Returns what \a make did.
     template <typename Make>
     int MakeInPlace(const EntryPath &path, int folder, const std::string &name, Make make);
+    void KeepLink(const EntryPath &path, const std::string &target);
     void MakeLinks(FolderWalk &walk);
     void CheckLink(FolderWalk &walk, const EntryPath &path, const std::string &target);
     void SetAttributes(FolderWalk &walk, bool ofWaiting);
@@ -78,6 +79,7 @@ private:
     std::set<std::string> m_tops; // folders directly in the destination that this run has entered
     std::vector<std::string> m_made; // names directly in the destination that this run has made
     std::map<EntryPath, std::string> m_links;     // symbolic, to make
+    std::size_t m_linkBytes = 0;                  // of their texts
     std::map<EntryPath, Attributes> m_attributes; // of folders, to set
     std::set<std::string> m_waiting; // top folders whose version.info has yet to get its name
 };

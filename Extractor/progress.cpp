@@ -4,7 +4,6 @@
 #include <chrono>
 #include <cstdio>
 #include <system_error>
-#include <unistd.h>
 
 namespace {
 
@@ -74,5 +73,5 @@ void Progress::Print(int percent)
     char line[8];
     const int length = std::snprintf(line, sizeof line, "%3d%%\n", percent);
     [[maybe_unused]] const ssize_t written =
-        ::write(STDOUT_FILENO, line, static_cast<std::size_t>(length));
+        ::write(m_output, line, static_cast<std::size_t>(length));
 }

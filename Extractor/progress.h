@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <mutex>
 #include <thread>
+#include <unistd.h>
 
 /// The percent lines on standard output, each written at once: "%3d%%" and a line feed.
 ///
@@ -13,7 +14,11 @@
 class Progress
 {
 public:
-    Progress() = default;
+    /// Writes to \a output in place of the standard output; -1 is nowhere.
+    explicit Progress(int output = STDOUT_FILENO)
+        : m_output(output)
+    {
+    }
     ~Progress();
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
@@ -34,6 +39,7 @@ private:
     void Repeat();
     void Print(int percent);
 
+    const int m_output;
     std::mutex m_mutex; // of whoever prints
     std::condition_variable m_endCame;
     bool m_ended = false;

@@ -4,6 +4,8 @@
 #include "worker_count.h"
 
 #include <new>
+#include <system_error>
+#include <thread>
 
 namespace {
 
@@ -12,9 +14,24 @@ constexpr std::size_t kInputSize = std::size_t{64} * 1024;
 // The highest level of xz needs 65 MiB; an archive can be made to ask for 4 GiB and more.
 constexpr std::uint64_t kMostMemory = std::uint64_t{1024} * 1024 * 1024;
 
+#if LZMA_VERSION >= 50040002
+bool CanStartThread()
+{
+    try {
+        std::thread([] {}).join();
+        return true;
+    } catch (const std::system_error &) {
+        return false;
+    }
+}
+#endif
+
 lzma_ret StartDecoder(lzma_stream &stream)
 {
 #if LZMA_VERSION >= 50040002
+    if (!CanStartThread()) {
+        return lzma_stream_decoder(&stream, kMostMemory, LZMA_CONCATENATED);
+    }
     lzma_mt options = {};
     options.flags = LZMA_CONCATENATED;
     options.threads = WorkerCount();

@@ -1,6 +1,10 @@
 #include "componentarchive.h"
 
+#include "delete_folder.h"
+#include "unpack.h"
+
 #include <QFile>
+#include <QTemporaryDir>
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -85,6 +89,22 @@ void ReadNestedTar(archive *outer, const QString &componentDir, ArchiveContents 
     ReadEntries(reader.get(), entry, result, componentDir, contents);
 }
 } // namespace
+
+QString UnpackingFault(const QString &path)
+{
+    QTemporaryDir place;
+    place.setAutoRemove(false); // it can't where the archive holds read-only folders
+    const std::string destination = QFile::encodeName(place.path()).toStdString();
+    Progress silence(-1);
+    QString fault;
+    try {
+        Unpack(QFile::encodeName(path).toStdString(), destination, silence);
+    } catch (const std::exception &failure) {
+        fault = QString::fromLocal8Bit(failure.what());
+    }
+    DeleteFolder(destination, silence);
+    return fault;
+}
 
 ArchiveContents ReadComponentArchive(const QString &path, const QString &componentDir)
 {

@@ -79,7 +79,8 @@ QString ContentFault(const Component &component)
                    "its version.info states the build \"%1\", but the archive's date is %2 (UTC)")
             .arg(build, date);
     }
-    return {};
+    const QString fault = UnpackingFault(component.path);
+    return fault.isEmpty() ? QString() : QString("it cannot be unpacked: %1").arg(fault);
 }
 
 QStringList CheckComponents(const QList<Component> &components)

@@ -5,6 +5,7 @@
 #include "repositorysource.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QSaveFile>
 
 #include <archive.h>
@@ -64,13 +65,24 @@ struct EntryDeleter
     void operator()(archive_entry *entry) const { archive_entry_free(entry); }
 };
 
-bool AddPage(archive *writer, const QFileInfo &page)
+/// A folder without pages would be no archive.
+bool AddPagesFolder(archive *writer)
+{
+    const std::unique_ptr<archive_entry, EntryDeleter> entry(archive_entry_new());
+    archive_entry_set_pathname(entry.get(), "hwd_doc/");
+    archive_entry_set_filetype(entry.get(), AE_IFDIR);
+    archive_entry_set_perm(entry.get(), 0755);
+    return archive_write_header(writer, entry.get()) == ARCHIVE_OK;
+}
+
+/// Adds a page, or a picture of one, by its \a name in the folder of pages.
+bool AddPage(archive *writer, const QFileInfo &page, const QString &name)
 {
     QByteArray bytes;
     if (!GetFileData(page.filePath(), bytes))
         return false;
     const std::unique_ptr<archive_entry, EntryDeleter> entry(archive_entry_new());
-    archive_entry_set_pathname(entry.get(), ("hwd_doc/" + page.fileName()).toUtf8());
+    archive_entry_set_pathname(entry.get(), ("hwd_doc/" + name).toUtf8());
     archive_entry_set_filetype(entry.get(), AE_IFREG);
     archive_entry_set_perm(entry.get(), 0644);
     archive_entry_set_mtime(entry.get(), page.lastModified().toSecsSinceEpoch(), 0);
@@ -89,9 +101,17 @@ QString PackPages(const QString &pagesDir, const QString &path)
     archive_write_set_format_zip(writer.get());
     if (archive_write_open_fd(writer.get(), file.handle()) != ARCHIVE_OK)
         return Failure(path, archive_error_string(writer.get()));
-    for (const QFileInfo &page : QDir(pagesDir).entryInfoList(QDir::Files, QDir::Name))
-        if (!AddPage(writer.get(), page))
+    if (!AddPagesFolder(writer.get()))
+        return Failure(path, archive_error_string(writer.get()));
+    QStringList names;
+    for (QDirIterator page(pagesDir, QDir::Files, QDirIterator::Subdirectories); page.hasNext();)
+        names << QDir(pagesDir).relativeFilePath(page.next());
+    names.sort();
+    for (const QString &name : qAsConst(names)) {
+        const QFileInfo page(QDir(pagesDir).filePath(name));
+        if (!AddPage(writer.get(), page, name))
             return Failure(page.filePath(), "cannot be packed");
+    }
     if (archive_write_close(writer.get()) != ARCHIVE_OK)
         return Failure(path, archive_error_string(writer.get()));
     return file.commit() ? QString() : Failure(path, file.errorString());

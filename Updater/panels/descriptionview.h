@@ -16,5 +16,5 @@ public:
 private:
     QImage Picture(QByteArray bytes);
 
-    qint64 m_pixelsLeft = 30000000; // a few bytes can hold a picture of gigabytes
+    qint64 m_pixelsLeft = 50000000; // a few bytes can hold a picture of gigabytes
 };

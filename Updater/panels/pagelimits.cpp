@@ -13,13 +13,27 @@ namespace {
 // What a description needs at the most, and more.
 const int kMostCharacters = 1000000;
 const int kMostElements = 8000; // for each the toolkit looks through all open ones,
-const int kMostRules = 300;     // and through all style rules
+const int kMostRules = 1000;    // and through all style rules
 const int kMostPictures = 200;
-const int kWidestCell = 200;     // rows or columns
-const int kMostSpans = 4000;     // rows and columns of all cells that lie over several
-const int kLongestBlock = 20000; // characters
+const int kMostCells = 20000;   // that cells over several rows or columns cover
+const int kLongestLine = 20000; // characters
 const double kMostWork = 100000.0;
-const double kMostLength = 10000.0;
+
+/// Beyond such sizes, or a page full of them, the layout's coordinates overflow.
+double MostOf(int property)
+{
+    switch (property) {
+    case QTextFormat::FontPointSize:
+    case QTextFormat::FontPixelSize:
+        return 200.0;
+    case QTextFormat::LineHeight:
+        return 1000.0;
+    case QTextFormat::TextIndent:
+        return 1e6;
+    default:
+        return 1e4;
+    }
+}
 
 /// A page that is read and never laid out, without what it names.
 class Draft : public QTextDocument
@@ -28,16 +42,22 @@ protected:
     QVariant loadResource(int /*type*/, const QUrl & /*name*/) override { return QByteArray(""); }
 };
 
-/// True if cells lie over many rows or columns, or in a way that this can't read.
+/// True if cells lie over many rows and columns, or in a way that this can't read.
 bool HasWideCells(const QString &html)
 {
-    static const QRegularExpression span("(?:row|col)span(?:=[\"']?(\\d{1,3})[\"'\\s>])?",
-                                         QRegularExpression::CaseInsensitiveOption);
-    int sum = 0;
-    for (auto spans = span.globalMatch(html); spans.hasNext();) {
-        const QString number = spans.next().captured(1);
-        sum += number.toInt();
-        if (number.isEmpty() || number.toInt() > kWidestCell || sum > kMostSpans)
+    const auto ignore_case = QRegularExpression::CaseInsensitiveOption;
+    static const QRegularExpression cell("<t[dh]\\s[^>]*span[^>]*", ignore_case);
+    static const QRegularExpression span("(?:row|col)span\\s*=\\s*[\"']?\\s*(\\d{1,5})",
+                                         ignore_case);
+    int covered = 0;
+    for (auto cells = cell.globalMatch(html); cells.hasNext();) {
+        const QString tag = cells.next().captured();
+        qint64 area = 1;
+        int read = 0;
+        for (auto spans = span.globalMatch(tag); spans.hasNext() && area < kMostCells; ++read)
+            area *= spans.next().captured(1).toInt();
+        covered += static_cast<int>(qMin<qint64>(area, kMostCells));
+        if (read < tag.count("span", Qt::CaseInsensitive) || covered >= kMostCells)
             return true;
     }
     return false;
@@ -46,12 +66,22 @@ bool HasWideCells(const QString &html)
 bool HasHugeNumber(const QTextFormat &format)
 {
     const QMap<int, QVariant> properties = format.properties();
-    return std::any_of(properties.begin(), properties.end(), [](const QVariant &value) {
+    for (auto property = properties.begin(); property != properties.end(); ++property) {
+        const QVariant &value = property.value();
         const double number = value.canConvert<QTextLength>()
                                   ? value.value<QTextLength>().rawValue()
                                   : (value.type() == QVariant::String ? 0.0 : value.toDouble());
-        return !(std::fabs(number) <= kMostLength); // so that what is no number is huge, too
-    });
+        if (!(std::fabs(number) <= MostOf(property.key()))) // what is no number is huge, too
+            return true;
+    }
+    return false;
+}
+
+bool HasLongLine(const QString &block)
+{
+    const QStringList lines = block.split(QChar::LineSeparator);
+    return std::any_of(lines.begin(), lines.end(),
+                       [](const QString &line) { return line.size() > kLongestLine; });
 }
 
 /// The work of laying out a block, of which each table around it doubles the share of a line.
@@ -72,7 +102,7 @@ bool IsModest(const Draft &page)
     double work = 0.0;
     for (QTextBlock block = page.begin(); block.isValid(); block = block.next()) {
         work += Work(block);
-        if (block.length() > kLongestBlock || work > kMostWork)
+        if (HasLongLine(block.text()) || work > kMostWork)
             return false;
     }
     return true;

@@ -102,7 +102,8 @@ class Formats(ExtractorTest):
     def test_no_thread_is_needed(self):
         os.chmod(self.home, 0o755)
         os.chmod(self.target, 0o777)
-        for name in ("zip of zip", "tar.gz of tar", "tar.bz2 in many blocks", "tar.7z in many blocks"):
+        for name in ("zip of zip", "tar.gz of tar", "tar.bz2 in many blocks",
+                     "tar.xz in many blocks", "tar.7z in many blocks"):
             with self.subTest(name):
                 ending, make, _ = FORMATS[name]
                 make_tree(self.path(name), COMPONENT)

@@ -19,13 +19,13 @@ NOISE = random.Random(1).randbytes(99999)
 
 @functools.lru_cache(None)
 def archive_of(suffix, entries):
-    """An archive of the kind that suffix says, with these pairs of a name and bytes."""
-    pack = {".zip": "zip -qr0 a.tar.zip *", ".7z": "bsdtar -cf a.tar * && 7z a a.tar.7z a.tar"}
+    """An archive of the kind that suffix says, with pairs of a name and bytes; None: a link out."""
+    pack = {".zip": "zip -qry0 a.tar.zip *", ".7z": "bsdtar -cf a.tar * && 7z a a.tar.7z a.tar"}
     with tempfile.TemporaryDirectory() as work:
         for name, data in entries:
             path = pathlib.Path(work, name)
             path.parent.mkdir(parents=True, exist_ok=True)
-            path.write_bytes(data)
+            path.symlink_to("/") if data is None else path.write_bytes(data)
         subprocess.run(["sh", "-c", pack.get(suffix, f"bsdtar -acf a.tar{suffix} *")], cwd=work,
                        env={**os.environ, "LC_ALL": "C.UTF-8"}, check=True, capture_output=True)
         return pathlib.Path(work, "a.tar" + suffix).read_bytes()
@@ -56,6 +56,7 @@ class Source:
                              ("bsp/arm/zeft_bsp_zeta.htc.tar.bz2", "zeta")]:
             self.add(name, (folder + "/version.info", VERSION), (folder + "/x", NOISE[:5000]))
         self.write("hwd_doc/zeta.html", "<p>ζ</p>".encode())
+        self.write("hwd_doc/zeta_files/a.png", b"png")
 
     def write(self, name, data):
         path = self.path / name
@@ -124,6 +125,8 @@ REFUSED = [
     ("damaged data in a zip", raw(CORE + "a.zip", archive_of(".zip", (
         ("a/version.info", VERSION), ("a/x", b"sound data"))).replace(b"sound", b"wound")),
      "cannot be read"),
+    ("what cannot be unpacked", core("a.zip", ("a/version.info", VERSION), ("a/out", None)),
+     "it cannot be unpacked"),
     ("same stem", core("zeft core é.tar.xz", ("zeft core é.tar/version.info", VERSION)),
      "shares the stem zeft core é with"),
     ("same folder", core("zeft_bsp_zeta.hlib2.zip", ("zeta/version.info", VERSION)),
@@ -179,7 +182,8 @@ class TestBuild(unittest.TestCase):
                          "6#7#Zeta α##zeft_bsp_zeta.hlib#zeft_bsp_zeta.htc#zeta.html\r\n"
                          "8#0#Core##zeft core é##zeta.html\r\n")
         with zipfile.ZipFile(self.dest / "zeft/bsp/hwd_doc.zip") as pages:
-            self.assertEqual(pages.namelist(), ["hwd_doc/zeta.html"])
+            self.assertEqual(pages.namelist(),
+                             ["hwd_doc/", "hwd_doc/zeta.html", "hwd_doc/zeta_files/a.png"])
             self.assertEqual(pages.read("hwd_doc/zeta.html").decode(), "<p>ζ</p>")
 
     def test_refuses_what_the_updater_cannot_handle(self):
