@@ -10,13 +10,19 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <langinfo.h>
 #include <string>
+#include <sys/resource.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
 
 constexpr int kBadUsage = 2;
+
+// Enough for a dictionary of 3 GB; packers seldom take more than 64 MB.
+constexpr rlim_t kMostMemory = rlim_t{4} << 30U;
 
 constexpr char kUsage[] = "usage: zeft_fextr_cmd \"#uzip\" \"#ARCHIVE\" \"#DESTINATION\"\n"
                           "       zeft_fextr_cmd \"#xtar\" \"#ARCHIVE\" \"#DESTINATION\"\n"
@@ -47,6 +53,26 @@ void ChooseLocale()
     }
 }
 
+/// What counts against the limit already: next to nothing, but for sanitizers.
+rlim_t MemoryInUse()
+{
+    std::ifstream statm("/proc/self/statm"); // proc(5)
+    rlim_t pages = 0;
+    for (int field = 0; field < 6; ++field) {
+        statm >> pages;
+    }
+    return pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
+}
+
+/// A small archive can make libarchive fill any amount with what it says of its files.
+void LimitMemory()
+{
+    rlimit limit = {};
+    ::getrlimit(RLIMIT_DATA, &limit);
+    limit.rlim_cur = std::min(limit.rlim_cur, MemoryInUse() + kMostMemory);
+    ::setrlimit(RLIMIT_DATA, &limit);
+}
+
 /// Every path comes with a "#" before it.
 std::string PathOf(const std::string &argument)
 {
@@ -71,6 +97,7 @@ int Run(const std::vector<std::string> &arguments)
     Progress progress;
     // The two words differ for the caller alone: the content tells how to unpack.
     if ((command == "#uzip" || command == "#xtar") && arguments.size() == 3) {
+        LimitMemory();
         progress.Start();
         Unpack(PathOf(arguments[1]), PathOf(arguments[2]), progress);
         return 0;

@@ -2,6 +2,7 @@
 touched outside, nothing left inside."""
 
 import io
+import lzma
 import os
 import random
 import re
@@ -10,6 +11,7 @@ import subprocess
 import tarfile
 import unittest
 import zipfile
+import zlib
 from pathlib import Path
 
 from support import EXTRACTOR, ExtractorTest, as_user, make_tree, read_tree, shell
@@ -44,6 +46,19 @@ def zip_(archive, entries):
             kind = 0o120000 if info.type == tarfile.SYMTYPE else 0o100000
             name.external_attr = (kind | info.mode) << 16
             file.writestr(name, info.linkname if info.type == tarfile.SYMTYPE else data)
+
+
+def seven_zip_of_long_names(archive, size):
+    """A 7z whose packed header says that the names in it take size bytes."""
+    def number(value):
+        return b"\xff" + struct.pack("<Q", value)
+    names = b"\1\5" + number(1) + b"\x11" + number(size + 1) + bytes(1 << 17)
+    packed = lzma.compress(names, lzma.FORMAT_RAW, filters=[{"id": lzma.FILTER_LZMA2}])
+    header = (b"\x17\6" + number(0) + number(1) + b"\t" + number(len(packed)) + b"\0\7\x0b" + number(1)
+              + b"\0\1\x21\x21\1\x18\x0c" + number(size + 22) + b"\0\0")
+    place = struct.pack("<QQL", len(packed), len(header), zlib.crc32(header))
+    Path(archive).write_bytes(b"7z\xbc\xaf\x27\x1c\0\4" + struct.pack("<L", zlib.crc32(place))
+                              + place + packed + header)
 
 
 def ways_out(outside):
@@ -173,6 +188,11 @@ class Hostile(ExtractorTest):
         shell('>C; (tar -c C; head -c 300M /dev/zero) | gzip > "$1"')(self.home, self.path("a"))
         self.refuse("too much stands between its files", "#xtar", self.path("a"), self.target)
         self.assertEqual(read_tree(self.target), {})
+
+    def test_a_bomb_of_names_does_not_fill_the_memory(self):
+        seven_zip_of_long_names(self.path("a"), 6 << 30)
+        self.refuse("Couldn't allocate memory", "#xtar", self.path("a"), self.target,
+                    env={"ASAN_OPTIONS": "allocator_may_return_null=1"})
 
     def test_what_cannot_work_is_told(self):
         os.chmod(self.home, 0o755)
