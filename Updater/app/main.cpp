@@ -1,6 +1,7 @@
 #include "app/datasingleton.h"
 #include "app/mainwindow.h"
 #include "app/rootdirectory.h"
+#include "panels/desktop.h"
 
 #include <QApplication>
 
@@ -8,7 +9,7 @@ int main(int argc, char *argv[])
 {
     const QApplication application(argc, argv);
     // From here on the toolkit would tell the console of faults in the repository's pages, too.
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    qInstallMessageHandler(DropMessage);
     const QString root =
         RootDirectory(QCoreApplication::arguments(), QCoreApplication::applicationDirPath());
 

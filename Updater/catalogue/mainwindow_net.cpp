@@ -29,6 +29,12 @@ const int kMostShown = 200; // characters of such a line
 const char kInvalidData[] = "Remote repository connection failed. Invalid data received. "
                             "Restart the program and try again.";
 
+/// What a repository wrote, as one line of the log, and none that fills the window.
+QString OnOneLine(const QString &text)
+{
+    return text.simplified().left(kMostShown);
+}
+
 QString TransferFailure(const QString &error)
 {
     return QString("Failed to connect to remote repository. %1").arg(error);
@@ -139,11 +145,10 @@ void MainWindow::MakeRecords()
         std::unique_ptr<DN_FILE_STRUCT> record = RecordFromLine(line);
         if (!record)
             continue;
-        const QString shown = line.simplified().left(kMostShown); // on one line of the log
         if (IsInstallable(record->file_name))
             records.append(record.release());
         else if (++unsafe <= kMostNamed)
-            AddMsg("File can't be installed safely, line passed over: " + shown, 2);
+            AddMsg("File can't be installed safely, line passed over: " + OnOneLine(line), 2);
     }
     if (unsafe > kMostNamed)
         AddMsg(QString("%1 more lines passed over.").arg(unsafe - kMostNamed), 2);

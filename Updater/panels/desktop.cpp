@@ -10,10 +10,11 @@ bool IsConfirmed(QWidget *parent, const QString &question)
     return AskUser(parent, question, QMessageBox::Yes, QMessageBox::Cancel);
 }
 
+void DropMessage(QtMsgType, const QMessageLogContext &, const QString &) {}
+
 void OpenOnDesktop(const QUrl &url)
 {
-    const QtMessageHandler printer =
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    const QtMessageHandler printer = qInstallMessageHandler(DropMessage);
     QDesktopServices::openUrl(url);
     qInstallMessageHandler(printer);
 }
