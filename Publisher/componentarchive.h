@@ -3,17 +3,14 @@
 #include <QByteArray>
 #include <QStringList>
 
-/// What a component archive holds, read through to its end.
+/// What a component archive holds.
 struct ArchiveContents
 {
-    QString error;          // empty: the archive is sound
-    QStringList strays;     // entries outside the component's folder
-    QByteArray versionInfo; // the component's version.info; null if there is none
+    QString error;          // why it can't be unpacked; empty if it can
+    QStringList strays;     // what lies beside the component's folder
+    QByteArray versionInfo; // the component's, cut at 64 KiB; empty if there is none
 };
 
-/// Unpacks the archive at \a path for a trial, as it will be on the users' machines. Empty if that
-/// works, else why not.
-QString UnpackingFault(const QString &path);
-
-/// Reads the archive at \a path, whose content is meant to lie in the folder \a componentDir.
-ArchiveContents ReadComponentArchive(const QString &path, const QString &componentDir);
+/// Unpacks the archive at \a path for a trial, as it will be on the users' machines, where its
+/// content is meant to lie in the folder \a componentDir.
+ArchiveContents UnpackForTrial(const QString &path, const QString &componentDir);

@@ -63,24 +63,21 @@ QString FileNameFault(const Component &component)
 QString ContentFault(const Component &component)
 {
     const QString dir = RecordOf(component).install_dir;
-    const ArchiveContents contents = ReadComponentArchive(component.path, dir);
+    const ArchiveContents contents = UnpackForTrial(component.path, dir);
     if (!contents.error.isEmpty())
-        return QString("it cannot be read: %1").arg(contents.error);
+        return QString("it cannot be unpacked: %1").arg(contents.error);
     if (!contents.strays.isEmpty())
         return QString("its entry \"%1\" is outside of the folder \"%2\"")
             .arg(contents.strays.first(), dir);
-    if (contents.versionInfo.isNull())
-        return QString("it has no \"%1/version.info\"").arg(dir);
+    if (contents.versionInfo.isEmpty())
+        return QString("it has no \"%1/version.info\", or an empty one").arg(dir);
 
     const QString build = BuildFromVersionInfo(contents.versionInfo);
     const QString date = component.modified.date().toString(Qt::ISODate);
-    if (build != date) {
-        return QString(
-                   "its version.info states the build \"%1\", but the archive's date is %2 (UTC)")
-            .arg(build, date);
-    }
-    const QString fault = UnpackingFault(component.path);
-    return fault.isEmpty() ? QString() : QString("it cannot be unpacked: %1").arg(fault);
+    if (build == date)
+        return {};
+    return QString("its version.info states the build \"%1\", but the archive's date is %2 (UTC)")
+        .arg(build, date);
 }
 
 QStringList CheckComponents(const QList<Component> &components)
