@@ -11,8 +11,6 @@
 #include <QTextBlock>
 #include <QtTest>
 
-#include <cmath>
-
 Q_DECLARE_METATYPE(QMessageBox::StandardButton)
 
 class TestWindow : public QuietTest
@@ -21,7 +19,6 @@ class TestWindow : public QuietTest
 
 private slots:
     void FindsTheRoot();
-    void ShowsTheStatus();
     void StartsUp();
     void ColorsTheNewLineAlone();
     void AsksBeforeItCloses_data();
@@ -56,19 +53,6 @@ void TestWindow::FindsTheRoot()
     QFile::link("there/inside", dir.filePath("link"));
     QCOMPARE(RootDirectory({'#' + dir.filePath("link/../root")}, "/bin"),
              dir.filePath("there/root"));
-}
-
-void TestWindow::ShowsTheStatus()
-{
-    const QString texts = "-|Error|-|Not Installed|Update Available|Download Pending|"
-                          "Downloading [37%]|Install Pending|Installing [37%]|Installed|Deleting|-";
-    for (int status = -2; status <= 9; ++status)
-        QCOMPARE(StatusText(status, 37), texts.section('|', status + 2, status + 2));
-
-    const std::pair<float, int> rows[] = {{37.99F, 37}, {100.4F, 100}, {-1.0F, 0},
-                                          {1e30F, 100}, {-1e30F, 0},   {NAN, 0}};
-    for (const auto &[percent, progress] : rows)
-        QCOMPARE(ProgressFromPercent(percent), progress);
 }
 
 void TestWindow::StartsUp()

@@ -35,10 +35,8 @@ void TestManifests::ChecksTheLists()
         {false, true, marker + "\r\n\r\na\nb\r\n\r\n\xC3\xBC", {"a\nb", QChar(0xFC)}},
         {false, true, marker + QByteArray("a\r\nb\0c\r\nd", 9), {"a", "b"}},
         {true, true, "12#a\r\n8#b\r\n", {"12#a", "8#b"}},
-        {true, true, "#a", {"#a"}},
         {true, false, "123#a\r\n8#b\r\n", {"old"}},
         {true, false, "<html>#</html>", {"old"}},
-        {true, true, "hello\r\n", {"hello"}},
         {true, true, "", {}},
     };
     for (const auto &row : rows) {
@@ -57,12 +55,9 @@ void TestManifests::MakesRecords()
     const QString fields = "a.zip core/version_latest 2024-05-01T1 5 7";
     const std::pair<const char *, QString> rows[] = {
         {"8#a.zip#core/version_latest#2024-05-01T1#5#7", fields},
-        {"10#a.zip#core/version_latest#2024-05-01T1#5#7#8#9", fields},
         {"#12##a.zip#core/version_latest#2024-05-01T1##5#7", fields}, // empty fields drop out
-        {"8##core/version_latest#2024-05-01T1#5#7", ""},
         {"6#a.zip#core/version_latest#2024-05-01T1#5#7", x86 ? fields : ""},
         {"7#a.zip#core/version_latest#2024-05-01T1#5#7", arm ? fields : ""},
-        {"9#a.zip#core/version_latest#2024-05-01T1#5#7", ""},
         {"//8#a.zip#core/version_latest#2024-05-01T1#5#7", ""},
         {"8#b#c#d#1e3#x", "b c d 0 0"},
         {"8#b#c#d#99999999999#88888888888", "b c d 99999999999 88888888888"},
@@ -85,7 +80,6 @@ void TestManifests::ReadsPackages()
         {"8#3#####", "3    "}, // empty ones count
         {"8#3#Board#x#a#b", "no"},
         {"8#3#Board#x#a#b#p.htm#", "no"},
-        {"0#3#Board#x#a#b#p.htm", "no"},
         {"8#x#Board#x#a#b#p.htm", "0 Board a b p.htm"},
     };
     for (const auto &[line, read] : rows) {
@@ -114,10 +108,7 @@ void TestManifests::SetsTheInstallTarget()
         {"zeft_bsp_x.htc.tar.xz", "/r/hardware/tools/x"},
         {"zeft_bsp_x.hlib.htc.zip", "/r/hardware/tools/x"},
         {"zeft_bsp_x", "/r/x"},
-        {"zeft_bspx.hlib.zip", "/r/hardware/zeft_bspx"},
         {"my_zeft_bsp_x_zeft_bsp_y.zip", "/r/my_x_y"},
-        {"x.hlib.zip", "/r/x.hlib"},
-        {"Zeft_bsp_x.hlib.zip", "/r/Zeft_bsp_x.hlib"},
     };
     for (const auto &row : dirs) {
         DN_FILE_STRUCT record;

@@ -17,7 +17,6 @@ class TestTree : public QuietTest
     Q_OBJECT
 
 private slots:
-    void HoldsTheFixedItems();
     void SwitchesPages();
     void BuildsPackages();
     void ShowsDescriptions();
@@ -58,23 +57,6 @@ void Build(const Installation &installation, const QStringList &file_list,
 }
 
 } // namespace
-
-void TestTree::HoldsTheFixedItems()
-{
-    const Installation installation;
-    QStringList items;
-    for (QTreeWidgetItemIterator it(installation.Find<QTreeWidget>("tree_wgt")); *it; ++it) {
-        const QWidget *page = PageOf(*it);
-        items.append(QString::number((*it)->type()) + " " + (*it)->text(0) + "|"
-                     + (page ? page->metaObject()->className() : ""));
-    }
-    QCOMPARE(items, QStringList({"256 Manage Connections|SettingsDlg", "1024 Update BSPs|",
-                                 "1280 8bit/16bit uC|", "1280 32bit/64bit uC (No FPU)|",
-                                 "1280 32bit/64bit uC (FPU)|", "1280 FPGA|", "1280 Embedded OS|",
-                                 "1280 Android Device|", "1280 Desktop/Server|", "1280 Native|",
-                                 "768 Update Blocks|DownloadWgt", "512 Update Core|DownloadWgt",
-                                 "1792 Local Update|LocalDownloadDlg"}));
-}
 
 void TestTree::SwitchesPages()
 {

@@ -32,14 +32,11 @@ void TestSystem::AnswersAboutTheNetwork_data()
     AddAnswerColumns();
     const auto bare = [](const QString &ip, bool valid) { Row(ip, IsValidIP(ip, false), valid); };
     bare("192.168.1.1", true);
-    bare("1.2.3", false);
     bare("256.300.1.1", true);
     bare("a.b.c.d", true);
     bare("-1.2.3.4", false);
     bare("1.2.3.4:80", false);
     bare("::ffff:1.2.3.4", false);
-    bare("::1", true);
-    bare("1:2:3:4:5:6:7:8", true);
     bare("1:2:3:4:5:6:7:8:9", false);
     bare("1:2:3:4:5:6:7::", false);
     bare("abc", true);
@@ -81,7 +78,6 @@ void TestSystem::AnswersAboutTheNetwork_data()
         Row(row, time.toUTC().toString(Qt::ISODateWithMs), expected);
     };
     moment("first day of UNIX", "83aa7e8000000000", "1970-01-01T00:00:00.000Z");
-    moment("first day of UTC", "876ce58000000000", "1972-01-01T00:00:00.000Z");
     moment("first day of era 1", "0000f68000000000", "2036-02-08T00:00:00.000Z");
     moment("half a second", "83aa7e8080000000", "1970-01-01T00:00:00.500Z");
     moment("highest fraction", "83aa7e80ffffffff", "1970-01-01T00:00:01.000Z");
@@ -130,8 +126,6 @@ void TestSystem::PreparesProcesses_data()
     const QString folders = "/opt/x:/opt/x/lib:/opt/x/lib_dep_zeft:/opt/x/../lib:"
                             "/opt/x/../lib_dep_zeft:/opt/x/../../lib:/opt/x/../../lib_dep_zeft:";
     Row("paths and a folder", list("/a;/b", "/opt/x"), ":/a:/b:" + folders);
-    Row("a folder alone", list("", "/opt/x"), ":" + folders);
-    Row("nothing", list("", ""), ":");
     Row("end mark is doubled", list("/a;", ""), ":/a::");
 
     const auto extended = [](const auto &extend) {

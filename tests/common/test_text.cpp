@@ -22,10 +22,7 @@ void TestText::FindsAndChecks_data()
     const auto line = GetLineWithMatchingKeyString;
     Row("first of two keys, in mid-line", line("my build:1\r\nbuild:3", "build"), "build:1");
     Row("bare line feed ends no line", line("build:1\nb\r\nc", "build"), "build:1\nb");
-    Row("key in another case", line("Build:1", "build"), "");
-    Row("empty key", line("build:1", ""), "");
     Row("value keeps its blanks", GetKeyValue("build", ":", "a\r\nbuild: 1:2 \r\nc"), " 1:2 ");
-    Row("missing key has no value", GetKeyValue("build", ":", "a:1"), "");
     Row("separator in other lines only", GetKeyValue("build", ":", "a: build\r\nb:1"), "build");
     Row("lines but empty ones", ExtractLinesFromText("-a\n--b-", "-", false), {"a\n", "b"});
     Row("all lines", ExtractLinesFromText("xaX", "x", true), {"", "aX"});
@@ -44,7 +41,6 @@ void TestText::FindsAndChecks_data()
     Row("second pair is open", between("[a][b", "[", "]"), {"kept", "a"});
     Row("pairs don't nest", between("[[a]", "[", "]"), {"kept", "[a"});
     Row("empty parts", between("]x[]y[]", "[", "]"), {"kept", "", ""});
-    Row("empty start", between("a]", "", "]"), {"kept"});
     Row("many starts without an end", between(QString(kLong, '['), "[", "]"), {"kept"});
 
     const auto is = [](const QString &text, const char *kinds) {
@@ -60,21 +56,17 @@ void TestText::FindsAndChecks_data()
         Row('"' + text.left(30) + '"', answer.join(' '), kinds);
     };
     is("0", "unsigned number hex word item");
-    is("5", "unsigned number hex word item");
     is("1e3", "unsigned number hex word item");
     is(QString(kLong, '9'), "unsigned number hex word item");
     is("1.5", "unsigned number real word item");
-    is("5.0", "unsigned number real word item");
     is("-5", "number item");
     is("00", "hex");
     is("inf", "unsigned number letters word item");
-    is("azAZ", "letters word item");
     is("09afAF", "hex");
     for (const char *text : {"", "0.0", "0.00001", "1.2.3", "-", "1g", "0x1f", "@[`{", "é", "٥"})
         is(text, "");
 
     Row("valid text", IsStringValid("a B-é_1(2)", ""), true);
-    Row("empty text isn't valid", IsStringValid("", ""), false);
     Row("extra character", IsStringValid("a B", "xB"), false);
     for (const QChar c : QString("/\\:*?\"<>|.%;'#$^"))
         Row(QString("refused for ") + c, IsStringValid(QString("a%1b").arg(c), ""), false);
@@ -102,16 +94,12 @@ void TestText::ConvertsNumbers_data()
     };
     real(0.5, 1, 3, "0.500");
     real(5.0, 1, 3, "5.00");
-    real(50.0, 1, 3, "50.0");
-    real(5000.0, 1, 3, "5000.0");
     real(-5000.0, 1, 3, "-5000.000");
     real(5000.0, 4, 2, "5000.00");
     real(std::numeric_limits<double>::infinity(), std::numeric_limits<int>::min(), 3, "inf");
     Row("many decimals", RealToString(0.5, 0, kLong).size(), kLong + 2);
 
     Row("number among blanks", EnsureNumber(" -1.5\t"), "-1.5");
-    Row("letters for a number", EnsureNumber("abc"), "0");
-    Row("no text for a number", EnsureNumber(""), "0");
     Row("0.0 for a number", EnsureNumber("0.0"), "0");
     Row("trimmed at the start", TrimString("xx a x", 'x', true, false), " a x");
     Row("trimmed at the end", TrimString("xx a xx", 'x', false, true), "xx a ");
@@ -120,16 +108,11 @@ void TestText::ConvertsNumbers_data()
         Row("behind \"" + text.left(30) + '"', IncrString(text), expected);
     };
     next("", "");
-    next("007", "8");
-    next("1.5", "1");
     next("00", "00");
     next("file9", "file10");
     next("a1b2", "a1b3");
-    next("abc007", "abc8");
     next("-5", "-6");
-    next("12abc", "13abc");
     next("abc", "1abc");
-    next("2147483648", "1");
     next("f9223372036854775808", "f1");
     next('a' + QString(kLong, '9'), "a1");
     next(QString(kLong, '8') + 'a', "1a");
@@ -137,13 +120,8 @@ void TestText::ConvertsNumbers_data()
     const bool right = true;
     const bool left = false;
     Row("zeros are added", ShiftDecimal(right, 2, "1.5"), "150.0");
-    Row("zero in front goes", ShiftDecimal(right, 1, "0.05"), "0.5");
     Row("three zeros in front go", ShiftDecimal(right, 3, "0.005"), "5.0");
-    Row("no point", ShiftDecimal(right, 2, "7"), "700.0");
     Row("one zero goes for a place", ShiftDecimal(right, 1, "00.5"), "05.0");
-    Row("no point, left", ShiftDecimal(left, 1, "12"), "1.2");
-    Row("zero at the end goes", ShiftDecimal(left, 1, "12.50"), "1.25");
-    Row("zeros are added, left", ShiftDecimal(left, 2, "0.5"), "0.005");
     Row("three zeros at the end go", ShiftDecimal(left, 3, "100"), "0.1");
     Row("no places", ShiftDecimal(right, 0, "7") + ShiftDecimal(left, -1, "8"), "78");
     const QString nines(kLong, '9');
@@ -159,17 +137,13 @@ void TestText::ConvertsNumbers_data()
     }
 
     Row("version of all parts", CalVersionInt("1.2.3", 0), 123);
-    Row("version of two parts", CalVersionInt("1.2.3", 2), 120);
     Row("no carry", CalVersionInt("1.12.3", 0), 223);
     Row("fourth part is ignored", CalVersionInt("1.2.3.4", 0), 123);
-    Row("one part", CalVersionInt("2", 0), 200);
     Row("parts that are no numbers", CalVersionInt("x..3", -1), 3);
     Row("too large", CalVersionInt("2147483647.2147483647", 0), 2147483647);
-    Row("too small", CalVersionInt("-2147483648", 0), std::numeric_limits<int>::min());
     Row("many parts", CalVersionInt(QString(kLong, '.'), 0), 0);
 
     Row("one section", ExtractPlatformText("  one_lnx_lnx "), "one_*_*");
-    Row("two sections", ExtractPlatformText("one $$ two "), "two");
     Row("four sections", ExtractPlatformText("one $$ two $$ three_lnx $$ four"), "three_*");
 }
 

@@ -26,7 +26,6 @@ private slots:
     void TakesOneComponentAllTheWay();
     void PicksUpWhatAnEarlierRunLeft_data();
     void PicksUpWhatAnEarlierRunLeft();
-    void GoesOnAfterAnError();
     void ReportsWhatFails();
     void TransfersTwoAtOnce();
 
@@ -174,30 +173,6 @@ void TestPipeline::PicksUpWhatAnEarlierRunLeft()
     QCOMPARE(Tree(m_installation->Path("core")).value("noise"),
              installs ? files["core/noise"] : QByteArray());
     QVERIFY(!QFile::exists(file) && !QFile::exists(file + ".dnl"));
-}
-
-void TestPipeline::GoesOnAfterAnError()
-{
-    QVERIFY(Serve(m_slow_server, {{"core.zip", {{"core/noise", RandomBytes(3000000)}}}}));
-    DN_FILE_STRUCT *record = m_installation->Record("core.zip");
-    m_installation->Window()->AddToDownload(record);
-    QVERIFY(m_installation->Work([&] { return record->progress > 40; }));
-    QCOMPARE(m_installation->Find<QProgressBar>("pbar_dl")->value(), record->progress);
-    m_slow_server.Stop();
-    QVERIFY(Reaches(record, RecordStatus::Error));
-    QVERIFY(!record->downloader && m_installation->Window()->download_queue.isEmpty());
-    const QString error = m_installation->Log().last();
-    QVERIFY2(error.startsWith("Error while downloading file 'core.zip'. ")
-                 && error.endsWith(". Try downloading again."),
-             qPrintable(error));
-    const qint64 held = QFileInfo(m_installation->Download("core.zip.dnl")).size() - 40;
-    QVERIFY(held > 1000000);
-
-    QVERIFY(m_slow_server.Start());
-    m_installation->Window()->AddToDownload(record);
-    QVERIFY(Reaches(record, RecordStatus::Installed));
-    QVERIFY(m_slow_server.AccessLog().last().contains(QString("bytes=%1-").arg(held)));
-    QCOMPARE(ReadFile(m_installation->Path("core/noise")), RandomBytes(3000000));
 }
 
 void TestPipeline::ReportsWhatFails()

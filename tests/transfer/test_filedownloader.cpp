@@ -1,5 +1,4 @@
 #include "app/datasingleton.h"
-#include "support/connectrelay.h"
 #include "support/filebytes.h"
 #include "support/installation.h"
 #include "support/nginxserver.h"
@@ -57,7 +56,6 @@ private slots:
     void DropsDataThatIsNotWanted();
     void MayBeDeletedAtAnyTime_data();
     void MayBeDeletedAtAnyTime();
-    void GoesThroughAProxyThatDiesAndComesBack();
     void KeepsEveryByteInABusyLoop();
     void LeavesNothingBehind();
 
@@ -343,30 +341,6 @@ void TestFileDownloader::MayBeDeletedAtAnyTime()
     QTRY_VERIFY(!transfer);
     QCOMPARE(sent.count(), 1);
     QTRY_VERIFY(m_manager->findChildren<QNetworkReply *>().isEmpty());
-}
-
-void TestFileDownloader::GoesThroughAProxyThatDiesAndComesBack()
-{
-    ConnectRelay relay(m_slow.Port());
-    FileDownloader::SetApplicationProxy(2, "127.0.0.1", relay.Port(), "", "");
-    const QString url = "https://repository.test/a.zip";
-    FileDownloader transfer(nullptr);
-    transfer.Start(m_manager.data(), url, false, kSize, Path(), kStamp, true, kTimeout, nullptr);
-    QTRY_VERIFY(transfer.m_percent > 30);
-    relay.Stop();
-    Wait(&transfer);
-    QVERIFY(!transfer.m_error.isEmpty());
-    const qint64 held = FileDownloader::GetDownloadedFileDetails(Path(), kStamp);
-    QVERIFY(held > kSize / 4);
-
-    QCOMPARE(Fetch(url, false, Path())->m_error, QString("Proxy connection refused"));
-    QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), kStamp), held);
-
-    relay.Start();
-    QCOMPARE(Fetch(url, false, Path())->m_error, QString());
-    QVERIFY(ReadFile(Path()) == m_content);
-    QCOMPARE(relay.Targets(), QByteArrayList({"repository.test:443", "repository.test:443"}));
-    FileDownloader::SetApplicationProxy(0, "", "", "", "");
 }
 
 void TestFileDownloader::KeepsEveryByteInABusyLoop()
