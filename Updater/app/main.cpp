@@ -7,9 +7,9 @@
 
 int main(int argc, char *argv[])
 {
-    const QApplication application(argc, argv);
-    // From here on the toolkit would tell the console of faults in the repository's pages, too.
+    // The toolkit tells of a session that lacks something, and of faults in the repository's pages.
     qInstallMessageHandler(DropMessage);
+    const QApplication application(argc, argv);
     const QString root =
         RootDirectory(QCoreApplication::arguments(), QCoreApplication::applicationDirPath());
 

@@ -5,12 +5,18 @@
 #include <QDesktopServices>
 #include <QUrl>
 
+#include <cstdio>
+
 bool IsConfirmed(QWidget *parent, const QString &question)
 {
     return AskUser(parent, question, QMessageBox::Yes, QMessageBox::Cancel);
 }
 
-void DropMessage(QtMsgType, const QMessageLogContext &, const QString &) {}
+void DropMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    if (type == QtFatalMsg)
+        std::fputs(qPrintable(text + '\n'), stderr);
+}
 
 void OpenOnDesktop(const QUrl &url)
 {
