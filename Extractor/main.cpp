@@ -1,5 +1,6 @@
 #include "delete_folder.h"
 #include "failure.h"
+#include "memory_limit.h"
 #include "progress.h"
 #include "run_script.h"
 #include "unpack.h"
@@ -10,19 +11,13 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
 #include <langinfo.h>
 #include <string>
-#include <sys/resource.h>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
 constexpr int kBadUsage = 2;
-
-// Enough for a dictionary of 3 GB; packers seldom take more than 64 MB.
-constexpr rlim_t kMostMemory = rlim_t{4} << 30U;
 
 constexpr char kUsage[] = "usage: zeft_fextr_cmd \"#uzip\" \"#ARCHIVE\" \"#DESTINATION\"\n"
                           "       zeft_fextr_cmd \"#xtar\" \"#ARCHIVE\" \"#DESTINATION\"\n"
@@ -51,26 +46,6 @@ void ChooseLocale()
     if (!std::setlocale(LC_CTYPE, "") || std::strcmp(::nl_langinfo(CODESET), "UTF-8") != 0) {
         std::setlocale(LC_CTYPE, "C.UTF-8");
     }
-}
-
-/// What counts against the limit already: next to nothing, but for sanitizers.
-rlim_t MemoryInUse()
-{
-    std::ifstream statm("/proc/self/statm"); // proc(5)
-    rlim_t pages = 0;
-    for (int field = 0; field < 6; ++field) {
-        statm >> pages;
-    }
-    return pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
-}
-
-/// A small archive can make libarchive fill any amount with what it says of its files.
-void LimitMemory()
-{
-    rlimit limit = {};
-    ::getrlimit(RLIMIT_DATA, &limit);
-    limit.rlim_cur = std::min(limit.rlim_cur, MemoryInUse() + kMostMemory);
-    ::setrlimit(RLIMIT_DATA, &limit);
 }
 
 /// Every path comes with a "#" before it.

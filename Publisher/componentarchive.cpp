@@ -1,42 +1,50 @@
 #include "componentarchive.h"
 
+#include "app/mainwindow_helper.h"
+#include "common/common_helper.h"
 #include "delete_folder.h"
+#include "pipeline/versioninfo.h"
 #include "unpack.h"
 
-#include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 
-namespace {
-const qint64 kMostVersionInfo = 65536;
+#include <filesystem>
 
-ArchiveContents ContentsOf(const QDir &place, const QString &componentDir)
+namespace {
+QString ContentFault(const QString &place, const QString &dir, const QString &date)
 {
-    ArchiveContents contents;
-    contents.strays =
-        place.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    contents.strays.removeOne(componentDir);
-    QFile versionInfo(place.filePath(componentDir + "/version.info"));
-    if (versionInfo.open(QIODevice::ReadOnly))
-        contents.versionInfo = versionInfo.read(kMostVersionInfo);
-    return contents;
+    // The toolkit passes over names that are no UTF-8.
+    for (const auto &entry :
+         std::filesystem::directory_iterator(QFile::encodeName(place).toStdString())) {
+        const QString name = QFile::decodeName(entry.path().filename().c_str());
+        if (name != dir)
+            return QString("its entry \"%1\" is outside of the folder \"%2\"").arg(name, dir);
+    }
+    if (!IsFilePresent(place + "/" + dir + "/version.info"))
+        return QString("it has no \"%1/version.info\"").arg(dir);
+    if (StatusOnDisk(place, dir, date) != RecordStatus::Installed)
+        return QString("its version.info doesn't state the archive's date, %1 (UTC), as its build")
+            .arg(date);
+    return {};
 }
 } // namespace
 
-ArchiveContents UnpackForTrial(const QString &path, const QString &componentDir)
+QString ArchiveFault(const QString &path, const QString &dir, const QString &date)
 {
     QTemporaryDir place;
     if (!place.isValid())
-        return {place.errorString(), {}, {}};
+        return QString("it cannot be unpacked: %1").arg(place.errorString());
     place.setAutoRemove(false); // it can't where the archive holds read-only folders
     const std::string destination = QFile::encodeName(place.path()).toStdString();
     Progress silence(-1);
-    ArchiveContents contents;
+    QString fault;
     try {
         Unpack(QFile::encodeName(path).toStdString(), destination, silence);
-        contents = ContentsOf(place.path(), componentDir);
+        fault = ContentFault(place.path(), dir, date);
     } catch (const std::exception &failure) {
-        contents.error = QString::fromLocal8Bit(failure.what());
+        fault = QString("it cannot be unpacked: %1").arg(QString::fromLocal8Bit(failure.what()));
     }
     DeleteFolder(destination, silence);
-    return contents;
+    return fault;
 }

@@ -1,3 +1,4 @@
+#include "memory_limit.h"
 #include "repositorychecks.h"
 #include "repositorysource.h"
 #include "repositorywriter.h"
@@ -27,6 +28,7 @@ int Fail(const QStringList &problems)
 
 int Build(const QString &sourceDir, const QString &destDir)
 {
+    LimitMemory();
     RepositorySource source;
     QStringList problems = ReadRepositorySource(sourceDir, source);
     if (problems.isEmpty())

@@ -5,7 +5,7 @@
 #include "common/common_helper.h"
 #include "componentarchive.h"
 #include "naming.h"
-#include "pipeline/versioninfo.h"
+#include "panels/pagelimits.h"
 #include "repositorysource.h"
 
 #include <QDir>
@@ -15,14 +15,20 @@
 #include <algorithm>
 
 namespace {
-const int kPlatformX86 = 6;
-const int kPlatformArm = 7;
+const QList<int> kMachines = {6, 7}; // by their platform's code
 const int kClassCount = 8;
+const int kLongestName = 251; // bytes, as a file system has 255 and the updater adds ".dnl"
 
 bool IsPlatformCode(int code)
 {
-    const QList<int> codes = {kPlatformX86, kPlatformArm, 8, 10, 11, 12};
-    return codes.contains(code);
+    const QList<int> others = {8, 10, 11, 12};
+    return kMachines.contains(code) || others.contains(code);
+}
+
+/// True if a \a machine shows what is of this platform: its own, or one of all machines.
+bool IsFor(int machine, int platform)
+{
+    return platform == machine || !kMachines.contains(platform);
 }
 
 /// A record as the updater makes it of a component, with its target below the root "".
@@ -38,8 +44,9 @@ bool IsArchiveName(const QString &fileName)
 {
     const QStringList suffixes = {".zip", ".tar.xz", ".tar.gz", ".tar.bz2", ".tar.7z"};
     const QString stem = ArchiveStem(fileName); // loses a suffix that stands in the middle, too
-    return std::any_of(suffixes.begin(), suffixes.end(),
-                       [&](const QString &suffix) { return fileName == stem + suffix; });
+    return std::any_of(suffixes.begin(), suffixes.end(), [&](const QString &suffix) {
+        return !stem.isEmpty() && fileName == stem + suffix;
+    });
 }
 
 QString FileNameFault(const Component &component)
@@ -50,6 +57,8 @@ QString FileNameFault(const Component &component)
     if (!IsArchiveName(component.fileName))
         return "its name must end in one of .zip, .tar.xz, .tar.gz, .tar.bz2 and .tar.7z, "
                "and hold no other of them";
+    if (QFile::encodeName(component.fileName).size() > kLongestName)
+        return "its name is too long";
     if (component.fileName == "hwd_doc.zip")
         return "its name is that of the description pages";
     // The folder is replaced as a whole, so the folders that hold all others count as well.
@@ -60,26 +69,6 @@ QString FileNameFault(const Component &component)
     return {};
 }
 
-QString ContentFault(const Component &component)
-{
-    const QString dir = RecordOf(component).install_dir;
-    const ArchiveContents contents = UnpackForTrial(component.path, dir);
-    if (!contents.error.isEmpty())
-        return QString("it cannot be unpacked: %1").arg(contents.error);
-    if (!contents.strays.isEmpty())
-        return QString("its entry \"%1\" is outside of the folder \"%2\"")
-            .arg(contents.strays.first(), dir);
-    if (contents.versionInfo.isEmpty())
-        return QString("it has no \"%1/version.info\", or an empty one").arg(dir);
-
-    const QString build = BuildFromVersionInfo(contents.versionInfo);
-    const QString date = component.modified.date().toString(Qt::ISODate);
-    if (build == date)
-        return {};
-    return QString("its version.info states the build \"%1\", but the archive's date is %2 (UTC)")
-        .arg(build, date);
-}
-
 QStringList CheckComponents(const QList<Component> &components)
 {
     QStringList problems;
@@ -88,7 +77,8 @@ QStringList CheckComponents(const QList<Component> &components)
         if (fault.isEmpty() && !IsPlatformCode(component.platform))
             fault = QString("%1 is not a platform code").arg(component.platform);
         if (fault.isEmpty())
-            fault = ContentFault(component);
+            fault = ArchiveFault(component.path, RecordOf(component).install_dir,
+                                 component.modified.date().toString(Qt::ISODate));
         if (!fault.isEmpty())
             problems << QString("%1: %2").arg(component.Name(), fault);
     }
@@ -104,9 +94,8 @@ QStringList CheckRivals(const QList<Component> &components)
     for (const Component &component : components) {
         const QStringList keys = {"the stem " + ArchiveStem(component.fileName),
                                   "the folder " + ComponentDir(RecordOf(component))};
-        for (int machine : {kPlatformX86, kPlatformArm}) {
-            const int other = machine == kPlatformX86 ? kPlatformArm : kPlatformX86;
-            if (component.platform == other)
+        for (const int machine : kMachines) {
+            if (!IsFor(machine, component.platform))
                 continue;
             for (const QString &key : keys) {
                 QString &owner = owners[QString::number(machine) + key];
@@ -133,6 +122,8 @@ QString PageFault(const QString &pagesDir, const QString &page)
     QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
     if (bytes.contains('\0') || state.invalidChars > 0 || state.remainingChars > 0)
         return QString("the page \"%1\" is not UTF-8 text").arg(page);
+    if (!IsQuickToLayOut(QString::fromUtf8(bytes)))
+        return QString("the page \"%1\" is too large to be shown").arg(page);
     return {};
 }
 
@@ -144,6 +135,17 @@ QString TitleFault(const QString &title)
     if (title.isEmpty() || broken)
         return "the title is empty or holds a \"#\" or a control character";
     return {};
+}
+
+/// True if each machine that shows a package of this \a platform finds an archive of this \a stem.
+bool IsOffered(const QList<Component> &components, const QString &stem, int platform)
+{
+    return std::all_of(kMachines.begin(), kMachines.end(), [&](int machine) {
+        return !IsFor(machine, platform)
+               || std::any_of(components.begin(), components.end(), [&](const Component &c) {
+                      return IsFor(machine, c.platform) && ArchiveStem(c.fileName) == stem;
+                  });
+    });
 }
 
 QString PackageFault(const RepositorySource &source, const Package &package)
@@ -163,6 +165,8 @@ QString PackageFault(const RepositorySource &source, const Package &package)
                         [&](const Component &c) { return c.fileName == archive; });
         if (!published || package.archives.count(archive) > 1)
             return QString("the archive \"%1\" is in no directory, or named twice").arg(archive);
+        if (!IsOffered(source.components, ArchiveStem(archive), package.platform))
+            return QString("the archive \"%1\" is not for all of its platforms").arg(archive);
     }
     return PageFault(source.pagesDir, package.page);
 }

@@ -104,7 +104,8 @@ QString PackPages(const QString &pagesDir, const QString &path)
     if (!AddPagesFolder(writer.get()))
         return Failure(path, archive_error_string(writer.get()));
     QStringList names;
-    for (QDirIterator page(pagesDir, QDir::Files, QDirIterator::Subdirectories); page.hasNext();)
+    for (QDirIterator page(pagesDir, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+         page.hasNext();)
         names << QDir(pagesDir).relativeFilePath(page.next());
     names.sort();
     for (const QString &name : qAsConst(names)) {

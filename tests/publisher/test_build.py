@@ -56,7 +56,7 @@ class Source:
                              ("bsp/arm/zeft_bsp_zeta.htc.tar.bz2", "zeta")]:
             self.add(name, (folder + "/version.info", VERSION), (folder + "/x", NOISE[:5000]))
         self.write("hwd_doc/zeta.html", "<p>ζ</p>".encode())
-        self.write("hwd_doc/zeta_files/a.png", b"png")
+        self.write("hwd_doc/zeta_files/.a.png", b"png")
 
     def write(self, name, data):
         path = self.path / name
@@ -106,17 +106,23 @@ REFUSED = [
     ("folder of others", raw(CORE + "zeft_bsp_tools.hlib.zip"), '"/hardware/tools", would not'),
     ("unknown kind of archive", raw(CORE + "a.rar"), "must end in one of .zip"),
     ("suffix in the middle", raw(CORE + "a.zip.tar.xz"), "hold no other of them"),
+    ("nothing but a suffix", raw(CORE + ".tar.gz"), "must end in one of"),
+    ("no room for the updater's suffix", raw(CORE + "a" * 248 + ".zip"), "too long"),
     ("name of the pages", raw(CORE + "hwd_doc.zip"), "description pages"),
     ("entry beside the folder", core("a.zip", ("a/version.info", VERSION), ("ab/x", b"")),
      'its entry "ab" is outside of the folder "a"'),
+    ("entry of no UTF-8 beside it", core("a.tar.gz", ("a.tar/version.info", VERSION), ("\udcff", b"")),
+     "its entry"),
     ("no version.info at the top", core("a.zip", ("a/b/version.info", VERSION)),
      'no "a/version.info"'),
     ("tar suffix kept in the folder", core("a.tar.xz", ("a/version.info", VERSION)),
      'outside of the folder "a.tar"'),
     ("build of another day", core("a.zip", ("a/version.info", b"build: 2024.05.02")),
-     'states the build "2024'),
+     "doesn't state the archive's date, 2024-05-01"),
     ("earlier mention of build", core("a.zip", ("a/version.info", b"rebuild: no\n" + VERSION)),
-     "states the build"),
+     "doesn't state"),
+    ("more than the updater reads", core("a.zip", ("a/version.info", VERSION + bytes(10**6))),
+     "doesn't state"),
     ("no archive", raw(CORE + "a.zip", b"PK\x03\x04 and no more"), "a.zip: it cannot be unpacked"),
     ("cut archive", raw(CORE + "a.tar.xz", archive_of(".xz", (
         ("a.tar/version.info", VERSION), ("a.tar/x", NOISE)))[:-5000]), "cannot be unpacked"),
@@ -145,9 +151,13 @@ REFUSED = [
     ("package without archives", package(archives=[]), "one or two archives"),
     ("unpublished archive", package(archives=["zeft_bsp_zeta.hlib.zip"]), "is in no directory"),
     ("archive named twice", package(archives=["zeft core é.zip"] * 2), "named twice"),
+    ("archive that one machine lacks", lambda source: (
+        package(platform=8)(source), (source.path / "bsp/arm/zeft_bsp_zeta.hlib.tar.gz").unlink()),
+     "not for all of its platforms"),
     ("missing page", package(page="nowhere.html"), 'the page "nowhere.html" cannot be read'),
     ("page outside", package(page="../repository.json"), 'holds a "/"'),
     ("page in Latin-1", raw("hwd_doc/zeta.html", b"caf\xe9 au lait"), "not UTF-8 text"),
+    ("page that holds up the window", raw("hwd_doc/zeta.html", b"x" * 30000), "too large"),
     ("page with a NUL", raw("hwd_doc/zeta.html", b"a\0b"), "not UTF-8 text"),
 ]
 
@@ -183,7 +193,7 @@ class TestBuild(unittest.TestCase):
                          "8#0#Core##zeft core é##zeta.html\r\n")
         with zipfile.ZipFile(self.dest / "zeft/bsp/hwd_doc.zip") as pages:
             self.assertEqual(pages.namelist(),
-                             ["hwd_doc/", "hwd_doc/zeta.html", "hwd_doc/zeta_files/a.png"])
+                             ["hwd_doc/", "hwd_doc/zeta.html", "hwd_doc/zeta_files/.a.png"])
             self.assertEqual(pages.read("hwd_doc/zeta.html").decode(), "<p>ζ</p>")
 
     def test_refuses_what_the_updater_cannot_handle(self):
