@@ -20,6 +20,8 @@ QString DocumentsDir()
 
 QByteArray DocumentData(const QString &name)
 {
+    if (!DataSingleton::Inst())
+        return QByteArray(); // a page that stands alone
     const QString path = DocumentsDir() + "/" + name;
     const QString home = QFileInfo(DocumentsDir()).canonicalFilePath() + "/";
     const QFileInfo file(path);

@@ -10,9 +10,11 @@ DescriptionView::DescriptionView(QWidget *parent)
     : QTextBrowser(parent)
 {
     setOpenLinks(false);
-    connect(this, &QTextBrowser::anchorClicked, this, [](const QUrl &link) {
+    connect(this, &QTextBrowser::anchorClicked, this, [this](const QUrl &link) {
         if (link.scheme() == "https" || link.scheme() == "http")
             OpenOnDesktop(link);
+        else if (link.toString().startsWith('#'))
+            scrollToAnchor(link.fragment());
     });
 }
 

@@ -3,7 +3,8 @@
 #include <QTextBrowser>
 
 /// Shows a description page. Pages come from the repository, so what one names is looked for among
-/// its own kind alone and may only be a picture, and a link leads to the desktop's browser.
+/// its own kind alone and may only be a picture, and a link leads to a place in the page or to the
+/// desktop's browser.
 class DescriptionView : public QTextBrowser
 {
     Q_OBJECT

@@ -1,6 +1,7 @@
 #include "panels/pagelimits.h"
 
-#include <QRegularExpression>
+#include "panels/pagetally.h"
+
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextTable>
@@ -11,11 +12,6 @@
 namespace {
 
 // What a description needs at the most, and more.
-const int kMostCharacters = 1000000;
-const int kMostElements = 8000; // for each the toolkit looks through all open ones,
-const int kMostRules = 1000;    // and through all style rules
-const int kMostPictures = 200;
-const int kMostCells = 20000;   // that cells over several rows or columns cover
 const int kLongestLine = 20000; // characters
 const double kMostWork = 100000.0;
 
@@ -41,27 +37,6 @@ class Draft : public QTextDocument
 protected:
     QVariant loadResource(int /*type*/, const QUrl & /*name*/) override { return QByteArray(""); }
 };
-
-/// True if cells lie over many rows and columns, or in a way that this can't read.
-bool HasWideCells(const QString &html)
-{
-    const auto ignore_case = QRegularExpression::CaseInsensitiveOption;
-    static const QRegularExpression cell("<t[dh]\\s[^>]*span[^>]*", ignore_case);
-    static const QRegularExpression span("(?:row|col)span\\s*=\\s*[\"']?\\s*(\\d{1,5})",
-                                         ignore_case);
-    int covered = 0;
-    for (auto cells = cell.globalMatch(html); cells.hasNext();) {
-        const QString tag = cells.next().captured();
-        qint64 area = 1;
-        int read = 0;
-        for (auto spans = span.globalMatch(tag); spans.hasNext() && area < kMostCells; ++read)
-            area *= spans.next().captured(1).toInt();
-        covered += static_cast<int>(qMin<qint64>(area, kMostCells));
-        if (read < tag.count("span", Qt::CaseInsensitive) || covered >= kMostCells)
-            return true;
-    }
-    return false;
-}
 
 bool HasHugeNumber(const QTextFormat &format)
 {
@@ -112,9 +87,7 @@ bool IsModest(const Draft &page)
 
 bool IsQuickToLayOut(const QString &html)
 {
-    if (html.size() > kMostCharacters || html.count('<') - html.count("</") > kMostElements
-        || html.count('{') > kMostRules || html.count("<img", Qt::CaseInsensitive) > kMostPictures
-        || HasWideCells(html))
+    if (!PageTally(html).IsModest())
         return false;
     Draft page;
     page.setHtml(html);
