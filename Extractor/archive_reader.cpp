@@ -3,6 +3,7 @@
 #include "failure.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <new>
 
 namespace {
@@ -157,6 +158,9 @@ void ArchiveReader::Check(int result)
         std::rethrow_exception(m_inputFailure);
     }
     if (result != ARCHIVE_OK) {
+        if (archive_errno(m_archive.get()) == ENOMEM) {
+            throw std::bad_alloc();
+        }
         const char *const text = archive_error_string(m_archive.get());
         throw Failure(std::string("is damaged: ") + (text ? text : "unknown error"));
     }

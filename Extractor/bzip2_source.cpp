@@ -104,6 +104,9 @@ std::string UnpackBlock(std::string packed)
         size = bytes.size() - stream.avail_out;
     }
     BZ2_bzDecompressEnd(&stream);
+    if (result == BZ_MEM_ERROR) {
+        throw std::bad_alloc();
+    }
     if (result != BZ_STREAM_END) {
         throw BadBlock();
     }

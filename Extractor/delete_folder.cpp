@@ -4,6 +4,7 @@
 #include "remove_tree.h"
 #include "unique_fd.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
@@ -41,11 +42,18 @@ std::string OwnFolder()
     return path.substr(0, path.rfind('/') + 1);
 }
 
+// To lose one of these is to lose the machine, whoever asks for it.
+constexpr const char *kSystemFolders[] = {"/bin", "/boot", "/dev",  "/etc", "/home", "/lib",
+                                          "/opt", "/proc", "/root", "/run", "/sbin", "/srv",
+                                          "/sys", "/tmp",  "/usr",  "/var"};
+
 bool IsProtected(const struct stat &folder)
 {
     const char *const home = std::getenv("HOME");
     const passwd *const user = ::getpwuid(::getuid());
-    return Encloses(folder, "/") || Encloses(folder, ".") || (home && Encloses(folder, home))
+    return std::any_of(std::begin(kSystemFolders), std::end(kSystemFolders),
+                       [&folder](const char *inner) { return Encloses(folder, inner); })
+           || Encloses(folder, ".") || (home && Encloses(folder, home))
            || (user && user->pw_dir && Encloses(folder, user->pw_dir))
            || Encloses(folder, OwnFolder());
 }

@@ -4,7 +4,6 @@
 #include "remove_tree.h"
 
 #include <algorithm>
-#include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -12,7 +11,7 @@ namespace {
 
 const std::string kVersionInfo = "version.info";
 const std::string kWaitingVersionInfo = ".version.info.unpacking";
-constexpr std::size_t kMostLinkBytes = std::size_t{64} * 1024 * 1024; // of all texts, in memory
+constexpr std::size_t kMostWaitingBytes = std::size_t{256} * 1024 * 1024; // in memory
 
 /// Like `mkdir -p`.
 UniqueFd OpenDestination(const std::string &path)
@@ -108,14 +107,12 @@ UniqueFd Destination::MakeFile(const EntryPath &path, int folder, const std::str
 void Destination::SetAttributesLater(const EntryPath &folder, const Attributes &attributes)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    TakeMemory(folder, 0);
     m_attributes[folder] = attributes;
 }
 
 void Destination::LinkLater(const EntryPath &path, const std::string &target)
 {
-    if (target.size() >= PATH_MAX) {
-        throw Failure(JoinPath(path) + ": links to a name that is too long");
-    }
     const std::lock_guard<std::mutex> lock(m_mutex);
     KeepLink(path, target);
 }
@@ -123,11 +120,20 @@ void Destination::LinkLater(const EntryPath &path, const std::string &target)
 void Destination::KeepLink(const EntryPath &path, const std::string &target)
 {
     m_space.Take(target.size(), 1);
-    m_linkBytes += target.size();
-    if (m_linkBytes > kMostLinkBytes) {
-        throw Failure("holds too many links");
-    }
+    TakeMemory(path, target.size());
     m_links[path] = target;
+}
+
+/// A name of few bytes can have many parts.
+void Destination::TakeMemory(const EntryPath &path, std::size_t textSize)
+{
+    m_waitingBytes += textSize;
+    for (const std::string &part : path) {
+        m_waitingBytes += sizeof(std::string) + part.size();
+    }
+    if (m_waitingBytes > kMostWaitingBytes) {
+        throw Failure("holds too many links and folders");
+    }
 }
 
 void Destination::LinkNow(FolderWalk &walk, const EntryPath &path, const EntryPath &target)

@@ -66,6 +66,7 @@ private:
     template <typename Make>
     int MakeInPlace(const EntryPath &path, int folder, const std::string &name, Make make);
     void KeepLink(const EntryPath &path, const std::string &target);
+    void TakeMemory(const EntryPath &path, std::size_t textSize);
     void MakeLinks(FolderWalk &walk);
     void CheckLink(FolderWalk &walk, const EntryPath &path, const std::string &target);
     void SetAttributes(FolderWalk &walk, bool ofWaiting);
@@ -79,7 +80,7 @@ private:
     std::set<std::string> m_tops; // folders directly in the destination that this run has entered
     std::vector<std::string> m_made; // names directly in the destination that this run has made
     std::map<EntryPath, std::string> m_links;     // symbolic, to make
-    std::size_t m_linkBytes = 0;                  // of their texts
     std::map<EntryPath, Attributes> m_attributes; // of folders, to set
+    std::size_t m_waitingBytes = 0;               // of both
     std::set<std::string> m_waiting; // top folders whose version.info has yet to get its name
 };

@@ -2,6 +2,8 @@
 
 #include "failure.h"
 
+#include <climits>
+#include <cstring>
 #include <optional>
 #include <sys/stat.h>
 
@@ -79,6 +81,9 @@ std::string NameOf(const ArchiveReader &reader, const char *name)
         throw Failure("is damaged: a name cannot be read");
     }
     const ArchiveReader::Format format = reader.GetFormat();
+    if (std::strlen(name) >= PATH_MAX) {
+        throw Failure("holds a name that is too long");
+    }
     const bool isOfDos =
         format == ArchiveReader::Format::Zip || format == ArchiveReader::Format::Cab;
     return isOfDos ? ReadDosName(name) : name;

@@ -8,6 +8,7 @@
 namespace {
 
 constexpr std::size_t kInputSize = std::size_t{64} * 1024;
+constexpr Bytef kFirstByte = 0x1f;   // of a member
 constexpr int kGzipWindow = 15 + 16; // the largest window, in a gzip wrapping
 
 } // namespace
@@ -51,7 +52,8 @@ bool GzipSource::Refill()
     return m_stream.avail_in > 0;
 }
 
-/// Members may follow one another, and zeros may fill up the last one's block.
+/// Members may follow one another, zeros may fill up the last one's block, and what follows else
+/// belongs to nobody.
 bool GzipSource::StartNextMember()
 {
     for (;;) {
@@ -60,6 +62,9 @@ bool GzipSource::StartNextMember()
                                         [](Bytef byte) { return byte != 0; });
         m_stream.avail_in = static_cast<uInt>(end - m_stream.next_in);
         if (m_stream.avail_in > 0) {
+            if (*m_stream.next_in != kFirstByte) {
+                return false;
+            }
             inflateReset(&m_stream);
             m_inMember = true;
             return true;

@@ -124,6 +124,10 @@ private:
             // Where that fails, so does what follows, and tells so.
             ::fchmod(::dirfd(folder.get()), S_IRWXU);
         }
+        if (m_levels.empty()) {
+            // A component is no longer whole from now on, and so it stays if this run is killed.
+            ::unlinkat(::dirfd(folder.get()), "version.info", 0);
+        }
         m_levels.push_back({name, std::move(folder), identity, {}, share});
         if (m_levels.size() > kOpenLevels) {
             m_levels[m_levels.size() - kOpenLevels - 1].folder.reset();

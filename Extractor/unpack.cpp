@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -187,6 +188,9 @@ void Unpack(const std::string &archivePath, const std::string &destinationPath, 
     try {
         UnpackAny(file, destination, progress);
         destination.Complete();
+    } catch (const std::bad_alloc &) {
+        destination.Undo();
+        throw Failure(archivePath + ": needs more memory than can be had");
     } catch (const std::exception &failure) {
         destination.Undo();
         throw Failure(archivePath + ": " + failure.what());

@@ -3,9 +3,11 @@
 #include "failure.h"
 #include "worker_count.h"
 
+#include <future>
 #include <new>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -15,21 +17,31 @@ constexpr std::size_t kInputSize = std::size_t{64} * 1024;
 constexpr std::uint64_t kMostMemory = std::uint64_t{1024} * 1024 * 1024;
 
 #if LZMA_VERSION >= 50040002
-bool CanStartThread()
+/// Whether so many threads can be had at a time: for want of one the decoder fails in the middle.
+bool CanStartThreads(unsigned count)
 {
+    std::promise<void> end;
+    const std::shared_future<void> ended = end.get_future().share();
+    std::vector<std::thread> threads;
     try {
-        std::thread([] {}).join();
-        return true;
+        while (threads.size() < count) {
+            threads.emplace_back([ended] { ended.wait(); });
+        }
     } catch (const std::system_error &) {
-        return false;
+        // Then there are fewer.
     }
+    end.set_value();
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    return threads.size() == count;
 }
 #endif
 
 lzma_ret StartDecoder(lzma_stream &stream)
 {
 #if LZMA_VERSION >= 50040002
-    if (!CanStartThread()) {
+    if (!CanStartThreads(WorkerCount() + 1)) { // the last one is that of the Prefetch
         return lzma_stream_decoder(&stream, kMostMemory, LZMA_CONCATENATED);
     }
     lzma_mt options = {};

@@ -75,6 +75,13 @@ class Delete(ExtractorTest):
                 self.assertNotIn("100%", run.stdout)
                 self.assertEqual("C/n" in read_tree(self.target), at == "C")
 
+    def test_a_killed_run_leaves_no_whole_component(self):
+        make_tree(self.target, {"C/a": (0o644, b""), "C/version.info": (0o644, b"build : 1")})
+        subprocess.run(["strace", "-qqo", "/dev/null", "-e", "inject=unlinkat:signal=KILL:when=2",
+                        EXTRACTOR, "#ddir", "#" + self.path("target", "C")],
+                       env={"ASAN_OPTIONS": "detect_leaks=0"})
+        self.assertEqual(list(read_tree(self.path("target", "C"))), ["a"])
+
     def test_depth_and_number_do_not_matter(self):
         subprocess.run(["python3", "-c", """if True:
             import os

@@ -81,6 +81,7 @@ def ways_out(outside):
         "chain of links, named so that the second comes first":
             [entry("C/p/q/x"), link("C/p/q/up", "../../.."), link("A", "C/p/q/up/../outside")],
         "link of a long text": [link("C/l", "x" * 5000)],
+        "file of a long name": [entry("C/" * 3000 + "x")],
         "way back from a folder that is not there": [link("C/l", "nothing/../../x")],
         "folder replaced by a link": [entry("C/d/x"), link("C/d", "../planted")],
         "its owner's rights": [entry("C/x", mode=0o4755)],

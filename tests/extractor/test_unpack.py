@@ -1,6 +1,7 @@
 """Archives of other programs, whole ones: what comes out is what went in."""
 
 import io
+import itertools
 import os
 import random
 import resource
@@ -42,7 +43,7 @@ FORMATS = {  # the archive's ending, how it is made, the tree that comes out
     "cab of gcab": (".cab", shell('find Comp -type f -print0 | xargs -0 gcab -cz "$1"'), IN_CABINET),
     "tar.gz of tar": (".tar.gz", shell('tar -czf "$1" Comp'), COMPONENT),
     "tar.gz of tar, from within": (".tar.gz", shell('tar -czf "$1" .'), COMPONENT),
-    "tar.gz in two members": (".tar.gz", shell('tar -c Comp | split -b 99999 --filter=gzip - > "$1"'), COMPONENT),
+    "tar.gz in two members and trailing garbage": (".tar.gz", shell('(tar -c Comp | split -b 99999 --filter=gzip -; echo end) > "$1"'), COMPONENT),
     "tar.gz of tar, with holes": (".tar.gz", shell('fallocate -d Comp/zeros; tar -Sczf "$1" Comp'), COMPONENT),
     "tar.bz2 in many blocks": (".tar.bz2", shell('tar -c Comp | bzip2 -1 > "$1"'), COMPONENT),
     "tar.bz2 in two streams and trailing garbage": (".tar.bz2", shell('(tar -c Comp | split -b 999999 --filter=bzip2 -; echo end) > "$1"'), COMPONENT),
@@ -87,6 +88,7 @@ class Formats(ExtractorTest):
                     zipped.getvalue().replace(b"x" * len(bytes_), bytes_))
                 self.succeed("#uzip", self.path("a"), self.path(name))
                 self.assertTrue(os.path.isfile(self.path(name, expected)))
+                self.assertEqual(os.stat(self.path(name, expected)).st_mode & 0o022, 0)
 
     def test_closed_and_broken_streams(self):
         make_tree(self.path("source"), COMPONENT)
@@ -99,19 +101,22 @@ class Formats(ExtractorTest):
                                stdout=subprocess.DEVNULL)
                 self.assertEqual(read_tree(target), COMPONENT)
 
-    def test_no_thread_is_needed(self):
+    def test_few_threads_or_none_suffice(self):
         os.chmod(self.home, 0o755)
         os.chmod(self.target, 0o777)
-        for name in ("zip of zip", "tar.gz of tar", "tar.bz2 in many blocks",
-                     "tar.xz in many blocks", "tar.7z in many blocks"):
-            with self.subTest(name):
+        for name, most in itertools.product(
+                ("zip of zip", "tar.gz of tar", "tar.bz2 in many blocks", "tar.xz in many blocks",
+                 "tar.7z in many blocks"), range(1, 5)):
+            with self.subTest(name, most=most):
                 ending, make, _ = FORMATS[name]
-                make_tree(self.path(name), COMPONENT)
-                make(self.path(name), self.path(name + ending))
-                self.succeed("#uzip", self.path(name + ending), self.path("target", name), **as_user(),
+                make_tree(self.path(name, str(most)), COMPONENT)
+                make(self.path(name, str(most)), self.path(name + ending))
+                target = self.path("target", f"{name} {most}")
+                self.succeed("#uzip", self.path(name + ending), target, **as_user(),
                              env={"ASAN_OPTIONS": "detect_leaks=0"},  # which takes a thread
-                             preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_NPROC, (1, 1)))
-                self.assertEqual(read_tree(self.path("target", name)), COMPONENT)
+                             preexec_fn=lambda most=most: resource.setrlimit(
+                                 resource.RLIMIT_NPROC, (most, most)))
+                self.assertEqual(read_tree(target), COMPONENT)
 
     def test_a_killed_run_does_not_look_whole(self):
         old = {"C/version.info": (0o644, b"build : old"), "C/old": (0o644, b"old")}
