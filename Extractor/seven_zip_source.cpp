@@ -55,9 +55,9 @@ SevenZipSource::SevenZipSource(const InputFile &file, const Lzma2File &packed, P
     while (workers < most && m_blocks.At(workers)) {
         ++workers;
     }
-    // None has to pause if each gets on with its next block while those of the others are read.
-    const std::uint64_t others = workers > 1 ? (workers - 1) * m_blocks.At(0)->size : 0;
-    const std::uint64_t ahead = std::clamp(others, kLeastAhead, kMostAhead);
+    // None has to pause if each can finish its block while those of the others are read.
+    const std::uint64_t all = workers > 1 ? workers * m_blocks.At(0)->size : 0;
+    const std::uint64_t ahead = std::clamp(all, kLeastAhead, kMostAhead);
     for (std::size_t i = 0; i < workers; ++i) {
         m_workers.push_back(std::make_unique<Worker>(file, m_blocks, i, workers, packed.dictionary,
                                                      ahead / workers));
