@@ -14,6 +14,7 @@ namespace {
 // What a description needs at the most, and more.
 const int kLongestLine = 20000; // characters
 const double kMostWork = 100000.0;
+const double kMostHeight = 2e7; // pixels; the layout can count to 3e7
 
 /// Beyond such sizes, or a page full of them, the layout's coordinates overflow.
 double MostOf(int property)
@@ -22,12 +23,14 @@ double MostOf(int property)
     case QTextFormat::FontPointSize:
     case QTextFormat::FontPixelSize:
         return 200.0;
-    case QTextFormat::LineHeight:
-        return 1000.0;
+    case QTextFormat::ImageWidth:
+    case QTextFormat::ImageHeight:
+    case QTextFormat::FrameWidth:
+        return 1e4;
     case QTextFormat::TextIndent:
         return 1e6;
     default:
-        return 1e4;
+        return 1000.0;
     }
 }
 
@@ -69,15 +72,43 @@ double Work(const QTextBlock &block)
     return std::ldexp(1 + block.length() / 50, depth);
 }
 
+/// In pixels, or somewhat more.
+double FontHeight(const QTextCharFormat &format)
+{
+    const double kPixelsOfPoint = 1.5;
+    const double kLargestAdjustment = 2.0; // of a relative size
+    const double points = qMax(12.0, format.fontPointSize()) * kPixelsOfPoint;
+    const double pixels = 1.5 * format.intProperty(QTextFormat::FontPixelSize);
+    return qMax(points, pixels)
+           * (format.hasProperty(QTextFormat::FontSizeAdjustment) ? kLargestAdjustment : 1.0);
+}
+
+/// The height of a block that has each letter on a line of its own.
+double Height(const QTextBlock &block)
+{
+    const QTextBlockFormat format = block.blockFormat();
+    double height = format.topMargin() + format.bottomMargin();
+    for (auto part = block.begin(); !part.atEnd(); ++part) {
+        const double font = FontHeight(part.fragment().charFormat());
+        const double line = format.lineHeightType() == QTextBlockFormat::ProportionalHeight
+                                ? font * qMax(1.0, format.lineHeight() / 100.0)
+                                : font + format.lineHeight();
+        height += part.fragment().length() * line;
+    }
+    return height;
+}
+
 bool IsModest(const Draft &page)
 {
     const QVector<QTextFormat> formats = page.allFormats();
     if (std::any_of(formats.begin(), formats.end(), HasHugeNumber))
         return false;
     double work = 0.0;
+    double height = 0.0;
     for (QTextBlock block = page.begin(); block.isValid(); block = block.next()) {
         work += Work(block);
-        if (HasLongLine(block.text()) || work > kMostWork)
+        height += Height(block);
+        if (HasLongLine(block.text()) || work > kMostWork || height > kMostHeight)
             return false;
     }
     return true;

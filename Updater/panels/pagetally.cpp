@@ -7,6 +7,7 @@ const int kMostCharacters = 1000000; // without the pictures
 const int kMostCharactersOfAll = 4000000;
 const int kMostElements = 8000;   // for each the toolkit looks through all open ones,
 const int kMostStyling = 4000000; // and through all style rules
+const int kSheetCost = 80;        // of which each tag in a style sheet begins a new one
 const int kMostPictures = 200;
 const int kMostStrayEnds = 100; // tags that close nothing and are looked up among all open ones
 const double kMostCells = 100000.0;
@@ -73,7 +74,7 @@ void PageTally::CountCell(const QMap<QString, QString> &attributes)
 
 void PageTally::CountRules(const QStringRef &sheet)
 {
-    m_rules += sheet.count(';') + 4 * (sheet.count('{') + sheet.count(','));
+    m_rules += kSheetCost + sheet.count(';') + 4 * (sheet.count('{') + sheet.count(','));
 }
 
 /// No table can be larger, however they stand in each other: a row may go on behind an inner table,

@@ -24,7 +24,7 @@ private:
     qint64 m_closed = 0;
     qint64 m_pictures = 0;
     qint64 m_pictureCharacters = 0;
-    qint64 m_rules = 0; // style declarations, and four times the selectors
+    qint64 m_rules = 0; // style declarations, four times the selectors, and the sheets
 
     int m_depth = 0; // of open tables, or more than that
     double m_innerTables = 0;
