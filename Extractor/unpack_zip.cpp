@@ -92,6 +92,9 @@ private:
         if (const char *const target = archive_entry_symlink(entry)) {
             m_directory.CheckLink(index, target);
         }
+        if (archive_entry_filetype(entry) == AE_IFDIR) {
+            m_directory.CheckFolder(index);
+        }
         if (!m_directory.HasPermissions(index)) {
             archive_entry_set_perm(entry, m_destination.Masked(archive_entry_perm(entry)));
         }

@@ -160,6 +160,13 @@ void ZipDirectory::CheckLink(std::size_t index, std::string_view target) const
     }
 }
 
+void ZipDirectory::CheckFolder(std::size_t index) const
+{
+    if (m_entries[index].checksum != 0) {
+        throw Damaged("the folder " + m_entries[index].name + " has content");
+    }
+}
+
 void ZipDirectory::Read(const std::vector<char> &directory, std::uint64_t before)
 {
     for (std::string_view rest(directory.data(), directory.size()); !rest.empty();) {

@@ -34,6 +34,9 @@ public:
     /// libarchive tests for files alone.
     void CheckLink(std::size_t index, std::string_view target) const;
 
+    /// Throws a Failure if the entry, said to be a folder, has content.
+    void CheckFolder(std::size_t index) const;
+
 private:
     struct Entry
     {

@@ -166,6 +166,7 @@ class Hostile(ExtractorTest):
                 ("one place twice", second + 42, bytes(4)),
                 ("a place inside another", second + 42, b"\x99\0\0\0"),
                 ("a place outside", second + 42, b"\xfe\xff\xff\xff"),
+                ("a file that is said to be a folder", first + 40, b"\xed\x41"),
                 ("a size beyond the end", first + 20, b"\xfe\xff\xff\xff")):
             with self.subTest(name):
                 Path(self.path("a")).write_bytes(data[:at] + bytes_ + data[at + len(bytes_):])
