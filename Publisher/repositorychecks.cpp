@@ -119,10 +119,11 @@ QString PageFault(const QString &pagesDir, const QString &page)
     if (!GetFileData(QDir(pagesDir).filePath(page), bytes))
         return QString("the page \"%1\" cannot be read").arg(page);
     QTextCodec::ConverterState state;
-    QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
+    const QString text =
+        QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
     if (bytes.contains('\0') || state.invalidChars > 0 || state.remainingChars > 0)
         return QString("the page \"%1\" is not UTF-8 text").arg(page);
-    if (!IsQuickToLayOut(QString::fromUtf8(bytes)))
+    if (!IsQuickToLayOut(text))
         return QString("the page \"%1\" is too large to be shown").arg(page);
     return {};
 }

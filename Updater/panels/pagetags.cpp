@@ -49,7 +49,7 @@ QString PageTags::Word()
         return Quoted();
     const int begin = m_at;
     while (m_at < m_html.size() && !m_html[m_at].isSpace() && !IsAt('<') && !IsAt('>') && !IsAt('=')
-           && m_html.midRef(m_at, 2) != "/>")
+           && !(IsAt('/') && m_html.midRef(m_at, 2) == "/>"))
         ++m_at;
     return m_html.mid(begin, m_at - begin);
 }
