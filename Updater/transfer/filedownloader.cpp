@@ -79,6 +79,8 @@ bool FileDownloader::Start(QNetworkAccessManager *manager, const QString &url, b
     m_data.clear();
     m_stalled = false;
     m_deleteOnClose = false;
+    m_headOnly = head_only;
+    m_probeAnswered = false;
     m_bufferFill = 0;
     m_lastPercent = 0;
     m_userData = user_data;
@@ -195,7 +197,9 @@ void FileDownloader::ReadDataHelper(bool force_write, bool final_write)
         m_reply->readAll(); // has to go, but nowhere
     if (m_file.fileName().isEmpty()) {
         if (readable && m_data.size() + m_reply->bytesAvailable() > kMostInMemory) {
-            m_error = "The answer is too long.";
+            m_probeAnswered = m_headOnly;
+            if (!m_headOnly)
+                m_error = "The answer is too long.";
             m_data.clear();
             m_reply->readAll();
             Abort(false);
@@ -325,7 +329,8 @@ void FileDownloader::onDownloadProgress(qint64 bytesReceived, qint64 bytesTotal)
 void FileDownloader::onFinishedDownload()
 {
     DrainReply();
-    if (HoldsWholeFile() || (m_reply->error() == QNetworkReply::NoError && BroughtTheFile()))
+    if (HoldsWholeFile() || m_probeAnswered
+        || (m_reply->error() == QNetworkReply::NoError && BroughtTheFile()))
         FinishWell();
     else
         FinishWithError();

@@ -129,8 +129,10 @@ private:
     QTimer m_timer;               // the tick of the two watches
     bool m_deleteOnClose = false; // discard the data at the close
     bool m_ownsManager = true;
-    bool m_stalled = false; // the next tick asks again
-    int m_timeout = -1;     // ms
+    bool m_stalled = false;       // the next tick asks again
+    bool m_headOnly = false;      // began as a HEAD, though a stalled one is asked again as a GET
+    bool m_probeAnswered = false; // and what that GET brings is more than anybody wants
+    int m_timeout = -1;           // ms
 
 public:
     float m_percent = -1.0F;    // may be NaN or out of range while a size is unknown; -1: failed

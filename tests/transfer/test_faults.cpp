@@ -260,8 +260,7 @@ void TestFaults::EndsAsItMust()
 void TestFaults::ProbesAgainAfterAFault_data()
 {
     const Table<Script, QString, QString, QString> row("script", "error", "length", "modified");
-    const QByteArray good =
-        ScriptedServer::Head("200 OK", Length(5) + "\r\nLast-Modified: " + kDate);
+    QByteArray good = ScriptedServer::Head("200 OK", Length(5) + "\r\nLast-Modified: " + kDate);
     const QByteArray bare = ScriptedServer::Head("200 OK", "Connection: close");
     const QByteArray refused = ScriptedServer::Head("405 Not Here", Length(0));
     const QByteArray moved = ScriptedServer::Head("302 Found", "Location: /\r\n" + Length(9));
@@ -274,6 +273,9 @@ void TestFaults::ProbesAgainAfterAFault_data()
     row("refused", {{refused}}, error + "Not Here", "0", "");
     row("redirect", {{moved}}, error + "Found", "9", "");
     row("silent, so that it is asked again as a GET", {{}}, "", QString::number(kSize), kStamp);
+    row("the same with a file of any size",
+        {{}, {good.replace(": 5", ": 70000000") + QByteArray(65000000, 'x')}}, "", "70000000",
+        kStamp);
 }
 
 void TestFaults::ProbesAgainAfterAFault()
