@@ -95,7 +95,7 @@ bool FollowRun(QProcess *process, DN_FILE_STRUCT *record, int floor)
         break;
     case QProcess::Running:
         if (LastPercent(process->readAll(), percent))
-            record->progress = qBound(floor, percent, 100);
+            record->progress = qMax(floor, percent);
         break;
     case QProcess::NotRunning:
         return true;

@@ -3,6 +3,7 @@
 #include "pipeline/versioninfo.h"
 #include "support/installation.h"
 
+#include <QProcess>
 #include <QtTest>
 
 class TestPipelineRules : public QObject
@@ -12,6 +13,7 @@ class TestPipelineRules : public QObject
 private slots:
     void TellsTheExtractorHowToUnpack();
     void FindsTheLastPercent();
+    void FollowsARun();
     void ReadsTheBuild();
     void TellsTheStatusFromTheDisk();
 };
@@ -43,6 +45,28 @@ void TestPipelineRules::FindsTheLastPercent()
         int found = -1;
         QVERIFY2(LastPercent(output, found) == (percent != -1), output);
         QCOMPARE(found, percent);
+    }
+}
+
+void TestPipelineRules::FollowsARun()
+{
+    const int none = std::numeric_limits<int>::min();
+    const struct
+    {
+        const char *printed;
+        int floor;
+        int progress;
+    } rows[] = {{"  4%", 5, 5}, {"999%", 5, 999}, {"  4%", none, 4}, {" -3%", none, -3}};
+    for (const auto &row : rows) {
+        DN_FILE_STRUCT record;
+        record.progress = 42;
+        QProcess run;
+        run.start("sh",
+                  {"-c", QString("printf '%1'; read line").arg(row.printed).replace("%'", "%%'")});
+        QTRY_VERIFY(!FollowRun(&run, &record, row.floor) && record.progress != 42);
+        QCOMPARE(record.progress, row.progress);
+        run.closeWriteChannel();
+        QTRY_VERIFY(FollowRun(&run, &record, row.floor));
     }
 }
 
