@@ -1,4 +1,5 @@
 #include "app/datasingleton.h"
+#include "app/installationlock.h"
 #include "app/mainwindow.h"
 #include "app/rootdirectory.h"
 #include "panels/desktop.h"
@@ -15,6 +16,8 @@ int main(int argc, char *argv[])
 
     auto *window = new MainWindow(nullptr); // lives until the process ends
     DataSingleton::Initialize(window, root);
+    InstallationLock lock(DataSingleton::Inst()->GetDownloadsDir());
+    window->WorkUnder(&lock);
     window->Initialize();
     window->show();
     return QApplication::exec();

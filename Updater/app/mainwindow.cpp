@@ -1,7 +1,9 @@
 #include "app/mainwindow.h"
 
 #include "app/datasingleton.h"
+#include "app/installationlock.h"
 #include "app/mainwindow_helper.h"
+#include "app/rootdirectory.h"
 #include "catalogue/endpoints.h"
 #include "panels/desktop.h"
 #include "panels/helpwnd.h"
@@ -102,18 +104,44 @@ void MainWindow::Initialize()
            "Connections' to proceed.",
            1);
     AddMsg(QString("Downloads directory %1").arg(DataSingleton::Inst()->GetDownloadsDir()), 1);
+    TellWhatHinders();
+}
+
+void MainWindow::TellWhatHinders()
+{
+    if (!MayWork())
+        AddMsg("Another updater works on this installation and must be closed first. Until then "
+               "nothing is downloaded, installed or deleted here.",
+               2);
+    const DataSingleton *context = DataSingleton::Inst();
+    for (const QString &directory : {context->InstalledPath(), context->GetDownloadsDir()}) {
+        const QString fault = WriteFault(directory);
+        if (fault.isEmpty())
+            continue;
+        AddMsg(QString("Directory %1/ can't be written: %2.").arg(directory, fault), 3);
+        return;
+    }
+}
+
+bool MainWindow::MayWork() const
+{
+    return !installation_lock || installation_lock->Take();
 }
 
 void MainWindow::Timer500()
 {
+    if (closed)
+        return;
     for (const auto *list : {&records, &local_records}) {
         for (DN_FILE_STRUCT *record : *list)
             record->status_text = StatusText(record->status, record->progress);
     }
-    ProcessDownload();
-    ProcessInstall();
-    ProcessPostInstall();
-    ProcessDelete();
+    if (MayWork()) {
+        ProcessDownload();
+        ProcessInstall();
+        ProcessPostInstall();
+        ProcessDelete();
+    }
     UpdateActivityList();
     UpdateProgressBars();
 }

@@ -4,7 +4,11 @@
 #include <QNetworkAccessManager>
 #include <QStringList>
 
+#include <optional>
+#include <set>
+
 class FileDownloader;
+class InstallationLock;
 class QProcess;
 class QTreeWidgetItem;
 class SettingsDlg;
@@ -27,6 +31,9 @@ public:
 
     // Window, heartbeat, log (app/mainwindow.cpp)
 
+    /// Lets the window transfer, run and delete nothing while another program holds \a lock. The
+    /// lock is borrowed and must outlive the event loop.
+    void WorkUnder(InstallationLock *lock) { installation_lock = lock; }
     /// Starts the heartbeat and the log. Call it once, when DataSingleton exists.
     void Initialize();
     /// Appends a line to the log: \a level 1 is information, 2 a warning, 3 an error.
@@ -71,6 +78,10 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
+    // Window, heartbeat, log (app/mainwindow.cpp)
+    bool MayWork() const;
+    void TellWhatHinders();
+
     // Tree (catalogue/mainwindow_ui.cpp)
     void InitTree();
     void AddRecordRows();
@@ -93,6 +104,7 @@ private:
 
     // Stages (pipeline/mainwindow_dnl_install.cpp)
     void ProcessDownload();
+    void FollowDownload(DN_FILE_STRUCT *record);
     void StartDownload(DN_FILE_STRUCT *record);
     void AcceptDownload(DN_FILE_STRUCT *record);
     void RejectDownload(DN_FILE_STRUCT *record, const QString &error);
@@ -105,12 +117,17 @@ private:
     void ProcessDelete();
     void StartDelete();
     void FinishDelete();
-    /// Deletes the record's files in the downloads directory, unless another record waits for them.
+    bool IsToBeUnpacked(const DN_FILE_STRUCT &record) const;
+    bool IsBeingTransferred(const DN_FILE_STRUCT &record) const;
+    bool IsAwaited(const DN_FILE_STRUCT &record) const;
+    /// Deletes the record's files in the downloads directory, unless a queued record waits for them.
     void DeleteLeftovers(const DN_FILE_STRUCT &record);
     void DelNonRequiredFiles();
 
     // Status (pipeline/mainwindow_status.cpp)
     void UpdateStatus(DN_FILE_STRUCT *record, bool queue_found);
+    void LookForDownload(DN_FILE_STRUCT *record, bool queue_found);
+    bool MayComeFromPages(const QString &path) const;
     void UpdateActivityList();
     void UpdateProgressBars();
 
@@ -136,5 +153,9 @@ private:
     QList<DN_FILE_STRUCT *> delete_queue;
     QList<DN_FILE_STRUCT *> post_install_queue;
     int probe_index = 0; // the record that is probed, so that nothing has to search for it
-    bool closed = false; // tells the tree pass, if the close came in the midst of it
+    bool closed = false; // the user has confirmed the close: nothing may happen any more
+    // Names in the downloads directory before the first archive of pages was unpacked there; unset
+    // until then.
+    std::optional<std::set<QString>> files_before_pages;
+    InstallationLock *installation_lock = nullptr; // borrowed; null: nobody else is looked for
 };

@@ -5,6 +5,9 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <cerrno>
+#include <unistd.h>
+
 QString RootDirectory(const QStringList &arguments, const QString &program_dir)
 {
     QString path = ExtractParentPath(program_dir);
@@ -20,4 +23,10 @@ QString RootDirectory(const QStringList &arguments, const QString &program_dir)
     const QString real = path.contains("..") ? QFileInfo(path).canonicalFilePath() : QString();
     path = QDir::cleanPath(real.isEmpty() ? path : real);
     return path == "/" ? QString() : path;
+}
+
+QString WriteFault(const QString &directory)
+{
+    const QByteArray entry = QFile::encodeName(directory + "/.");
+    return access(entry.constData(), W_OK | X_OK) == 0 ? QString() : qt_error_string(errno);
 }

@@ -13,6 +13,7 @@
 #include "transfer/filedownloader.h"
 #include "ui_mainwindow.h"
 
+#include <QDir>
 #include <QGuiApplication>
 #include <QSslConfiguration>
 
@@ -82,6 +83,8 @@ void MainWindow::StartProbe(int index)
 
 void MainWindow::onBaseFilesDownloadFinished(FileDownloader *fd)
 {
+    if (closed)
+        return;
     if (fd->m_userData) {
         AcceptProbe(fd);
         return;
@@ -120,6 +123,10 @@ void MainWindow::AcceptFileList(const QByteArray &bytes)
 void MainWindow::AcceptDocuments()
 {
     const QString downloads = DataSingleton::Inst()->GetDownloadsDir();
+    if (!files_before_pages) {
+        const QStringList names = QDir(downloads).entryList(QDir::Files | QDir::Hidden);
+        files_before_pages.emplace(names.begin(), names.end());
+    }
     StartDetachedExtractor(UnpackArguments(kDocumentsArchive, downloads, downloads));
     StartFetch(QString("/zeft/bsp/") + kPackageList, QString());
 }

@@ -152,7 +152,8 @@ void MainWindow::on_tree_wgt_itemSelectionChanged()
 
 void MainWindow::AddTreeArchItems()
 {
-    closed = false;
+    if (closed)
+        return;
     // Versions and targets first: events are processed below, and a press of "Uninstall" needs
     // them.
     for (DN_FILE_STRUCT *record : qAsConst(records)) {
@@ -162,6 +163,8 @@ void MainWindow::AddTreeArchItems()
     AddRecordRows();
     AddPackages();
     UpdateRecords();
+    if (closed)
+        return;
 
     QGuiApplication::restoreOverrideCursor();
     settings_dlg->ShowConnectPB(false);

@@ -15,6 +15,7 @@
 #include <QProcess>
 
 #include <algorithm>
+#include <limits>
 
 namespace {
 
@@ -23,6 +24,15 @@ using Queue = QList<DN_FILE_STRUCT *>;
 const int kTransfersAtOnce = 2;
 const int kDownloadTimeout = 15000; // ms
 const int kFirstPercent = 5;        // an installation that has just begun shows some progress
+const int kNoFloor = std::numeric_limits<int>::min();
+const qint64 kAlwaysAllowed = 64000000; // bytes that a transfer may bring, whatever was announced
+
+/// The most that a transfer of a file of \a announced bytes may bring before it is stopped.
+qint64 MostBytes(qint64 announced)
+{
+    const qint64 most = std::numeric_limits<qint64>::max();
+    return qMax(kAlwaysAllowed, announced < most / 2 ? 2 * announced : most);
+}
 
 void Enqueue(Queue &queue, DN_FILE_STRUCT *record, int status)
 {
@@ -124,7 +134,7 @@ void MainWindow::CancelDownloadInstall(DN_FILE_STRUCT *record)
 {
     if (download_queue.contains(record)) {
         StopDownload(record);
-        DeleteDownload(*record);
+        DeleteLeftovers(*record);
         UpdateStatus(record, false);
     }
     if (CancelInstall(install_queue, install_process, record))
@@ -153,10 +163,20 @@ void MainWindow::ProcessDownload()
     const Queue first = download_queue.mid(0, kTransfersAtOnce);
     for (DN_FILE_STRUCT *record : first) {
         if (record->downloader)
-            record->progress = ProgressFromPercent(record->downloader->m_percent);
-        else
+            FollowDownload(record);
+        else if (!IsToBeUnpacked(*record) && !IsBeingTransferred(*record))
             StartDownload(record);
     }
+}
+
+void MainWindow::FollowDownload(DN_FILE_STRUCT *record)
+{
+    FileDownloader *transfer = record->downloader;
+    record->progress = ProgressFromPercent(transfer->m_percent);
+    if (GetFileSizeInBytes(PartialPath(*record)) <= MostBytes(record->file_size))
+        return;
+    transfer->m_error = "Server sends far more than the file's size";
+    transfer->Abort(true); // and the finish takes it away
 }
 
 void MainWindow::StartDownload(DN_FILE_STRUCT *record)
@@ -278,7 +298,7 @@ void MainWindow::ProcessDelete()
 {
     if (!delete_process)
         StartDelete();
-    else if (FollowRun(delete_process, delete_queue.first(), 0))
+    else if (FollowRun(delete_process, delete_queue.first(), kNoFloor))
         FinishDelete();
 }
 
@@ -303,16 +323,46 @@ void MainWindow::FinishDelete()
     AddMsg(QString("Deleted directory %1.").arg(ComponentDir(*record)), 1);
 }
 
+/// True while a queued installation reads the file that the record has in the downloads directory,
+/// be it one that the user has picked there.
+bool MainWindow::IsToBeUnpacked(const DN_FILE_STRUCT &record) const
+{
+    const QFileInfo file(CompletePath(record));
+    return file.exists()
+           && std::any_of(
+               install_queue.begin(), install_queue.end(), [&](const DN_FILE_STRUCT *other) {
+                   return other->file_name == record.file_name
+                          && QFileInfo(other->local_dir + "/" + other->file_name) == file;
+               });
+}
+
+/// True while a transfer, be it another record's of the same name, writes the record's partial
+/// file.
+bool MainWindow::IsBeingTransferred(const DN_FILE_STRUCT &record) const
+{
+    return std::any_of(download_queue.begin(), download_queue.end(),
+                       [&](const DN_FILE_STRUCT *other) {
+                           return other->downloader && other->file_name == record.file_name;
+                       });
+}
+
+/// True while a record in a queue still needs one of the record's files in the downloads directory.
+bool MainWindow::IsAwaited(const DN_FILE_STRUCT &record) const
+{
+    return IsToBeUnpacked(record)
+           || std::any_of(
+               download_queue.begin(), download_queue.end(),
+               [&](const DN_FILE_STRUCT *other) { return other->file_name == record.file_name; });
+}
+
 void MainWindow::DeleteLeftovers(const DN_FILE_STRUCT &record)
 {
-    for (const DN_FILE_STRUCT *other : download_queue + install_queue) {
-        if (other->file_name == record.file_name)
-            return;
-    }
-    DeleteDownload(record);
+    if (!IsAwaited(record) && MayWork())
+        DeleteDownload(record);
 }
 
 void MainWindow::DelNonRequiredFiles()
 {
-    DeleteDocuments();
+    if (MayWork())
+        DeleteDocuments();
 }

@@ -38,13 +38,24 @@ int MeanPercent(const QList<const Records *> &lists, bool (*counts)(int status))
 void MainWindow::UpdateStatus(DN_FILE_STRUCT *record, bool queue_found)
 {
     record->status = StatusOnDisk(record->install_root, record->install_dir, record->version);
+    if (MayWork()) // else the files belong to the updater that works
+        LookForDownload(record, queue_found);
+}
 
+/// Looks at what an earlier run has left of the record's download, and takes what is of no use
+/// away.
+void MainWindow::LookForDownload(DN_FILE_STRUCT *record, bool queue_found)
+{
     const QString complete = CompletePath(*record);
     const QString partial = PartialPath(*record);
-    if (IsFilePresent(complete)) {
+    const bool is_complete = IsFilePresent(complete);
+    if (queue_found && MayComeFromPages(is_complete ? complete : partial))
+        return;
+    if (is_complete) {
         if (GetFileSizeInBytes(complete) != record->file_size
             || GetFileDataChecksum(complete, 0) != record->checksum) {
-            DeleteFile(complete);
+            if (!IsAwaited(*record))
+                DeleteFile(complete);
             return;
         }
         record->local_dir = DataSingleton::Inst()->GetDownloadsDir();
@@ -54,11 +65,19 @@ void MainWindow::UpdateStatus(DN_FILE_STRUCT *record, bool queue_found)
             AddToInstall(record);
         }
     } else if (FileDownloader::GetDownloadedFileDetails(partial, record->time_stamp) <= 0) {
-        DeleteFile(partial);
+        if (!IsAwaited(*record))
+            DeleteFile(partial);
     } else if (queue_found) {
         AddMsg(QString("Downloading file %1...").arg(record->file_name), 1);
         AddToDownload(record);
     }
+}
+
+/// The archive of the pages is unpacked in the downloads directory and may hold any file: what came
+/// with it is nothing that the user has ever asked for.
+bool MainWindow::MayComeFromPages(const QString &path) const
+{
+    return files_before_pages && files_before_pages->count(ExtractFileName(path)) == 0;
 }
 
 void MainWindow::UpdateActivityList()

@@ -1,4 +1,5 @@
 #include "app/datasingleton.h"
+#include "app/installationlock.h"
 #include "app/mainwindow_helper.h"
 #include "app/rootdirectory.h"
 #include "support/installation.h"
@@ -20,6 +21,8 @@ class TestWindow : public QuietTest
 private slots:
     void FindsTheRoot();
     void StartsUp();
+    void LeavesTheWorkToAnotherUpdater();
+    void TellsOfARootThatCannotBeWritten();
     void ColorsTheNewLineAlone();
     void AsksBeforeItCloses_data();
     void AsksBeforeItCloses();
@@ -77,6 +80,48 @@ void TestWindow::StartsUp()
     DataSingleton::Initialize(nullptr, "/elsewhere");
     QCOMPARE(DataSingleton::Inst()->InstalledPath(), installation.Path(""));
     QVERIFY(!QFile::exists("/elsewhere"));
+}
+
+/// Another one that is the real program.
+void TestWindow::LeavesTheWorkToAnotherUpdater()
+{
+    Installation installation(false);
+    MainWindow *window = installation.Window();
+    QProcess other;
+    other.start(ZEFT_UPDATER, {"#" + installation.Path("")});
+    const QString downloads = installation.Path("downloads");
+    QTRY_VERIFY_WITH_TIMEOUT(!InstallationLock(downloads).Take(), 30000);
+    const QString document = installation.Download("hwd_doc/x.htm");
+    WriteFile(document, "x");
+    WriteFile(installation.Download("a.zip"), "x");
+
+    InstallationLock lock(downloads);
+    window->WorkUnder(&lock);
+    window->Initialize();
+    QCOMPARE(installation.Log().last(),
+             QString("Another updater works on this installation and must be closed first. Until "
+                     "then nothing is downloaded, installed or deleted here."));
+    window->fversions_lines = QStringList("8#a.zip#core/version_latest#T#2#1");
+    window->MakeRecords();
+    window->AddTreeArchItems();
+    window->AddToDownload(window->records[0]);
+    window->AddToDelete(window->records[0]);
+    window->Timer500();
+    QVERIFY(!window->records[0]->downloader && !window->delete_process);
+    QVERIFY(QFile::exists(document) && QFile::exists(installation.Download("a.zip")));
+    other.kill();
+    QVERIFY(other.waitForFinished());
+    window->Timer500();
+    QVERIFY(window->records[0]->downloader && window->delete_process);
+}
+
+void TestWindow::TellsOfARootThatCannotBeWritten()
+{
+    const Installation installation(false);
+    DataSingleton::Inst()->installed_path = installation.Path("none");
+    installation.Window()->Initialize();
+    QCOMPARE(installation.Log().last(), "Directory " + installation.Path("none")
+                                            + "/ can't be written: No such file or directory.");
 }
 
 void TestWindow::ColorsTheNewLineAlone()

@@ -184,6 +184,7 @@ void TestCancelling::EndsAnInstallation_data()
     row("unpacks", "to", Unpacks, cancel, deleting, false);
     row("waits for another's script", "ot", RunsScript, cancel, deleting, false);
     row("runs its script", "to", RunsScript, cancel, deleting, false);
+    row("unpacks, closed", "to", Unpacks, "", RecordStatus::Installing, false);
     row("runs its script, closed", "to", RunsScript, "", RecordStatus::Installing, false);
     row("uninstalled before its deletion", "ot", Queued, uninstall, deleting, true);
     row("uninstalled at its turn", "to", Deleted, uninstall, deleting, true);
@@ -220,8 +221,16 @@ void TestCancelling::EndsAnInstallation()
     QCOMPARE(record->status, status);
     for (const QByteArray &pid : qAsConst(pids))
         QTRY_VERIFY2_WITH_TIMEOUT(!IsAlive(pid), pid, 2000);
-    if (button.isEmpty())
+    if (button.isEmpty()) {
+        QTRY_COMPARE(run->state(), QProcess::NotRunning);
+        const QStringList log = installation.Log();
+        window->Timer500();
+        window->AddTreeArchItems();
+        QCOMPARE(installation.Log(), log);
+        QCOMPARE(ReadFile(installation.Download("t" + kKind)),
+                 stage == Unpacks ? ReadFile(ArchivePath("t")) : QByteArray());
         return;
+    }
     if (run && !is_own)
         kill(Pid(run).toInt(), SIGCONT);
 

@@ -26,7 +26,10 @@ private slots:
     void TakesOneComponentAllTheWay();
     void PicksUpWhatAnEarlierRunLeft_data();
     void PicksUpWhatAnEarlierRunLeft();
+    void InstallsNothingThatCameWithThePages();
+    void KeepsFilesThatOthersWaitFor();
     void ReportsWhatFails();
+    void StopsATransferWithoutAnEnd();
     void TransfersTwoAtOnce();
 
 private:
@@ -175,6 +178,62 @@ void TestPipeline::PicksUpWhatAnEarlierRunLeft()
     QVERIFY(!QFile::exists(file) && !QFile::exists(file + ".dnl"));
 }
 
+void TestPipeline::InstallsNothingThatCameWithThePages()
+{
+    const Files files = {{"core/x", "x"}};
+    Repository repository(m_site.path());
+    repository.Add(kCore, "core.zip", files);
+    const QByteArray archive = ReadFile(repository.ArchivePath(kCore, "core.zip"));
+    repository.package_list = "<html>#</html>"; // the first connection comes as far as the pages
+    QVERIFY(repository.Publish({{"x.htm", "x"}, {"../core.zip", archive}}));
+    for (const bool succeeds : {false, true}) {
+        m_installation->Connect(m_server.Url());
+        QCOMPARE(m_installation->IsConnected(), succeeds);
+        QTRY_COMPARE_WITH_TIMEOUT(ReadFile(m_installation->Download("core.zip")), archive, 30000);
+        QVERIFY(WriteFile(m_site.filePath("zeft/bsp/zeft_bsps.info"), ""));
+    }
+    DN_FILE_STRUCT *record = m_installation->Record("core.zip");
+    m_installation->Window()->UpdateStatus(record, true); // as if the pages had come in time
+    QCOMPARE(record->status, int(RecordStatus::NotInstalled));
+    m_installation->Press("pb_install", record);
+    QVERIFY(Reaches(record, RecordStatus::Installed));
+    QVERIFY(m_server.AccessLog().last().startsWith("GET /zeft/core"));
+}
+
+/// Two lines of the list name one file, and the user has picked it in the downloads directory.
+void TestPipeline::KeepsFilesThatOthersWaitFor()
+{
+    MainWindow *window = m_installation->Window();
+    Repository repository(m_site.path());
+    repository.Add(kCore, "core.zip", {{"core/noise", RandomBytes(2000000)}});
+    const QByteArray archive = ReadFile(repository.ArchivePath(kCore, "core.zip"));
+    repository.file_list += QByteArray(repository.file_list).replace(0, 27, "");
+    QVERIFY(repository.Publish());
+    m_installation->Connect(m_slow_server.Url());
+    const QString file = m_installation->Download("core.zip");
+    QVERIFY(m_installation->IsConnected() && WriteFile(file, archive));
+    DN_FILE_STRUCT *first = window->records[0];
+    DN_FILE_STRUCT *second = window->records[1];
+    window->AddToLocalInstall(file);
+    window->AddToDownload(first);
+    window->AddToDownload(second);
+    const qint64 size = std::exchange(second->file_size, 1);
+    window->ProcessDownload();
+    window->UpdateStatus(second, false); // to it, the file is a wrong one
+    QVERIFY(!first->downloader && ReadFile(file) == archive);
+    QVERIFY(m_installation->Work([&] { return first->downloader != nullptr; }));
+    QCOMPARE(window->local_records[0]->status, int(RecordStatus::Installed));
+    QVERIFY(!second->downloader && !QFile::exists(file));
+    second->file_size = size;
+
+    window->CancelDownloadInstall(second); // its file is the one that the first one transfers
+    QVERIFY(QFile::exists(file + ".dnl"));
+    window->AddToDownload(second);
+    QVERIFY(Reaches(first, RecordStatus::Installed) && Reaches(second, RecordStatus::Installed));
+    QCOMPARE(m_slow_server.AccessLog().filter("GET /zeft/core").size(), 2);
+    QVERIFY(ReadFile(m_installation->Path("core/noise")) == RandomBytes(2000000));
+}
+
 void TestPipeline::ReportsWhatFails()
 {
     WriteFile(m_installation->Download("a.zip.dnl/x"), "x");
@@ -205,6 +264,21 @@ void TestPipeline::ReportsWhatFails()
     QVERIFY(Reaches(record, RecordStatus::NotInstalled));
     QVERIFY(!QFile::exists(m_installation->Download("b.zip")));
     QVERIFY(!QFile::exists(m_installation->Path("b")));
+}
+
+void TestPipeline::StopsATransferWithoutAnEnd()
+{
+    NginxServer server(m_site.path(), 100000000);
+    QVERIFY2(server.Start(), qPrintable(server.Errors()));
+    QVERIFY(Serve(server, {{"big.zip", {{"big/x", "x"}}}}));
+    QVERIFY(QFile::resize(m_site.filePath("zeft/" + kCore + "/big.zip"), 500000000));
+    DN_FILE_STRUCT *record = m_installation->Record("big.zip");
+    m_installation->Press("pb_install", record);
+    QVERIFY(Reaches(record, RecordStatus::Error));
+    QCOMPARE(m_installation->Log().last(),
+             QString("Error while downloading file 'big.zip'. Server sends far more than the "
+                     "file's size. Try downloading again."));
+    QVERIFY(!QFile::exists(m_installation->Download("big.zip.dnl")));
 }
 
 void TestPipeline::TransfersTwoAtOnce()
