@@ -109,20 +109,19 @@ void ScriptedServer::SendPaced(QTcpSocket *socket, const Answer &answer)
 
 void ScriptedServer::End(QTcpSocket *socket, Then then)
 {
-    if (then == Close)
-        socket->disconnectFromHost();
-    else if (then == Reset)
-        ResetWhenReceived(socket);
-}
-
-void ScriptedServer::ResetWhenReceived(QTcpSocket *socket)
-{
+    if (then == KeepOpen)
+        return;
+    // Only then is there nothing that Qt's client could drop along with the connection.
     const int descriptor = static_cast<int>(socket->socketDescriptor());
     int on_the_way = 0;
     socket->flush();
     ioctl(descriptor, SIOCOUTQ, &on_the_way);
     if (on_the_way > 0 || socket->bytesToWrite() > 0 || !HasBeenRead(socket)) {
-        QTimer::singleShot(1, socket, [this, socket] { ResetWhenReceived(socket); });
+        QTimer::singleShot(1, socket, [this, socket, then] { End(socket, then); });
+        return;
+    }
+    if (then == Close) {
+        socket->disconnectFromHost();
         return;
     }
     const linger at_once = {1, 0};

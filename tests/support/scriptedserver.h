@@ -17,8 +17,8 @@ class ScriptedServer : public QObject
 public:
     enum Then {
         KeepOpen,
-        Close,
-        Reset // once the client has read everything
+        Close, // both once the client has read everything
+        Reset
     };
 
     /// What is sent to one request, as it stands.
@@ -46,7 +46,6 @@ private:
     void Send(QTcpSocket *socket, const Answer &answer);
     void SendPaced(QTcpSocket *socket, const Answer &answer);
     void End(QTcpSocket *socket, Then then);
-    void ResetWhenReceived(QTcpSocket *socket);
 
     QByteArray m_file;
     QList<Answer> m_script;

@@ -9,6 +9,7 @@
 #include "support/installation.h"
 #include "support/nginxserver.h"
 #include "transfer/filedownloader.h"
+#include "transfer/partialfile.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -26,7 +27,7 @@ namespace {
 const int kKills = 30;
 const int kSize = 12000000;           // of the remote file
 const int kBytesPerSecond = 30000000; // so that a run of average length gets a part of it
-const int kLongestRun = 300;          // ms from the first data to the kill
+const int kLongestRun = 200;          // ms from the first data to the kill
 const int kPatience = 60000;          // ms
 const QString kFetch = "--fetch";
 const QString kStamp = "2024-05-01T12:30:45.000Z";
@@ -51,23 +52,24 @@ int ProvedLength(const QByteArray &bytes)
     return !data.isEmpty() && bytes == PartialFile(data, kStamp) ? data.size() : 0;
 }
 
-/// The process that is killed. It says so when it has got some data.
+/// The process that is killed.
 int Fetch(const QString &url, const QString &path)
 {
     DataSingleton::Initialize(nullptr, QFileInfo(path).path());
     FileDownloader::SetSSLDefaultConfiguration(QSsl::AnyProtocol, QSslSocket::VerifyNone);
     QNetworkAccessManager manager;
     FileDownloader transfer(nullptr);
-    QObject::connect(&transfer, &FileDownloader::SignalDownloadProgress, [] {
-        std::puts("data");
-        std::fflush(stdout);
-    });
     QObject::connect(
         &transfer, &FileDownloader::SignalDownloadFinished,
         [](const FileDownloader *fd) { QCoreApplication::exit(fd->m_error.isEmpty() ? 0 : 1); });
     if (!transfer.Start(&manager, url, false, kSize, path, kStamp, true, 15000, nullptr))
         return 1;
     return QCoreApplication::exec();
+}
+
+bool Ends(QProcess &process, int ms)
+{
+    return process.state() == QProcess::NotRunning || process.waitForFinished(ms);
 }
 
 /// All runs of one test.
@@ -79,7 +81,8 @@ public:
     void CompareWithLog() const;
 
 private:
-    bool Live(const QString &url);
+    bool Live(const QString &url, int from, bool is_killed);
+    void WaitForData(QProcess &process, int from) const;
     void Damage();
 
     const QByteArray m_content = RandomBytes(kSize);
@@ -104,12 +107,13 @@ Crashes::Crashes()
 void Crashes::Run(int kills)
 {
     m_kills = kills;
-    while (kills > 0) {
+    while (kills >= 0) { // the last life is the one that may go on to its end
         const int from = ProvedLength(ReadFile(m_path));
         const QString url = QString("%1/a.zip?%2").arg(m_server.Url()).arg(m_offsets.size());
         m_offsets << from;
-        const bool killed = !Live(url);
-        kills -= killed ? 1 : 0;
+        const bool killed = !Live(url, from, kills > 0);
+        if (killed || kills == 0)
+            --kills;
         const QByteArray bytes = ReadFile(m_path);
         if (bytes == m_content) { // perhaps killed on its way out
             m_gained += kSize - from;
@@ -126,21 +130,31 @@ void Crashes::Run(int kills)
     }
 }
 
-/// One life of the process; true if it reached its end.
-bool Crashes::Live(const QString &url)
+/// One life of the process, with \a from bytes in its partial file; true if it reached its end.
+bool Crashes::Live(const QString &url, int from, bool is_killed)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(QCoreApplication::applicationFilePath(), {kFetch, url, m_path});
     if (Random(5) > 0) // the others may die before their request
-        process.waitForReadyRead(kPatience);
-    if (!process.waitForFinished(1 + Random(kLongestRun))) {
+        WaitForData(process, from);
+    if (is_killed && !Ends(process, 1 + Random(kLongestRun))) {
         process.kill();
         process.waitForFinished(kPatience);
         return false;
     }
+    Check(Ends(process, kPatience), "a transfer has no end");
     Check(process.exitCode() == 0, "a transfer has failed");
     return true;
+}
+
+/// Waits until the partial file holds more than the \a from bytes of earlier lives.
+void Crashes::WaitForData(QProcess &process, int from) const
+{
+    for (int wait = 0; wait < kPatience && !Ends(process, 1); ++wait) {
+        if (QFileInfo(m_path).size() > from + PartialFileTail::kSize)
+            return;
+    }
 }
 
 /// Flips a bit, cuts or lengthens the partial file, somewhere.
