@@ -6,6 +6,7 @@
 #include <QFileInfo>
 
 const char kDocumentsArchive[] = "hwd_doc.zip";
+const char kDocumentsFolder[] = "hwd_doc";
 
 namespace {
 
@@ -13,7 +14,7 @@ const qint64 kMostBytes = 10000000; // what a page or picture needs at the most,
 
 QString DocumentsDir()
 {
-    return DataSingleton::Inst()->GetDownloadsDir() + "/hwd_doc";
+    return DataSingleton::Inst()->GetDownloadsDir() + "/" + kDocumentsFolder;
 }
 
 } // namespace

@@ -100,9 +100,9 @@ void SetInstallTarget(DN_FILE_STRUCT &record, const QString &installed_path)
 
 bool IsInstallable(const QString &file_name)
 {
-    // The latter two would share a path in the downloads directory with something else.
+    // All but the first would share a path in the downloads directory with something else.
     if (HasUnsafeCharacter(file_name) || file_name.endsWith(".dnl")
-        || file_name == kDocumentsArchive)
+        || file_name == kDocumentsArchive || file_name == kDocumentsFolder)
         return false;
     DN_FILE_STRUCT record;
     record.file_name = file_name;

@@ -125,6 +125,8 @@ void TestManifests::TurnsDownUnsafeNames()
                                 // no directory of its own
                                 ".zip", "..zip", "...zip", "zeft_bsp_.zip", "zeft_bsp_",
                                 "zeft_bsp_.hlib.zip", ".zeft_bsp_x.zip",
+                                // a file of the updater's
+                                "a.zip.dnl", "hwd_doc.zip", "hwd_doc",
                                 // a directory of the updater's, or one that holds others
                                 "downloads.zip", "bin_lnx.zip", "zeft_bsp_downloads.tar.xz",
                                 "hardware.zip", "zeft_bsp_hardware.zip", "zeft_bsp_tools.hlib.zip"};
