@@ -3,7 +3,7 @@
 #include "app/mainwindow_helper.h"
 #include "common/common_helper.h"
 #include "delete_folder.h"
-#include "pipeline/versioninfo.h"
+#include "Repository/version_info.h"
 #include "unpack.h"
 
 #include <QFile>
@@ -23,7 +23,7 @@ QString ContentFault(const QString &place, const QString &dir, const QString &da
     }
     if (!IsFilePresent(place + "/" + dir + "/version.info"))
         return QString("it has no \"%1/version.info\"").arg(dir);
-    if (StatusOnDisk(place, dir, date) != RecordStatus::Installed)
+    if (CompareBuild(place + "/" + dir, date) != InstalledBuild::This)
         return QString("its version.info doesn't state the archive's date, %1 (UTC), as its build")
             .arg(date);
     return {};

@@ -1,7 +1,8 @@
 #include "repositorychecks.h"
 
 #include "app/mainwindow_helper.h"
-#include "catalogue/manifests.h"
+#include "Repository/names.h"
+#include "catalogue/records.h"
 #include "common/common_helper.h"
 #include "componentarchive.h"
 #include "naming.h"

@@ -1,6 +1,6 @@
 #include "repositorywriter.h"
 
-#include "catalogue/manifests.h"
+#include "Repository/names.h"
 #include "common/common_helper.h"
 #include "repositorysource.h"
 

@@ -7,7 +7,7 @@
 #include "app/datasingleton.h"
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
-#include "catalogue/manifests.h"
+#include "catalogue/records.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

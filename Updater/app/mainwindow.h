@@ -120,7 +120,8 @@ private:
     bool IsToBeUnpacked(const DN_FILE_STRUCT &record) const;
     bool IsBeingTransferred(const DN_FILE_STRUCT &record) const;
     bool IsAwaited(const DN_FILE_STRUCT &record) const;
-    /// Deletes the record's files in the downloads directory, unless a queued record waits for them.
+    /// Deletes the record's files in the downloads directory, unless a queued record waits for
+    /// them.
     void DeleteLeftovers(const DN_FILE_STRUCT &record);
     void DelNonRequiredFiles();
 

@@ -1,12 +1,10 @@
 #include "catalogue/documents.h"
 
+#include "Repository/names.h"
 #include "app/datasingleton.h"
 #include "common/common_helper.h"
 
 #include <QFileInfo>
-
-const char kDocumentsArchive[] = "hwd_doc.zip";
-const char kDocumentsFolder[] = "hwd_doc";
 
 namespace {
 
@@ -14,7 +12,7 @@ const qint64 kMostBytes = 10000000; // what a page or picture needs at the most,
 
 QString DocumentsDir()
 {
-    return DataSingleton::Inst()->GetDownloadsDir() + "/" + kDocumentsFolder;
+    return DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsFolder;
 }
 
 } // namespace
@@ -34,7 +32,7 @@ QByteArray DocumentData(const QString &name)
 
 void DeleteDocuments()
 {
-    DeleteFile(DataSingleton::Inst()->GetDownloadsDir() + "/" + kDocumentsArchive);
+    DeleteFile(DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsArchive);
     DeleteFile(DocumentsDir()); // a link would lead the deletion of a directory astray
     DeleteDirectory(DocumentsDir());
 }

@@ -6,11 +6,6 @@
 // The description pages of the packages, which each connection fetches anew. They live for one run
 // of the program.
 
-/// The archive's name, in the repository and in the downloads directory.
-extern const char kDocumentsArchive[];
-/// The folder that it holds.
-extern const char kDocumentsFolder[];
-
 /// A file of the unpacked pages; empty if it can't be read, is too large, is no regular file or
 /// lies, whatever \a name says, anywhere else.
 QByteArray DocumentData(const QString &name);

@@ -3,11 +3,12 @@
 
 #include "app/mainwindow.h"
 
+#include "Repository/manifests.h"
+#include "Repository/names.h"
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
-#include "catalogue/documents.h"
 #include "catalogue/endpoints.h"
-#include "catalogue/manifests.h"
+#include "catalogue/records.h"
 #include "panels/settingsdlg.h"
 #include "pipeline/extractor.h"
 #include "transfer/filedownloader.h"
@@ -18,9 +19,6 @@
 #include <QSslConfiguration>
 
 namespace {
-
-const char kFileList[] = "zeft_upt_fversions.info";
-const char kPackageList[] = "zeft_bsps.info";
 
 const int kFetchTimeout = 15000; // ms
 const int kProbeTimeout = 10000;
@@ -52,7 +50,7 @@ void MainWindow::onConnect(QString url)
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
     network_manager.connectToHostEncrypted(repo_url, 443,
                                            QSslConfiguration::defaultConfiguration());
-    StartFetch(QString("/zeft/") + kFileList, QString());
+    StartFetch(FileListPath(), QString());
 }
 
 bool MainWindow::StartBaseDownload(const QString &url, bool head_only, const QString &file_path,
@@ -77,7 +75,7 @@ void MainWindow::StartProbe(int index)
     probe_index = index;
     DN_FILE_STRUCT *record = records[index];
     // With a memory target it can only fail for a reason that has ended the first fetch already.
-    StartBaseDownload(repo_url + "/zeft/" + record->remote_dir + "/" + record->file_name, true,
+    StartBaseDownload(repo_url + ComponentFilePath(record->remote_dir, record->file_name), true,
                       QString(), kProbeTimeout, record);
 }
 
@@ -97,7 +95,7 @@ void MainWindow::onBaseFilesDownloadFinished(FileDownloader *fd)
     if (fd->m_url.contains(kFileList)) {
         fd->GetDownloadedData(bytes);
         AcceptFileList(bytes);
-    } else if (fd->m_url.contains(kDocumentsArchive)) {
+    } else if (fd->m_url.contains(kDescriptionsArchive)) {
         AcceptDocuments();
     } else if (fd->m_url.contains(kPackageList)) {
         fd->GetDownloadedData(bytes);
@@ -116,8 +114,8 @@ void MainWindow::AcceptFileList(const QByteArray &bytes)
         ReturnToIdle();
         return;
     }
-    StartFetch(QString("/zeft/bsp/") + kDocumentsArchive,
-               DataSingleton::Inst()->GetDownloadsDir() + "/" + kDocumentsArchive);
+    StartFetch(DescriptionsPath(),
+               DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsArchive);
 }
 
 void MainWindow::AcceptDocuments()
@@ -127,8 +125,8 @@ void MainWindow::AcceptDocuments()
         const QStringList names = QDir(downloads).entryList(QDir::Files | QDir::Hidden);
         files_before_pages.emplace(names.begin(), names.end());
     }
-    StartDetachedExtractor(UnpackArguments(kDocumentsArchive, downloads, downloads));
-    StartFetch(QString("/zeft/bsp/") + kPackageList, QString());
+    StartDetachedExtractor(UnpackArguments(kDescriptionsArchive, downloads, downloads));
+    StartFetch(PackageListPath(), QString());
 }
 
 void MainWindow::AcceptPackageList(const QByteArray &bytes)

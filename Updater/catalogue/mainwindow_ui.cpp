@@ -2,10 +2,13 @@
 
 #include "app/mainwindow.h"
 
+#include "Repository/manifests.h"
+#include "Repository/names.h"
+#include "Repository/platform.h"
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
 #include "catalogue/documents.h"
-#include "catalogue/manifests.h"
+#include "catalogue/records.h"
 #include "common/common_helper.h"
 #include "panels/downloadwgt.h"
 #include "panels/localdownloaddlg.h"
@@ -29,10 +32,6 @@ enum ItemType {
     PackageItem = 1536,
     LocalItem = 1792
 };
-
-const char *const kClasses[] = {
-    "8bit/16bit uC", "32bit/64bit uC (No FPU)", "32bit/64bit uC (FPU)", "FPGA",
-    "Embedded OS",   "Android Device",          "Desktop/Server",       "Native"};
 
 const int kDescriptionRole = Qt::UserRole + 1; // file name of a package's description
 
@@ -117,7 +116,7 @@ void MainWindow::InitTree()
 
     tree_item_bsps =
         MakeItem(tree, "Update BSPs", PackagesItem, "Update ZEFT board support package files");
-    for (const char *name : kClasses)
+    for (const QString &name : ClassNames())
         MakeItem(tree_item_bsps, name, ClassItem);
 
     tree_item_blocks = MakeItem(tree, "Update Blocks", BlocksItem, "Update ZEFT block database");
@@ -193,20 +192,20 @@ void MainWindow::AddPackages()
 
     for (const QString &line : qAsConst(bsps_lines)) {
         PackageLine package;
-        if (!ReadPackageLine(line, package))
+        if (!ReadPackageLine(line, package) || !IsPlatformSupported(package.platform))
             continue;
         QTreeWidgetItem *class_item = tree_item_bsps->child(package.class_index);
         if (!class_item)
             continue;
         QTreeWidgetItem *item = MakeItem(class_item, package.title, PackageItem);
         auto *page = new DownloadWgt({"ZEFT BSP Files", "Status"}, nullptr);
-        const QString &first = package.stems[0];
-        const QString &second = package.stems[1];
+        const QString &first = package.first_stem;
+        const QString &second = package.second_stem;
         AddPackageRow(page, first, by_stem.value(first));
         // A record shows once on a page, so equal stems leave nothing for the second row.
         AddPackageRow(page, second, second == first ? nullptr : by_stem.value(second));
         StorePage(item, page);
-        item->setData(0, kDescriptionRole, package.page);
+        item->setData(0, kDescriptionRole, package.description);
         ShowDescription(item);
         // A new page leaves timers and events behind, and each of them slows the next page down.
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);

@@ -2,6 +2,7 @@
 
 /// The helper library's front: includes every theme, so that one include gives every free function.
 
+#include "Repository/platform.h"
 #include "common/desktop.h"
 #include "common/digest.h"
 #include "common/file_copy.h"
@@ -11,7 +12,6 @@
 #include "common/line_text.h"
 #include "common/net_address.h"
 #include "common/ntp.h"
-#include "common/platform.h"
 #include "common/process_env.h"
 #include "common/random_number.h"
 #include "common/text_check.h"

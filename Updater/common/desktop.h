@@ -19,6 +19,11 @@ bool AskUser(QWidget *parent, const QString &question, QMessageBox::StandardButt
 /// An empty \a text becomes a general question.
 bool ConfirmUserAction(QWidget *parent, QString text, bool yes_no);
 
+constexpr bool IsGlMultiSamplingSupported()
+{
+    return false;
+}
+
 /// The application font's size in points, times \a factor.
 float GetSystemFontSize(float factor);
 

@@ -2,6 +2,7 @@
 
 #include "app/mainwindow.h"
 
+#include "Repository/names.h"
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
 #include "catalogue/documents.h"
@@ -189,7 +190,7 @@ void MainWindow::StartDownload(DN_FILE_STRUCT *record)
     record->downloader = transfer;
     connect(transfer, &FileDownloader::SignalDownloadFinished, this,
             &MainWindow::onInstallFilesDownloadFinished);
-    const QString url = repo_url + "/zeft/" + record->remote_dir + "/" + record->file_name;
+    const QString url = repo_url + ComponentFilePath(record->remote_dir, record->file_name);
     const bool started =
         transfer->Start(&network_manager, url, false, record->file_size, PartialPath(*record),
                         record->time_stamp, true, kDownloadTimeout, record);

@@ -2,12 +2,12 @@
 
 #include "app/mainwindow.h"
 
+#include "Repository/version_info.h"
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
 #include "common/common_helper.h"
 #include "panels/settingsdlg.h"
 #include "pipeline/downloads.h"
-#include "pipeline/versioninfo.h"
 #include "transfer/filedownloader.h"
 #include "ui_mainwindow.h"
 
@@ -33,11 +33,25 @@ int MeanPercent(const QList<const Records *> &lists, bool (*counts)(int status))
     return count > 0.99F ? static_cast<int>(sum / count * 100.0F) : 0;
 }
 
+/// The status that the record's component has on the disk.
+int InstalledStatus(const DN_FILE_STRUCT &record)
+{
+    switch (CompareBuild(ComponentDir(record), record.version)) {
+    case InstalledBuild::Missing:
+        return RecordStatus::NotInstalled;
+    case InstalledBuild::This:
+        return RecordStatus::Installed;
+    case InstalledBuild::Other:
+        break;
+    }
+    return RecordStatus::UpdateAvailable;
+}
+
 } // namespace
 
 void MainWindow::UpdateStatus(DN_FILE_STRUCT *record, bool queue_found)
 {
-    record->status = StatusOnDisk(record->install_root, record->install_dir, record->version);
+    record->status = InstalledStatus(*record);
     if (MayWork()) // else the files belong to the updater that works
         LookForDownload(record, queue_found);
 }

@@ -23,6 +23,7 @@ private slots:
     void FetchesTheCatalogue();
     void FailsAndConnectsAgain_data();
     void FailsAndConnectsAgain();
+    void ChoosesTheEndpoint();
     void TakesTheAlternateLink();
 
 private:
@@ -141,6 +142,17 @@ void TestConnecting::FailsAndConnectsAgain()
     QVERIFY(installation.IsConnected());
     QCOMPARE(Requests().size(), 4);
     QCOMPARE(window->records.size(), 1);
+}
+
+void TestConnecting::ChoosesTheEndpoint()
+{
+    const QString primary = PrimaryRepositoryUrl();
+    const QString alternate = AlternateRepositoryUrl();
+    QVERIFY(primary != alternate && !primary.endsWith('/') && !alternate.endsWith('/'));
+    QCOMPARE(RepositoryUrl("https://x", false), QString("https://x"));
+    QCOMPARE(RepositoryUrl(primary, false), primary);
+    QCOMPARE(RepositoryUrl(primary + "/", true), primary);
+    QCOMPARE(RepositoryUrl(alternate, true), primary);
 }
 
 void TestConnecting::TakesTheAlternateLink()

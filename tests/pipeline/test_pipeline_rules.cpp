@@ -1,7 +1,5 @@
 #include "app/mainwindow_helper.h"
 #include "pipeline/extractor.h"
-#include "pipeline/versioninfo.h"
-#include "support/installation.h"
 
 #include <QProcess>
 #include <QtTest>
@@ -14,8 +12,6 @@ private slots:
     void TellsTheExtractorHowToUnpack();
     void FindsTheLastPercent();
     void FollowsARun();
-    void ReadsTheBuild();
-    void TellsTheStatusFromTheDisk();
 };
 
 void TestPipelineRules::TellsTheExtractorHowToUnpack()
@@ -67,49 +63,6 @@ void TestPipelineRules::FollowsARun()
         QCOMPARE(record.progress, row.progress);
         run.closeWriteChannel();
         QTRY_VERIFY(FollowRun(&run, &record, row.floor));
-    }
-}
-
-void TestPipelineRules::ReadsTheBuild()
-{
-    const std::pair<QByteArray, const char *> rows[] = {
-        {"name: x\r\nbuild : \t2024-05-01 \r\nsize: 3\r\n", "2024-05-01"},
-        {"x\r\nbuild:2024.05.01", "2024-05-01"},
-        {"build:2024.05.01\nx:1", "2024-05-01\nx:1"}, // a bare line feed ends no line
-        {"build:2024.05.01\n", "2024-05-01"},
-        {"// build notes\r\nbuild:1\r\n", "build notes"},
-        {"rebuild 1.2\r\n", "build 1-2"},
-        {QByteArray("build:1.2\0.3\r\n", 14), "1-2"},
-        {"Build:1\r\n", ""},
-        {"", ""},
-    };
-    for (const auto &[bytes, build] : rows)
-        QVERIFY2(BuildFromVersionInfo(bytes) == build, bytes);
-}
-
-void TestPipelineRules::TellsTheStatusFromTheDisk()
-{
-    const struct
-    {
-        const char *file; // null: no directory
-        QByteArray content;
-        const char *version;
-        int status;
-    } rows[] = {
-        {nullptr, "", "2024-05-01", RecordStatus::NotInstalled},
-        {"other", "", "2024-05-01", RecordStatus::UpdateAvailable},
-        {"version.info", "build:2024.05.01", "2024-05-01", RecordStatus::Installed},
-        {"version.info", "build:2024.06.01", "2024-05-01", RecordStatus::UpdateAvailable},
-        {"version.info", "build:2024.05.01\r\n" + QByteArray(1000000, 'x'), "2024-05-01",
-         RecordStatus::UpdateAvailable},
-        {"version.info", "x", "", RecordStatus::UpdateAvailable},
-        {"version.info/x", "", "", RecordStatus::UpdateAvailable},
-    };
-    for (const auto &row : rows) {
-        const QTemporaryDir root;
-        if (row.file)
-            WriteFile(root.filePath(QString("c/") + row.file), row.content);
-        QVERIFY2(StatusOnDisk(root.path(), "c", row.version) == row.status, row.content);
     }
 }
 

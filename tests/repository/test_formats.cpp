@@ -1,11 +1,14 @@
+#include "Repository/manifests.h"
+#include "Repository/names.h"
+#include "Repository/version_info.h"
 #include "app/mainwindow_helper.h"
-#include "catalogue/endpoints.h"
-#include "catalogue/manifests.h"
+#include "catalogue/records.h"
+#include "support/installation.h"
 
 #include <QSysInfo>
 #include <QtTest>
 
-class TestManifests : public QObject
+class TestFormats : public QObject
 {
     Q_OBJECT
 
@@ -15,10 +18,11 @@ private slots:
     void ReadsPackages();
     void SetsTheInstallTarget();
     void TurnsDownUnsafeNames();
-    void ChoosesTheEndpoint();
+    void ReadsTheBuild();
+    void ComparesTheBuildOnTheDisk();
 };
 
-void TestManifests::ChecksTheLists()
+void TestFormats::ChecksTheLists()
 {
     const QByteArray marker = "//zeft_upt_fversions.info\r\n";
     const struct
@@ -48,7 +52,7 @@ void TestManifests::ChecksTheLists()
     }
 }
 
-void TestManifests::MakesRecords()
+void TestFormats::MakesRecords()
 {
     const bool arm = QSysInfo::currentCpuArchitecture() == "arm64";
     const bool x86 = QSysInfo::currentCpuArchitecture() == "x86_64";
@@ -73,7 +77,7 @@ void TestManifests::MakesRecords()
     }
 }
 
-void TestManifests::ReadsPackages()
+void TestFormats::ReadsPackages()
 {
     const std::pair<const char *, QString> rows[] = {
         {"8#3#Board#x#a#b#p.htm", "3 Board a b p.htm"},
@@ -84,15 +88,14 @@ void TestManifests::ReadsPackages()
     };
     for (const auto &[line, read] : rows) {
         PackageLine package;
-        const QString texts = !ReadPackageLine(line, package)
-                                  ? "no"
-                                  : QString::number(package.class_index) + ' ' + package.title + ' '
-                                        + package.stems.join(' ') + ' ' + package.page;
-        QVERIFY2(texts == read, line);
+        const bool is_read = ReadPackageLine(line, package);
+        const QStringList texts = {QString::number(package.class_index), package.title,
+                                   package.first_stem, package.second_stem, package.description};
+        QVERIFY2((is_read ? texts.join(' ') : "no") == read, line);
     }
 }
 
-void TestManifests::SetsTheInstallTarget()
+void TestFormats::SetsTheInstallTarget()
 {
     const char *const stems[][2] = {
         {"a.hlib.zip", "a.hlib"},   {"a.tar.xz", "a"},   {"a.tar.gz", "a"},
@@ -111,14 +114,11 @@ void TestManifests::SetsTheInstallTarget()
         {"my_zeft_bsp_x_zeft_bsp_y.zip", "/r/my_x_y"},
     };
     for (const auto &row : dirs) {
-        DN_FILE_STRUCT record;
-        record.file_name = row[0];
-        SetInstallTarget(record, "/r");
-        QCOMPARE(ComponentDir(record), QString(row[1]));
+        QCOMPARE("/r" + InstallTargetOf(row[0]).Path(), QString(row[1]));
     }
 }
 
-void TestManifests::TurnsDownUnsafeNames()
+void TestFormats::TurnsDownUnsafeNames()
 {
     const QStringList unsafe = {"", "/", "..", ".", "../x.zip", "a/b.zip", "/etc.zip", "a\\b.zip",
                                 QString("a") + QChar(0) + ".zip", QString("a") + QChar(0x2028),
@@ -137,16 +137,49 @@ void TestManifests::TurnsDownUnsafeNames()
         QVERIFY2(IsInstallable(name), name);
 }
 
-void TestManifests::ChoosesTheEndpoint()
+void TestFormats::ReadsTheBuild()
 {
-    const QString primary = PrimaryRepositoryUrl();
-    const QString alternate = AlternateRepositoryUrl();
-    QVERIFY(primary != alternate && !primary.endsWith('/') && !alternate.endsWith('/'));
-    QCOMPARE(RepositoryUrl("https://x", false), QString("https://x"));
-    QCOMPARE(RepositoryUrl(primary, false), primary);
-    QCOMPARE(RepositoryUrl(primary + "/", true), primary);
-    QCOMPARE(RepositoryUrl(alternate, true), primary);
+    const std::pair<QByteArray, const char *> rows[] = {
+        {"name: x\r\nbuild : \t2024-05-01 \r\nsize: 3\r\n", "2024-05-01"},
+        {"x\r\nbuild:2024.05.01", "2024-05-01"},
+        {"build:2024.05.01\nx:1", "2024-05-01\nx:1"}, // a bare line feed ends no line
+        {"build:2024.05.01\n", "2024-05-01"},
+        {"// build notes\r\nbuild:1\r\n", "build notes"},
+        {"rebuild 1.2\r\n", "build 1-2"},
+        {QByteArray("build:1.2\0.3\r\n", 14), "1-2"},
+        {"Build:1\r\n", ""},
+        {"", ""},
+    };
+    for (const auto &[bytes, build] : rows)
+        QVERIFY2(BuildFromVersionInfo(bytes) == build, bytes);
 }
 
-QTEST_GUILESS_MAIN(TestManifests)
-#include "test_manifests.moc"
+void TestFormats::ComparesTheBuildOnTheDisk()
+{
+    const char *const date = "2024-05-01";
+    const struct
+    {
+        const char *file; // null: no directory
+        QByteArray content;
+        const char *version;
+        InstalledBuild build;
+    } rows[] = {
+        {nullptr, "", date, InstalledBuild::Missing},
+        {"other", "", date, InstalledBuild::Other},
+        {"version.info", "build:2024.05.01", date, InstalledBuild::This},
+        {"version.info", "build:2024.06.01", date, InstalledBuild::Other},
+        {"version.info", "build:2024.05.01\r\n" + QByteArray(1000000, 'x'), date,
+         InstalledBuild::Other},
+        {"version.info", "x", "", InstalledBuild::Other},
+        {"version.info/x", "", "", InstalledBuild::Other},
+    };
+    for (const auto &row : rows) {
+        const QTemporaryDir root;
+        if (row.file)
+            WriteFile(root.filePath(QString("c/") + row.file), row.content);
+        QVERIFY2(CompareBuild(root.filePath("c"), row.version) == row.build, row.content);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestFormats)
+#include "test_formats.moc"

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// What a repository's files are called, and what the name of a component's file means.
+
+extern const char kFileList[];
+extern const char kPackageList[];
+extern const char kDescriptionsArchive[];
+extern const char kDescriptionsFolder[]; // the one folder in that archive
+
+// Where they lie below the repository's base URL, with a "/" in front.
+QString FileListPath();
+QString PackageListPath();
+QString DescriptionsPath();
+QString ComponentFilePath(const QString &remote_dir, const QString &file_name);
+
+/// The endings of archives that a repository offers, each with its dot.
+const QStringList &ArchiveSuffixes();
+
+/// \a file_name without the archive suffixes, wherever they stand in it.
+QString ArchiveStem(QString file_name);
+
+/// Where a component is installed.
+struct InstallTarget
+{
+    QString parent; // below the installation: "", "/hardware" or "/hardware/tools"
+    QString dir;    // name of the component's directory
+    QString Path() const { return parent + '/' + dir; }
+};
+
+/// The install target of a component by the name of its file, which may be any text.
+InstallTarget InstallTargetOf(const QString &file_name);
+
+/// True if \a file_name is a plain file name that gives a component directory of its own. The
+/// directory is deleted with all it holds before each installation, so a name that leaves it empty,
+/// leads out of it, gives one of the updater's own directories or one that holds other components
+/// must not be installed.
+bool IsInstallable(const QString &file_name);
