@@ -27,6 +27,31 @@ QJsonObject ReadDescription(const QString &path, QStringList &problems)
     return document.object();
 }
 
+/// A key that nobody reads is likely a slip of the pen in one that somebody would.
+void CheckKeys(const QJsonObject &object, const QStringList &known, QStringList &problems)
+{
+    for (const QString &key : object.keys()) {
+        if (!known.contains(key))
+            problems << QString("repository.json: the key \"%1\" is none of %2")
+                            .arg(key, known.join(", "));
+    }
+}
+
+/// The entries of the list \a key, each of which may have the keys \a known.
+QList<QJsonObject> EntriesOf(const QJsonObject &description, const QString &key,
+                             const QStringList &known, QStringList &problems)
+{
+    const QJsonValue list = description[key];
+    if (!list.isArray() && !list.isUndefined())
+        problems << QString("repository.json: \"%1\" is not a list").arg(key);
+    QList<QJsonObject> entries;
+    for (const QJsonValue entry : list.toArray()) {
+        entries << entry.toObject();
+        CheckKeys(entries.last(), known, problems);
+    }
+    return entries;
+}
+
 QList<Component> ComponentsOf(const QDir &base, const QJsonObject &entry, QStringList &problems)
 {
     const QString remoteDir = entry["path"].toString();
@@ -65,10 +90,13 @@ QStringList ReadRepositorySource(const QString &dir, RepositorySource &source)
     QStringList problems;
     const QDir base(dir);
     const QJsonObject description = ReadDescription(base.filePath("repository.json"), problems);
-    for (const QJsonValue entry : description["directories"].toArray())
-        source.components << ComponentsOf(base, entry.toObject(), problems);
-    for (const QJsonValue entry : description["packages"].toArray())
-        source.packages << PackageOf(entry.toObject());
+    CheckKeys(description, {"directories", "packages"}, problems);
+    for (const QJsonObject &entry :
+         EntriesOf(description, "directories", {"path", "platform"}, problems))
+        source.components << ComponentsOf(base, entry, problems);
+    const QStringList keys = {"platform", "class", "title", "archives", "page"};
+    for (const QJsonObject &entry : EntriesOf(description, "packages", keys, problems))
+        source.packages << PackageOf(entry);
     source.pagesDir = base.filePath("hwd_doc");
     return problems;
 }
