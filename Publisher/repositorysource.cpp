@@ -1,21 +1,25 @@
 #include "repositorysource.h"
 
 #include "naming.h"
+#include "sourcefolder.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
+
 namespace {
 QJsonObject ReadDescription(const QString &path, QStringList &problems)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        problems << QString("%1: %2").arg(path, file.errorString());
+    QByteArray bytes;
+    const QString failure = ReadSourceFile(path, bytes);
+    if (!failure.isEmpty()) {
+        problems << failure;
         return {};
     }
-    const QByteArray bytes = file.readAll();
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError) {
@@ -52,24 +56,34 @@ QList<QJsonObject> EntriesOf(const QJsonObject &description, const QString &key,
     return entries;
 }
 
-QList<Component> ComponentsOf(const QDir &base, const QJsonObject &entry, QStringList &problems)
+/// True if one of the \a directories is \a dir or lies below it.
+bool LeadsTo(const QStringList &directories, const QString &dir)
 {
-    const QString remoteDir = entry["path"].toString();
+    return std::any_of(directories.begin(), directories.end(), [&dir](const QString &directory) {
+        return (directory + '/').startsWith(dir + '/');
+    });
+}
+
+/// The components in \a remoteDir, which is one of the \a directories of the repository.
+QList<Component> ComponentsOf(const QDir &base, const QString &remoteDir, int platform,
+                              const QStringList &directories, QStringList &problems)
+{
     const QString fault = PathFault(remoteDir);
     if (!fault.isEmpty()) {
         problems << QString("directory \"%1\": %2").arg(remoteDir, fault);
         return {};
     }
-    const QDir dir(base.filePath(remoteDir));
-    if (!dir.exists()) {
-        problems << QString("directory \"%1\" does not exist").arg(remoteDir);
-        return {};
+    const QString path = base.filePath(remoteDir);
+    const SourceFolder folder = ReadSourceFolder(path, problems);
+    for (const QString &name : folder.folders) {
+        if (!LeadsTo(directories, remoteDir + '/' + name))
+            problems << QString("%1/%2: repository.json doesn't name this folder").arg(path, name);
     }
     QList<Component> components;
-    for (const QFileInfo &info : dir.entryInfoList(QDir::Files | QDir::Hidden, QDir::Name)) {
+    for (const QString &name : folder.files) {
+        const QFileInfo info(path + '/' + name);
         const qint64 seconds = info.lastModified().toSecsSinceEpoch();
-        components << Component{info.filePath(), remoteDir, info.fileName(),
-                                entry["platform"].toInt(),
+        components << Component{info.filePath(), remoteDir, name, platform,
                                 QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC)};
     }
     return components;
@@ -83,6 +97,18 @@ Package PackageOf(const QJsonObject &entry)
     return {entry["platform"].toInt(), entry["class"].toInt(-1), entry["title"].toString(),
             archives, entry["page"].toString()};
 }
+
+/// The files at and below \a path, with \a prefix before their names.
+QStringList FilesBelow(const QString &path, const QString &prefix, QStringList &problems)
+{
+    const SourceFolder folder = ReadSourceFolder(path, problems);
+    QStringList files;
+    for (const QString &name : folder.files)
+        files << prefix + name;
+    for (const QString &name : folder.folders)
+        files << FilesBelow(path + '/' + name, prefix + name + '/', problems);
+    return files;
+}
 } // namespace
 
 QStringList ReadRepositorySource(const QString &dir, RepositorySource &source)
@@ -91,12 +117,22 @@ QStringList ReadRepositorySource(const QString &dir, RepositorySource &source)
     const QDir base(dir);
     const QJsonObject description = ReadDescription(base.filePath("repository.json"), problems);
     CheckKeys(description, {"directories", "packages"}, problems);
-    for (const QJsonObject &entry :
-         EntriesOf(description, "directories", {"path", "platform"}, problems))
-        source.components << ComponentsOf(base, entry, problems);
+
+    const auto entries = EntriesOf(description, "directories", {"path", "platform"}, problems);
+    QStringList directories;
+    for (const QJsonObject &entry : entries)
+        directories << entry["path"].toString();
+    for (const QJsonObject &entry : entries) {
+        source.components << ComponentsOf(base, entry["path"].toString(), entry["platform"].toInt(),
+                                          directories, problems);
+    }
+
     const QStringList keys = {"platform", "class", "title", "archives", "page"};
     for (const QJsonObject &entry : EntriesOf(description, "packages", keys, problems))
         source.packages << PackageOf(entry);
+
     source.pagesDir = base.filePath("hwd_doc");
+    if (QFileInfo(source.pagesDir).isSymLink() || QFileInfo::exists(source.pagesDir))
+        source.pages = FilesBelow(source.pagesDir, {}, problems);
     return problems;
 }

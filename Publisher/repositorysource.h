@@ -30,7 +30,8 @@ struct RepositorySource
 {
     QList<Component> components; // by directory as in repository.json, then by name
     QList<Package> packages;
-    QString pagesDir; // folder of the description pages
+    QString pagesDir;  // folder of the description pages
+    QStringList pages; // all files in it, by their path in it
 };
 
 /// Reads what is to be published from \a dir into \a source.
@@ -43,6 +44,6 @@ struct RepositorySource
 ///       "packages": [ { "platform": 8, "class": 0, "title": "ZU-8 starter kit",
 ///                       "archives": ["zeft_bsp_zu8.hlib.zip"], "page": "zu8.html" } ] }
 ///
-/// The result says what cannot be read, one line for each problem; the values themselves are
-/// CheckRepository()'s concern.
+/// The result says what cannot be read or published, one line for each problem; the values
+/// themselves are CheckRepository()'s concern.
 QStringList ReadRepositorySource(const QString &dir, RepositorySource &source);

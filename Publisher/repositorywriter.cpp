@@ -3,9 +3,10 @@
 #include "Repository/names.h"
 #include "common/common_helper.h"
 #include "repositorysource.h"
+#include "sourcefolder.h"
 
 #include <QDir>
-#include <QDirIterator>
+#include <QFileInfo>
 #include <QSaveFile>
 
 #include <archive.h>
@@ -76,23 +77,21 @@ bool AddPagesFolder(archive *writer)
 }
 
 /// Adds a page, or a picture of one, by its \a name in the folder of pages.
-bool AddPage(archive *writer, const QFileInfo &page, const QString &name)
+bool AddPage(archive *writer, const QString &name, const QDateTime &modified,
+             const QByteArray &bytes)
 {
-    QByteArray bytes;
-    if (!GetFileData(page.filePath(), bytes))
-        return false;
     const std::unique_ptr<archive_entry, EntryDeleter> entry(archive_entry_new());
     archive_entry_set_pathname(entry.get(), ("hwd_doc/" + name).toUtf8());
     archive_entry_set_filetype(entry.get(), AE_IFREG);
     archive_entry_set_perm(entry.get(), 0644);
-    archive_entry_set_mtime(entry.get(), page.lastModified().toSecsSinceEpoch(), 0);
+    archive_entry_set_mtime(entry.get(), modified.toSecsSinceEpoch(), 0);
     archive_entry_set_size(entry.get(), bytes.size());
     return archive_write_header(writer, entry.get()) == ARCHIVE_OK
            && archive_write_data(writer, bytes.constData(), static_cast<size_t>(bytes.size()))
                   == bytes.size();
 }
 
-QString PackPages(const QString &pagesDir, const QString &path)
+QString PackPages(const RepositorySource &source, const QString &path)
 {
     QSaveFile file(path);
     if (!OpenForWriting(file))
@@ -103,15 +102,14 @@ QString PackPages(const QString &pagesDir, const QString &path)
         return Failure(path, archive_error_string(writer.get()));
     if (!AddPagesFolder(writer.get()))
         return Failure(path, archive_error_string(writer.get()));
-    QStringList names;
-    for (QDirIterator page(pagesDir, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-         page.hasNext();)
-        names << QDir(pagesDir).relativeFilePath(page.next());
-    names.sort();
-    for (const QString &name : qAsConst(names)) {
-        const QFileInfo page(QDir(pagesDir).filePath(name));
-        if (!AddPage(writer.get(), page, name))
-            return Failure(page.filePath(), "cannot be packed");
+    for (const QString &name : source.pages) {
+        const QString page = source.pagesDir + '/' + name;
+        QByteArray bytes;
+        QString failure = ReadSourceFile(page, bytes);
+        if (!failure.isEmpty())
+            return failure;
+        if (!AddPage(writer.get(), name, QFileInfo(page).lastModified(), bytes))
+            return Failure(page, "cannot be packed");
     }
     if (archive_write_close(writer.get()) != ARCHIVE_OK)
         return Failure(path, archive_error_string(writer.get()));
@@ -166,7 +164,7 @@ QStringList WriteRepository(const RepositorySource &source, const QString &destD
             return {failure};
     }
 
-    failure = PackPages(source.pagesDir, base.filePath("bsp/hwd_doc.zip"));
+    failure = PackPages(source, base.filePath("bsp/hwd_doc.zip"));
     if (failure.isEmpty())
         failure = WriteText(base.filePath("bsp/zeft_bsps.info"), PackageList(source.packages));
     if (failure.isEmpty())

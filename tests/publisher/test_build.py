@@ -5,15 +5,17 @@ import json
 import os
 import pathlib
 import random
+import shutil
 import subprocess
 import sys
 import tempfile
 import unittest
 import zipfile
 
-REPO = sys.argv[1]
+REPO = os.path.abspath(sys.argv[1])
 SECONDS = 1714566645  # 2024-05-01T12:30:45Z
 VERSION = b"product: sample\nbuild: 2024.05.01\n"
+USER = {"user": 65534, "group": 65534} if os.geteuid() == 0 else {}  # no superuser
 NOISE = random.Random(1).randbytes(99999)
 
 
@@ -39,6 +41,7 @@ class Source:
         self.json = {
             "directories": [
                 {"path": "core/version_latest", "platform": 8},
+                {"path": "bsp", "platform": 8},
                 {"path": "bsp/x86", "platform": 6},
                 {"path": "bsp/arm", "platform": 7},
             ],
@@ -67,10 +70,10 @@ class Source:
     def add(self, name, *entries):
         self.write(name, archive_of(pathlib.Path(name).suffix, entries))
 
-    def build(self, dest):
+    def build(self, dest, **options):
         self.path.joinpath("repository.json").write_text(json.dumps(self.json))
-        return subprocess.run([REPO, "build", self.path, dest], capture_output=True, text=True,
-                              env={**os.environ, "LC_ALL": "C"})
+        return subprocess.run([REPO, "build", self.path, dest], capture_output=True,
+                              text=True, env={**os.environ, "LC_ALL": "C"}, **options)
 
 
 CORE = "core/version_latest/"
@@ -83,6 +86,18 @@ def core(name, *entries):
 
 def raw(name, data=b"x"):
     return lambda source: source.write(name, data)
+
+
+def put(make, name):
+    return lambda source: make(source.path / name)
+
+
+def shut(path):
+    path.chmod(0)
+
+
+def link(to):
+    return lambda path: path.symlink_to(to)
 
 
 def package(**change):
@@ -139,7 +154,12 @@ REFUSED = [
      "shares the folder /hardware/zeta with"),
     ("unknown platform", directory(platform=9), "9 is not a platform code"),
     ("missing platform", directory(platform="8"), "0 is not a platform code"),
-    ("missing directory", directory(path="core/nowhere"), "does not exist"),
+    ("missing directory", directory(path="core/nowhere"), "core/nowhere: No such file"),
+    ("folder that is not listed", put(os.mkdir, CORE + "old"), "doesn't name this folder"),
+    ("unreadable folder", put(shut, CORE), "core/version_latest: Permission denied"),
+    ("link that leads nowhere", put(link("nowhere"), CORE + "a.zip"), "a.zip: a link that leads"),
+    ("pipe", put(os.mkfifo, CORE + "a.zip"), "a.zip: neither a file nor a folder"),
+    ("name of no UTF-8", raw(CORE + "caf\udce9.zip"), "caf\ufffd.zip: the name is not UTF-8"),
     ("unknown key", lambda source: source.json.update(package=[]), 'the key "package" is none of'),
     ("unknown key of a directory", directory(machine=6), 'the key "machine" is none of'),
     ("unknown key of a package", package(pages=""), 'the key "pages" is none of'),
@@ -160,6 +180,11 @@ REFUSED = [
      "not for all of its platforms"),
     ("missing page", package(page="nowhere.html"), 'the page "nowhere.html" cannot be read'),
     ("page outside", package(page="../repository.json"), 'holds a "/"'),
+    ("unreadable picture of a page", put(shut, "hwd_doc/zeta_files/.a.png"), "Permission denied"),
+    ("link to a folder of pages", put(link("/usr"), "hwd_doc/a"), "hwd_doc/a: a link to a folder"),
+    ("folder of pages that is nowhere", lambda source: (
+        put(shutil.rmtree, "hwd_doc")(source), put(link("nowhere"), "hwd_doc")(source)),
+     "hwd_doc: No such file"),
     ("page in Latin-1", raw("hwd_doc/zeta.html", b"caf\xe9 au lait"), "not UTF-8 text"),
     ("page that holds up the window", raw("hwd_doc/zeta.html", b"x" * 30000), "too large"),
     ("page with a NUL", raw("hwd_doc/zeta.html", b"a\0b"), "not UTF-8 text"),
@@ -170,9 +195,10 @@ class TestBuild(unittest.TestCase):
     def setUp(self):
         work = tempfile.TemporaryDirectory()
         self.addCleanup(work.cleanup)
-        self.work = pathlib.Path(work.name)
-        self.source = Source(self.work / "source")
-        self.dest = self.work / "site"
+        os.chdir(work.name)
+        self.addCleanup(os.chdir, "/")
+        self.source = Source("source")
+        self.dest = pathlib.Path("site")
 
     def build(self):
         run = self.source.build(self.dest)
@@ -203,9 +229,10 @@ class TestBuild(unittest.TestCase):
     def test_refuses_what_the_updater_cannot_handle(self):
         for name, spoil, message in REFUSED:
             with self.subTest(name), tempfile.TemporaryDirectory() as work:
+                os.chmod(work, 0o777)
                 source = Source(work + "/source")
                 spoil(source)
-                run = source.build(work + "/site")
+                run = source.build(work + "/site", **USER)
                 self.assertEqual(run.returncode, 1)
                 self.assertIn(message, run.stderr)
                 self.assertEqual(os.listdir(work), ["source"])
@@ -221,6 +248,12 @@ class TestBuild(unittest.TestCase):
             self.assertEqual(transfer.read(), old)
         self.assertLess(core_file.stat().st_size, len(old))
         self.assertTrue((self.dest / "zeft/bsp/arm/zeft_bsp_zeta.htc.tar.bz2").exists())
+
+    def test_a_page_that_cannot_be_read_is_told(self):
+        put(link("/proc/self/mem"), "hwd_doc/b.png")(self.source)  # no one can read its beginning
+        run = self.source.build(self.dest)
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("source/hwd_doc/b.png: Input/output error", run.stderr)
 
     def test_wrong_use_prints_the_usage(self):
         for arguments in [], ["build", "x"], ["check", "x", "y"]:
