@@ -3,11 +3,11 @@
 #include "Repository/names.h"
 #include "common/common_helper.h"
 #include "repositorysource.h"
+#include "sitefile.h"
 #include "sourcefolder.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -17,44 +17,39 @@
 namespace {
 const qint64 kBlockSize = 1 << 20;
 
-QString Failure(const QString &path, const QString &reason)
-{
-    return QString("%1: %2").arg(path, reason);
-}
-
-bool OpenForWriting(QSaveFile &file)
-{
-    QDir().mkpath(QFileInfo(file.fileName()).path()); // if that fails, open() says why
-    return file.open(QIODevice::WriteOnly);
-}
-
 QString WriteText(const QString &path, const QByteArray &bytes)
 {
-    QSaveFile file(path);
-    if (OpenForWriting(file) && file.write(bytes) == bytes.size() && file.commit())
-        return {};
-    return Failure(path, file.errorString());
+    SiteFile file(path);
+    return file.Open() && file.Write(bytes) && file.Commit() ? QString() : file.Failure();
 }
 
+/// What the file list tells of a published archive.
+struct Contents
+{
+    qint64 size = 0;
+    qint64 sum = 0;
+};
+
 /// Copies the archive to \a path under the date that the server is to tell of it.
-QString CopyArchive(const Component &component, const QString &path)
+QString CopyArchive(const Component &component, const QString &path, Contents &contents)
 {
     QFile from(component.path);
-    if (!from.open(QIODevice::ReadOnly))
-        return Failure(component.path, from.errorString());
-    QSaveFile to(path);
-    if (!OpenForWriting(to))
-        return Failure(path, to.errorString());
-    while (!from.atEnd()) {
-        const QByteArray block = from.read(kBlockSize);
-        if (block.isEmpty())
-            return Failure(component.path, from.errorString());
-        to.write(block); // an error here makes commit() fail
+    SiteFile to(path);
+    if (!to.Open())
+        return to.Failure();
+    if (from.open(QIODevice::ReadOnly)) {
+        for (QByteArray block; !(block = from.read(kBlockSize)).isEmpty();) {
+            if (!to.Write(block))
+                return to.Failure();
+            const auto *bytes = reinterpret_cast<const unsigned char *>(block.constData());
+            contents.size += block.size();
+            contents.sum += SumOfBytes(bytes, bytes + block.size());
+        }
     }
-    to.flush(); // or a later write would change the date again
-    if (!to.setFileTime(component.modified, QFileDevice::FileModificationTime) || !to.commit())
-        return Failure(path, to.errorString());
-    return {};
+    if (from.error() != QFileDevice::NoError)
+        return QString("%1: %2").arg(component.path, from.errorString());
+    const bool dated = to.setFileTime(component.modified, QFileDevice::FileModificationTime);
+    return dated && to.Commit() ? QString() : to.Failure();
 }
 
 struct WriterDeleter
@@ -91,17 +86,22 @@ bool AddPage(archive *writer, const QString &name, const QDateTime &modified,
                   == bytes.size();
 }
 
+/// What ended the work of \a writer on the file at \a path.
+QString PackFailure(const QString &path, archive *writer)
+{
+    return QString("%1: %2").arg(path, qt_error_string(archive_errno(writer)));
+}
+
 QString PackPages(const RepositorySource &source, const QString &path)
 {
-    QSaveFile file(path);
-    if (!OpenForWriting(file))
-        return Failure(path, file.errorString());
+    SiteFile file(path);
+    if (!file.Open())
+        return file.Failure();
     const std::unique_ptr<archive, WriterDeleter> writer(archive_write_new());
     archive_write_set_format_zip(writer.get());
-    if (archive_write_open_fd(writer.get(), file.handle()) != ARCHIVE_OK)
-        return Failure(path, archive_error_string(writer.get()));
-    if (!AddPagesFolder(writer.get()))
-        return Failure(path, archive_error_string(writer.get()));
+    if (archive_write_open_fd(writer.get(), file.handle()) != ARCHIVE_OK
+        || !AddPagesFolder(writer.get()))
+        return PackFailure(path, writer.get());
     for (const QString &name : source.pages) {
         const QString page = source.pagesDir + '/' + name;
         QByteArray bytes;
@@ -109,28 +109,24 @@ QString PackPages(const RepositorySource &source, const QString &path)
         if (!failure.isEmpty())
             return failure;
         if (!AddPage(writer.get(), name, QFileInfo(page).lastModified(), bytes))
-            return Failure(page, "cannot be packed");
+            return PackFailure(path, writer.get());
     }
     if (archive_write_close(writer.get()) != ARCHIVE_OK)
-        return Failure(path, archive_error_string(writer.get()));
-    return file.commit() ? QString() : Failure(path, file.errorString());
+        return PackFailure(path, writer.get());
+    return file.Commit() ? QString() : file.Failure();
 }
 
-/// Appends the line of \a component to \a list, with size and sum of the published file at \a path.
-QString AddFileListLine(const Component &component, const QString &path, QByteArray &list)
+/// The line of the file list for \a component.
+QByteArray FileListLine(const Component &component, const Contents &contents)
 {
-    const qint64 sum = GetFileDataChecksum(path, 0);
-    if (sum < 0)
-        return Failure(path, "cannot be read");
     const QStringList fields = {
         QString::number(component.platform),
         component.fileName,
         component.remoteDir,
         component.modified.toString(Qt::ISODateWithMs), // as the updater writes Last-Modified
-        QString::number(GetFileSizeInBytes(path)),
-        QString::number(sum)};
-    list += fields.join('#').toUtf8() + "\r\n";
-    return {};
+        QString::number(contents.size),
+        QString::number(contents.sum)};
+    return fields.join('#').toUtf8() + "\r\n";
 }
 
 QByteArray PackageList(const QList<Package> &packages)
@@ -156,12 +152,11 @@ QStringList WriteRepository(const RepositorySource &source, const QString &destD
     QByteArray fileList = "//zeft_upt_fversions.info\r\n";
     QString failure;
     for (const Component &component : source.components) {
-        const QString path = base.filePath(component.Name());
-        failure = CopyArchive(component, path);
-        if (failure.isEmpty())
-            failure = AddFileListLine(component, path, fileList);
+        Contents contents;
+        failure = CopyArchive(component, base.filePath(component.Name()), contents);
         if (!failure.isEmpty())
             return {failure};
+        fileList += FileListLine(component, contents);
     }
 
     failure = PackPages(source, base.filePath("bsp/hwd_doc.zip"));

@@ -70,9 +70,9 @@ class Source:
     def add(self, name, *entries):
         self.write(name, archive_of(pathlib.Path(name).suffix, entries))
 
-    def build(self, dest, **options):
+    def build(self, dest, *wrapper, **options):
         self.path.joinpath("repository.json").write_text(json.dumps(self.json))
-        return subprocess.run([REPO, "build", self.path, dest], capture_output=True,
+        return subprocess.run([*wrapper, REPO, "build", self.path, dest], capture_output=True,
                               text=True, env={**os.environ, "LC_ALL": "C"}, **options)
 
 
@@ -249,11 +249,31 @@ class TestBuild(unittest.TestCase):
         self.assertLess(core_file.stat().st_size, len(old))
         self.assertTrue((self.dest / "zeft/bsp/arm/zeft_bsp_zeta.htc.tar.bz2").exists())
 
-    def test_a_page_that_cannot_be_read_is_told(self):
+    def test_a_full_disk_is_told(self):
+        self.build()
+        for option, unit in ("size", 4096), ("nr_inodes", 1):
+            for amount in range(1, 50):
+                run = self.source.build("full", "unshare", "-rm", "sh", "-c", f"""mkdir -p full
+                    mount -t tmpfs -o {option}={amount * unit} t full
+                    "$0" "$@" && diff -r site full""")
+                if run.returncode == 0:
+                    break
+                with self.subTest(option, amount=amount):
+                    self.assertRegex(run.stderr,
+                                     r"^zeft_repo: full/zeft/.+: No space left on device\n$")
+            self.assertEqual(run.returncode, 0)
+
+    def test_a_disk_that_fails_is_told(self):
         put(link("/proc/self/mem"), "hwd_doc/b.png")(self.source)  # no one can read its beginning
-        run = self.source.build(self.dest)
-        self.assertEqual(run.returncode, 1)
-        self.assertIn("source/hwd_doc/b.png: Input/output error", run.stderr)
+        for name, wrapper, message in (
+                ("read", [], "source/hwd_doc/b.png: Input/output error"),
+                ("sync", ["env", "ASAN_OPTIONS=detect_leaks=0", "strace", "-qqo", "/dev/null",
+                          "-e", "inject=fsync:error=EIO"], "core é.zip: Input/output error")):
+            with self.subTest(name):
+                run = self.source.build(self.dest, *wrapper)
+                self.assertEqual(run.returncode, 1)
+                self.assertIn(message, run.stderr)
+        self.assertFalse(self.dest.joinpath("zeft/zeft_upt_fversions.info").exists())
 
     def test_wrong_use_prints_the_usage(self):
         for arguments in [], ["build", "x"], ["check", "x", "y"]:
