@@ -6,7 +6,7 @@
 #include "Repository/version_info.h"
 #include "unpack.h"
 
-#include <QFile>
+#include <QDir>
 #include <QTemporaryDir>
 
 #include <filesystem>
@@ -43,7 +43,8 @@ QString ArchiveFault(const QString &path, const QString &dir, const QString &dat
         Unpack(QFile::encodeName(path).toStdString(), destination, silence);
         fault = ContentFault(place.path(), dir, date);
     } catch (const std::exception &failure) {
-        fault = QString("it cannot be unpacked: %1").arg(QString::fromLocal8Bit(failure.what()));
+        fault = QString("it cannot be unpacked in %1: %2")
+                    .arg(QDir::tempPath(), QString::fromLocal8Bit(failure.what()));
     }
     DeleteFolder(destination, silence);
     return fault;

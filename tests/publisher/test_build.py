@@ -71,9 +71,12 @@ class Source:
         self.write(name, archive_of(pathlib.Path(name).suffix, entries))
 
     def build(self, dest, *wrapper, **options):
+        """Builds; the folder that holds the source is also the one for temporary files."""
         self.path.joinpath("repository.json").write_text(json.dumps(self.json))
+        place = self.path.absolute().parent
         return subprocess.run([*wrapper, REPO, "build", self.path, dest], capture_output=True,
-                              text=True, env={**os.environ, "LC_ALL": "C"}, **options)
+                              text=True, env={**os.environ, "LC_ALL": "C", "TMPDIR": place},
+                              **options)
 
 
 CORE = "core/version_latest/"
@@ -138,7 +141,8 @@ REFUSED = [
      "doesn't state"),
     ("more than the updater reads", core("a.zip", ("a/version.info", VERSION + bytes(10**6))),
      "doesn't state"),
-    ("no archive", raw(CORE + "a.zip", b"PK\x03\x04 and no more"), "a.zip: it cannot be unpacked"),
+    ("no archive", raw(CORE + "a.zip", b"PK\x03\x04 and no more"),
+     "a.zip: it cannot be unpacked in {}: "),
     ("cut archive", raw(CORE + "a.tar.xz", archive_of(".xz", (
         ("a.tar/version.info", VERSION), ("a.tar/x", NOISE)))[:-5000]), "cannot be unpacked"),
     ("7z without a tar", raw(CORE + "a.tar.7z", archive_of(".7z", (("x", b""),))[:40]),
@@ -212,6 +216,7 @@ class TestBuild(unittest.TestCase):
                                (6, "bsp/x86/zeft_bsp_zeta.htc.tar.7z"),
                                (7, "bsp/arm/zeft_bsp_zeta.hlib.tar.gz"),
                                (7, "bsp/arm/zeft_bsp_zeta.htc.tar.bz2")]:
+            self.assertEqual((self.dest / "zeft" / name).stat().st_mtime, SECONDS)
             data = (self.dest / "zeft" / name).read_bytes()
             self.assertEqual(data, (self.source.path / name).read_bytes())
             folder, file = name.rsplit("/", 1)
@@ -234,7 +239,7 @@ class TestBuild(unittest.TestCase):
                 spoil(source)
                 run = source.build(work + "/site", **USER)
                 self.assertEqual(run.returncode, 1)
-                self.assertIn(message, run.stderr)
+                self.assertIn(message.format(work), run.stderr)
                 self.assertEqual(os.listdir(work), ["source"])
 
     def test_writes_over_a_repository_that_is_being_served(self):
