@@ -1,12 +1,11 @@
 #include "componentarchive.h"
 
-#include "app/mainwindow_helper.h"
-#include "common/common_helper.h"
-#include "delete_folder.h"
 #include "Repository/version_info.h"
+#include "delete_folder.h"
 #include "unpack.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <filesystem>
@@ -21,7 +20,7 @@ QString ContentFault(const QString &place, const QString &dir, const QString &da
         if (name != dir)
             return QString("its entry \"%1\" is outside of the folder \"%2\"").arg(name, dir);
     }
-    if (!IsFilePresent(place + "/" + dir + "/version.info"))
+    if (!QFileInfo::exists(place + "/" + dir + "/version.info"))
         return QString("it has no \"%1/version.info\"").arg(dir);
     if (CompareBuild(place + "/" + dir, date) != InstalledBuild::This)
         return QString("its version.info doesn't state the archive's date, %1 (UTC), as its build")

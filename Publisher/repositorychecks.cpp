@@ -1,54 +1,21 @@
 #include "repositorychecks.h"
 
-#include "app/mainwindow_helper.h"
+#include "Repository/manifests.h"
 #include "Repository/names.h"
-#include "catalogue/records.h"
-#include "common/common_helper.h"
+#include "Repository/platform.h"
 #include "componentarchive.h"
-#include "naming.h"
 #include "panels/pagelimits.h"
 #include "repositorysource.h"
+#include "sourcefolder.h"
 
-#include <QDir>
+#include <QFile>
 #include <QHash>
 #include <QTextCodec>
 
 #include <algorithm>
 
 namespace {
-const QList<int> kMachines = {6, 7}; // by their platform's code
-const int kClassCount = 8;
 const int kLongestName = 251; // bytes, as a file system has 255 and the updater adds ".dnl"
-
-bool IsPlatformCode(int code)
-{
-    const QList<int> others = {8, 10, 11, 12};
-    return kMachines.contains(code) || others.contains(code);
-}
-
-/// True if a \a machine shows what is of this platform: its own, or one of all machines.
-bool IsFor(int machine, int platform)
-{
-    return platform == machine || !kMachines.contains(platform);
-}
-
-/// A record as the updater makes it of a component, with its target below the root "".
-DN_FILE_STRUCT RecordOf(const Component &component)
-{
-    DN_FILE_STRUCT record;
-    record.file_name = component.fileName;
-    SetInstallTarget(record, QString());
-    return record;
-}
-
-bool IsArchiveName(const QString &fileName)
-{
-    const QStringList suffixes = {".zip", ".tar.xz", ".tar.gz", ".tar.bz2", ".tar.7z"};
-    const QString stem = ArchiveStem(fileName); // loses a suffix that stands in the middle, too
-    return std::any_of(suffixes.begin(), suffixes.end(), [&](const QString &suffix) {
-        return !stem.isEmpty() && fileName == stem + suffix;
-    });
-}
 
 QString FileNameFault(const Component &component)
 {
@@ -56,17 +23,15 @@ QString FileNameFault(const Component &component)
     if (!fault.isEmpty())
         return fault;
     if (!IsArchiveName(component.fileName))
-        return "its name must end in one of .zip, .tar.xz, .tar.gz, .tar.bz2 and .tar.7z, "
-               "and hold no other of them";
+        return QString("its name must end in one of %1, and hold no other of them")
+            .arg(ArchiveSuffixes().join(", "));
     if (QFile::encodeName(component.fileName).size() > kLongestName)
         return "its name is too long";
-    if (component.fileName == "hwd_doc.zip")
+    if (component.fileName == kDescriptionsArchive)
         return "its name is that of the description pages";
-    // The folder is replaced as a whole, so the folders that hold all others count as well.
-    const QStringList shared = {"/hardware", "/hardware/tools"};
-    const QString folder = ComponentDir(RecordOf(component));
-    if (!IsInstallable(component.fileName) || shared.contains(folder))
-        return QString("its folder, \"%1\", would not be its own").arg(folder);
+    if (!IsInstallable(component.fileName))
+        return QString("its folder, \"%1\", would not be its own")
+            .arg(InstallTargetOf(component.fileName).Path());
     return {};
 }
 
@@ -78,7 +43,7 @@ QStringList CheckComponents(const QList<Component> &components)
         if (fault.isEmpty() && !IsPlatformCode(component.platform))
             fault = QString("%1 is not a platform code").arg(component.platform);
         if (fault.isEmpty())
-            fault = ArchiveFault(component.path, RecordOf(component).install_dir,
+            fault = ArchiveFault(component.path, InstallTargetOf(component.fileName).dir,
                                  component.modified.date().toString(Qt::ISODate));
         if (!fault.isEmpty())
             problems << QString("%1: %2").arg(component.Name(), fault);
@@ -94,12 +59,12 @@ QStringList CheckRivals(const QList<Component> &components)
     QHash<QString, QString> owners;
     for (const Component &component : components) {
         const QStringList keys = {"the stem " + ArchiveStem(component.fileName),
-                                  "the folder " + ComponentDir(RecordOf(component))};
-        for (const int machine : kMachines) {
-            if (!IsFor(machine, component.platform))
+                                  "the folder " + InstallTargetOf(component.fileName).Path()};
+        for (const QString &machine : Architectures()) {
+            if (!IsForArchitecture(component.platform, machine))
                 continue;
             for (const QString &key : keys) {
-                QString &owner = owners[QString::number(machine) + key];
+                QString &owner = owners[machine + ": " + key];
                 if (!owner.isEmpty())
                     problems
                         << QString("%1: it shares %2 with %3").arg(component.Name(), key, owner);
@@ -117,7 +82,7 @@ QString PageFault(const QString &pagesDir, const QString &page)
     if (!fault.isEmpty())
         return fault;
     QByteArray bytes;
-    if (!GetFileData(QDir(pagesDir).filePath(page), bytes))
+    if (!ReadSourceFile(pagesDir + '/' + page, bytes).isEmpty())
         return QString("the page \"%1\" cannot be read").arg(page);
     QTextCodec::ConverterState state;
     const QString text =
@@ -142,10 +107,12 @@ QString TitleFault(const QString &title)
 /// True if each machine that shows a package of this \a platform finds an archive of this \a stem.
 bool IsOffered(const QList<Component> &components, const QString &stem, int platform)
 {
-    return std::all_of(kMachines.begin(), kMachines.end(), [&](int machine) {
-        return !IsFor(machine, platform)
+    const QStringList machines = Architectures();
+    return std::all_of(machines.begin(), machines.end(), [&](const QString &machine) {
+        return !IsForArchitecture(platform, machine)
                || std::any_of(components.begin(), components.end(), [&](const Component &c) {
-                      return IsFor(machine, c.platform) && ArchiveStem(c.fileName) == stem;
+                      return IsForArchitecture(c.platform, machine)
+                             && ArchiveStem(c.fileName) == stem;
                   });
     });
 }
@@ -154,8 +121,8 @@ QString PackageFault(const RepositorySource &source, const Package &package)
 {
     if (!IsPlatformCode(package.platform))
         return QString("%1 is not a platform code").arg(package.platform);
-    if (package.classIndex < 0 || package.classIndex >= kClassCount)
-        return QString("the class is not a number from 0 to %1").arg(kClassCount - 1);
+    if (package.classIndex < 0 || package.classIndex >= ClassNames().size())
+        return QString("the class is not a number from 0 to %1").arg(ClassNames().size() - 1);
     QString titleFault = TitleFault(package.title);
     if (!titleFault.isEmpty())
         return titleFault;

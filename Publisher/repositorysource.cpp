@@ -1,6 +1,7 @@
 #include "repositorysource.h"
 
-#include "naming.h"
+#include "Repository/names.h"
+
 #include "sourcefolder.h"
 
 #include <QDir>
@@ -131,7 +132,7 @@ QStringList ReadRepositorySource(const QString &dir, RepositorySource &source)
     for (const QJsonObject &entry : EntriesOf(description, "packages", keys, problems))
         source.packages << PackageOf(entry);
 
-    source.pagesDir = base.filePath("hwd_doc");
+    source.pagesDir = base.filePath(kDescriptionsFolder);
     if (QFileInfo(source.pagesDir).isSymLink() || QFileInfo::exists(source.pagesDir))
         source.pages = FilesBelow(source.pagesDir, {}, problems);
     return problems;

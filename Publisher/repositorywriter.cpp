@@ -1,7 +1,8 @@
 #include "repositorywriter.h"
 
+#include "Repository/manifests.h"
 #include "Repository/names.h"
-#include "common/common_helper.h"
+#include "common/file_data.h"
 #include "repositorysource.h"
 #include "sitefile.h"
 #include "sourcefolder.h"
@@ -65,7 +66,7 @@ struct EntryDeleter
 bool AddPagesFolder(archive *writer)
 {
     const std::unique_ptr<archive_entry, EntryDeleter> entry(archive_entry_new());
-    archive_entry_set_pathname(entry.get(), "hwd_doc/");
+    archive_entry_set_pathname(entry.get(), (QByteArray(kDescriptionsFolder) + '/').constData());
     archive_entry_set_filetype(entry.get(), AE_IFDIR);
     archive_entry_set_perm(entry.get(), 0755);
     return archive_write_header(writer, entry.get()) == ARCHIVE_OK;
@@ -76,7 +77,7 @@ bool AddPage(archive *writer, const QString &name, const QDateTime &modified,
              const QByteArray &bytes)
 {
     const std::unique_ptr<archive_entry, EntryDeleter> entry(archive_entry_new());
-    archive_entry_set_pathname(entry.get(), ("hwd_doc/" + name).toUtf8());
+    archive_entry_set_pathname(entry.get(), (kDescriptionsFolder + ('/' + name)).toUtf8());
     archive_entry_set_filetype(entry.get(), AE_IFREG);
     archive_entry_set_perm(entry.get(), 0644);
     archive_entry_set_mtime(entry.get(), modified.toSecsSinceEpoch(), 0);
@@ -116,53 +117,47 @@ QString PackPages(const RepositorySource &source, const QString &path)
     return file.Commit() ? QString() : file.Failure();
 }
 
-/// The line of the file list for \a component.
-QByteArray FileListLine(const Component &component, const Contents &contents)
+FileLine LineOf(const Component &component, const Contents &contents)
 {
-    const QStringList fields = {
-        QString::number(component.platform),
-        component.fileName,
-        component.remoteDir,
-        component.modified.toString(Qt::ISODateWithMs), // as the updater writes Last-Modified
-        QString::number(contents.size),
-        QString::number(contents.sum)};
-    return fields.join('#').toUtf8() + "\r\n";
+    const QString stamp =
+        component.modified.toString(Qt::ISODateWithMs); // as Qt reads HTTP's dates
+    return {component.platform, component.fileName, component.remoteDir, stamp,
+            contents.size,      contents.sum};
 }
 
-QByteArray PackageList(const QList<Package> &packages)
+PackageLine LineOf(const Package &package)
 {
-    QByteArray lines;
-    for (const Package &package : packages) {
-        const QStringList fields = {QString::number(package.platform),
-                                    QString::number(package.classIndex),
-                                    package.title,
-                                    QString(), // unused
-                                    ArchiveStem(package.archives.value(0)),
-                                    ArchiveStem(package.archives.value(1)),
-                                    package.page};
-        lines += fields.join('#').toUtf8() + "\r\n";
-    }
-    return lines;
+    return {package.platform,
+            package.classIndex,
+            package.title,
+            QString(),
+            ArchiveStem(package.archives.value(0)),
+            ArchiveStem(package.archives.value(1)),
+            package.page};
 }
 } // namespace
 
 QStringList WriteRepository(const RepositorySource &source, const QString &destDir)
 {
-    const QDir base(QDir(destDir).filePath("zeft"));
-    QByteArray fileList = "//zeft_upt_fversions.info\r\n";
+    const QString root = QDir(destDir).path(); // "." for an empty text
+    QList<FileLine> files;
     QString failure;
     for (const Component &component : source.components) {
         Contents contents;
-        failure = CopyArchive(component, base.filePath(component.Name()), contents);
+        const QString path = ComponentFilePath(component.remoteDir, component.fileName);
+        failure = CopyArchive(component, root + path, contents);
         if (!failure.isEmpty())
             return {failure};
-        fileList += FileListLine(component, contents);
+        files.append(LineOf(component, contents));
     }
+    QList<PackageLine> packages;
+    for (const Package &package : source.packages)
+        packages.append(LineOf(package));
 
-    failure = PackPages(source, base.filePath("bsp/hwd_doc.zip"));
+    failure = PackPages(source, root + DescriptionsPath());
     if (failure.isEmpty())
-        failure = WriteText(base.filePath("bsp/zeft_bsps.info"), PackageList(source.packages));
+        failure = WriteText(root + PackageListPath(), WritePackageList(packages));
     if (failure.isEmpty())
-        failure = WriteText(base.filePath("zeft_upt_fversions.info"), fileList);
+        failure = WriteText(root + FileListPath(), WriteFileList(files));
     return failure.isEmpty() ? QStringList() : QStringList(failure);
 }

@@ -72,6 +72,43 @@ QString ArchiveStem(QString file_name)
     return file_name;
 }
 
+QString NameFault(const QString &name)
+{
+    // "#" separates the fields of a manifest, the others mean something else in a URL or a path.
+    static const QString special = "#?%/\\";
+    if (name.isEmpty())
+        return "a name is empty";
+    if (name == "." || name == "..")
+        return QString("\"%1\" is not a name").arg(name);
+    if (name.trimmed() != name)
+        return QString("\"%1\" begins or ends with a blank").arg(name);
+    for (const QChar c : name) {
+        if (special.contains(c))
+            return QString("\"%1\" holds a \"%2\"").arg(name, c);
+        if (c.category() == QChar::Other_Control)
+            return QString("\"%1\" holds a control character").arg(name);
+    }
+    return {};
+}
+
+QString PathFault(const QString &path)
+{
+    for (const QString &part : path.split('/')) {
+        QString fault = NameFault(part);
+        if (!fault.isEmpty())
+            return fault;
+    }
+    return {};
+}
+
+bool IsArchiveName(const QString &file_name)
+{
+    const QString stem = ArchiveStem(file_name); // loses a suffix that stands in the middle, too
+    return std::any_of(
+        ArchiveSuffixes().begin(), ArchiveSuffixes().end(),
+        [&](const QString &suffix) { return !stem.isEmpty() && file_name == stem + suffix; });
+}
+
 InstallTarget InstallTargetOf(const QString &file_name)
 {
     if (!file_name.contains("zeft_bsp"))

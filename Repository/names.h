@@ -22,6 +22,15 @@ const QStringList &ArchiveSuffixes();
 /// \a file_name without the archive suffixes, wherever they stand in it.
 QString ArchiveStem(QString file_name);
 
+/// True if \a file_name is a stem and one archive suffix.
+bool IsArchiveName(const QString &file_name);
+
+/// Why \a name can't stand as the name of a file or folder in a list and a URL; empty if it can.
+QString NameFault(const QString &name);
+
+/// NameFault() of the first bad part of \a path, whose parts stand between "/"; empty if none is.
+QString PathFault(const QString &path);
+
 /// Where a component is installed.
 struct InstallTarget
 {

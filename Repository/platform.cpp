@@ -1,9 +1,21 @@
 #include "Repository/platform.h"
 
-#include <QString>
 #include <QSysInfo>
 
 #include <algorithm>
+
+namespace {
+
+/// The platform of this \a code; null for any other number.
+const Platform *FindPlatform(int code)
+{
+    const QList<Platform> &all = Platforms();
+    const auto found =
+        std::find_if(all.begin(), all.end(), [code](const Platform &p) { return p.code == code; });
+    return found == all.end() ? nullptr : &*found;
+}
+
+} // namespace
 
 const QList<Platform> &Platforms()
 {
@@ -14,11 +26,28 @@ const QList<Platform> &Platforms()
     return platforms;
 }
 
+QStringList Architectures()
+{
+    QStringList architectures;
+    for (const Platform &platform : Platforms()) {
+        if (platform.architecture)
+            architectures.append(platform.architecture);
+    }
+    return architectures;
+}
+
+bool IsPlatformCode(int code)
+{
+    return FindPlatform(code);
+}
+
+bool IsForArchitecture(int code, const QString &architecture)
+{
+    const Platform *platform = FindPlatform(code);
+    return platform && (!platform->architecture || platform->architecture == architecture);
+}
+
 bool IsPlatformSupported(int code)
 {
-    return std::any_of(Platforms().begin(), Platforms().end(), [code](const Platform &platform) {
-        return platform.code == code
-               && (!platform.architecture
-                   || QSysInfo::currentCpuArchitecture() == QLatin1String(platform.architecture));
-    });
+    return IsForArchitecture(code, QSysInfo::currentCpuArchitecture());
 }

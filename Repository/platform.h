@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QStringList>
 
 /// A kind of machine that a repository's files can be for.
 struct Platform
@@ -14,5 +15,13 @@ struct Platform
 /// number and thus reads as 0.
 const QList<Platform> &Platforms();
 
-/// Tells whether files with the platform \a code are for the machine that this program runs on.
+/// The architectures that a platform of their own exists for.
+QStringList Architectures();
+
+bool IsPlatformCode(int code);
+
+/// Tells whether files with the platform \a code are for machines of the \a architecture.
+bool IsForArchitecture(int code, const QString &architecture);
+
+/// The same for the machine that this program runs on.
 bool IsPlatformSupported(int code);
