@@ -20,14 +20,18 @@ const char kTools[] = "/hardware/tools";
 /// Directories of the program, and those that hold the components of all packages.
 const char *const kTakenDirs[] = {"/bin", "/bin_lnx", "/downloads", kHardware, kTools};
 
+/// True for a character that could forge lines of a log.
+bool IsControlCharacter(QChar c)
+{
+    return c.category() == QChar::Other_Control || c.category() == QChar::Separator_Line
+           || c.category() == QChar::Separator_Paragraph;
+}
+
 /// True for a name that could leave its directory, or forge lines of the log.
 bool HasUnsafeCharacter(const QString &name)
 {
-    return std::any_of(name.begin(), name.end(), [](QChar c) {
-        return c == '/' || c == '\\' || c.category() == QChar::Other_Control
-               || c.category() == QChar::Separator_Line
-               || c.category() == QChar::Separator_Paragraph;
-    });
+    return name.contains('/') || name.contains('\\')
+           || std::any_of(name.begin(), name.end(), IsControlCharacter);
 }
 
 /// True for a name that would share a path in the downloads directory with something else.
@@ -85,7 +89,7 @@ QString NameFault(const QString &name)
     for (const QChar c : name) {
         if (special.contains(c))
             return QString("\"%1\" holds a \"%2\"").arg(name, c);
-        if (c.category() == QChar::Other_Control)
+        if (IsControlCharacter(c))
             return QString("\"%1\" holds a control character").arg(name);
     }
     return {};
