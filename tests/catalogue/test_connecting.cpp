@@ -10,6 +10,7 @@
 #include <QCheckBox>
 #include <QDir>
 #include <QGuiApplication>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QtTest>
 
@@ -69,10 +70,13 @@ void TestConnecting::FetchesTheCatalogue()
     WriteFile(repository.ArchivePath("core/version_latest", "stale.zip"), "12345");
 
     Installation installation;
+    QSignalSpy bar(installation.Find<QProgressBar>("pbar_dl"), &QProgressBar::valueChanged);
     installation.Connect(m_server.Url() + "/whole");
     QVERIFY(QGuiApplication::overrideCursor()
             && !installation.Find<QPushButton>("pb_connect")->isEnabled());
     QVERIFY(installation.IsConnected());
+    QVERIFY(bar.count() > 0);
+    QCOMPARE(bar[0][0].toInt(), 33); // of three probes one has ended when the last begins
     QCOMPARE(Requests(),
              QStringList({"GET/zeft_upt_fversions.info 200", "GET/bsp/hwd_doc.zip 200",
                           "GET/bsp/zeft_bsps.info 200", "HEAD/core/version_latest/a%20b.zip 200",
@@ -161,6 +165,7 @@ void TestConnecting::TakesTheAlternateLink()
     installation.Find<QCheckBox>("chk_alt_link")->setChecked(true);
     installation.Connect(PrimaryRepositoryUrl());
     QCOMPARE(installation.Log().last(), "Connecting to " + AlternateRepositoryUrl() + "...");
+    QCOMPARE(installation.Window()->base_downloader->m_timeout, 15000);
     QCOMPARE(installation.Window()->base_downloader->m_url,
              AlternateRepositoryUrl() + "/zeft/zeft_upt_fversions.info");
     installation.IsConnected(); // or not; nobody may serve there

@@ -146,25 +146,30 @@ void TestTree::SortsRecordsAndTellsTheirStatus()
     WriteFile(installation.Download("complete.zip"), "x");
     WriteFile(installation.Download("partial.zip.dnl"), "no tail");
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    MainWindow *window = installation.Window();
+    QTimer::singleShot(0, [window] { window->AddToDownload(window->records.last()); });
     Build(installation,
           {"8#same.zip#x/core/version_latest#2024-05-01T1#2#9",
            "8#zeft_bsp_old.hlib.zip#bsp#2024-05-01T1#2#9",
            "8#wrong.zip#blocks/version_latest#2024-05-01T1#1#120",
            "8#complete.zip#blocks/version_latest/y#2024-05-01#1#120",
-           "8#partial.zip#blocks/version_latest#T#1#120", "8#../x\n.zip#core/version_latest#T#1#1"},
+           "8#partial.zip#blocks/version_latest#T#1#120", "8#../x\n.zip#core/version_latest#T#1#1",
+           "8#pressed.zip#core/version_latest#T#1#1"},
           {});
     QCOMPARE(Labels(Top(installation, 2)),
              QStringList({"wrong.zip [0.0 KB]", "complete.zip [0.0 KB]", "partial.zip [0.0 KB]"}));
-    QCOMPARE(Labels(Top(installation, 3)), QStringList("same.zip [0.0 KB]"));
+    QCOMPARE(Labels(Top(installation, 3)),
+             QStringList({"same.zip [0.0 KB]", "pressed.zip [0.0 KB]"}));
     QStringList records;
-    for (const DN_FILE_STRUCT *record : installation.Window()->records)
+    for (const DN_FILE_STRUCT *record : window->records)
         records.append(
             QString("%1 %2 %3").arg(record->status).arg(record->version, ComponentDir(*record)));
     QCOMPARE(records, QStringList({"7 2024-05-01 " + installation.Path("same"),
                                    "2 2024-05-01 " + installation.Path("hardware/old"),
                                    "1 2024-05-01 " + installation.Path("wrong"),
                                    "5 2024-05-01 " + installation.Path("complete"),
-                                   "1  " + installation.Path("partial")}));
+                                   "1  " + installation.Path("partial"),
+                                   "3  " + installation.Path("pressed")}));
     QCOMPARE(QDir(installation.Path("downloads")).entryList(QDir::Files),
              QStringList("complete.zip"));
     QCOMPARE(

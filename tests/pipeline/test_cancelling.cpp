@@ -6,6 +6,8 @@
 #include "support/repository.h"
 #include "support/table.h"
 
+#include <QProgressBar>
+#include <QTableWidget>
 #include <QThread>
 #include <QtTest>
 
@@ -207,9 +209,12 @@ void TestCancelling::EndsAnInstallation()
     QVERIFY(Reach(stage, installation));
     QProcess *run = stage == RunsScript ? window->post_install_process : window->install_process;
     const bool is_own = queue.startsWith('t') && run;
+    const QByteArray run_pid = run ? Pid(run) : QByteArray();
+    window->UpdateActivityList();
+    QCOMPARE(installation.Find<QTableWidget>("table_activity")->rowCount(), 2);
     QByteArrayList pids = ReadFile(installation.Path("t.tar/child")).simplified().split(' ');
     pids.removeAll("");
-    pids += is_own ? QByteArrayList{Pid(run)} : QByteArrayList();
+    pids += is_own ? QByteArrayList{run_pid} : QByteArrayList();
     for (const QByteArray &pid : qAsConst(pids))
         QVERIFY2(IsAlive(pid), pid);
 
@@ -232,7 +237,7 @@ void TestCancelling::EndsAnInstallation()
         return;
     }
     if (run && !is_own)
-        kill(Pid(run).toInt(), SIGCONT);
+        QVERIFY(IsAlive(run_pid) && kill(run_pid.toInt(), SIGCONT) == 0);
 
     WriteFile(installation.Path("brief"), "");
     QVERIFY(installation.Work([&] {
@@ -265,6 +270,7 @@ void TestCancelling::KeepsTheRunsOfOneComponentApart()
     const DN_FILE_STRUCT *second = window->local_records[1];
     QVERIFY(Freeze(installation, window->install_process, window->install_queue, second, "noise"));
     QVERIFY(record->downloader && QFile::exists(installation.Download("p" + kKind + ".dnl")));
+    QVERIFY(installation.Find<QProgressBar>("pbar_inst")->value() > 0);
     const QStringList log = installation.Log();
     QVERIFY(log.lastIndexOf(QRegularExpression("^Deleted.*"))
             < log.indexOf("Installing file p" + kKind + "..."));

@@ -97,7 +97,8 @@ bool TestPipeline::Reaches(const DN_FILE_STRUCT *record, int status)
 
 void TestPipeline::TakesOneComponentAllTheWay()
 {
-    const QByteArray script = "#!/bin/sh\npwd >ran\nread answer || echo no >>ran\n";
+    const QByteArray script = "#!/bin/sh\necho ' 42%'\nuntil [ -e ../go ]; do sleep 0.02; done\n"
+                              "pwd >ran\nread answer || echo no >>ran\n";
     Files first = {{"core.tar/version.info", "build: 2024.05.01\r\n"},
                    {"core.tar/data/noise", RandomBytes(300000)},
                    {"core.tar/zeft_install.sh", script}};
@@ -109,7 +110,9 @@ void TestPipeline::TakesOneComponentAllTheWay()
     DN_FILE_STRUCT *record = m_installation->Record("core.tar.xz");
     QCOMPARE(record->status, int(RecordStatus::NotInstalled));
     m_installation->Press("pb_install", record);
-    QVERIFY(Reaches(record, RecordStatus::Installed));
+    QVERIFY(m_installation->Work([&] { return record->progress == 42; })); // of its script
+    QVERIFY(WriteFile(root + "/go", "") && Reaches(record, RecordStatus::Installed));
+    QVERIFY(QFile::remove(root + "/go"));
     QCOMPARE(m_installation->Log().mid(4),
              QStringList({"Downloading file core.tar.xz...",
                           "File core.tar.xz downloaded. Queued for installation.",
@@ -224,6 +227,7 @@ void TestPipeline::KeepsFilesThatOthersWaitFor()
     QVERIFY(m_installation->Work([&] { return first->downloader != nullptr; }));
     QCOMPARE(window->local_records[0]->status, int(RecordStatus::Installed));
     QVERIFY(!second->downloader && !QFile::exists(file));
+    QCOMPARE(first->downloader->m_timeout, 15000);
     second->file_size = size;
 
     window->CancelDownloadInstall(second); // its file is the one that the first one transfers
@@ -256,7 +260,7 @@ void TestPipeline::ReportsWhatFails()
     --record->file_size;
     m_installation->Window()->AddToDownload(record);
     QVERIFY(Reaches(record, RecordStatus::Installed));
-    ++record->file_size;
+    --record->file_size; // now the file is the longer one
     m_installation->Window()->AddToDownload(record);
     QVERIFY(Reaches(record, RecordStatus::Error));
     QVERIFY(QFile::exists(m_installation->Download("b.zip")));
