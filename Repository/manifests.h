@@ -3,8 +3,7 @@
 #include <QByteArray>
 #include <QStringList>
 
-// The repository's two text manifests. The fields of a line are separated by "#", which nothing
-// quotes or escapes; lines end in CR LF, and empty ones don't count.
+// The repository's two text manifests, see docs/formats.md.
 
 /// The text of \a bytes up to the first NUL, read as UTF-8.
 QString TextUpToNul(const QByteArray &bytes);
@@ -15,9 +14,9 @@ struct FileLine
     int platform = 0;     // code, see platform.h
     QString file_name;    // may be any text
     QString remote_dir;   // below "/zeft/", without a "/" at either end
-    QString time_stamp;   // of the file on the server, 2024-05-01T12:00:00.000Z
+    QString time_stamp;   // of the file on the server
     qint64 file_size = 0; // bytes
-    qint64 checksum = 0;  // sum of the bytes, each as a value from 0 to 255
+    qint64 checksum = 0;  // sum of the bytes
 };
 
 /// One line of zeft_bsps.info: a board support package of the tree.
@@ -36,16 +35,15 @@ struct PackageLine
 const QStringList &ClassNames();
 
 /// Checks zeft_upt_fversions.info and gives its lines. False, and \a lines unchanged, without the
-/// marker "//zeft_upt_fversions.info", which is looked for anywhere in the file.
+/// marker that such a file begins with.
 bool ReadFileList(QByteArray bytes, QStringList &lines);
-/// False for a line with too few fields; empty fields don't count. A text that is no number reads
-/// as 0.
+/// False for a line with too few fields.
 bool ReadFileLine(const QString &line, FileLine &file);
 QByteArray WriteFileList(const QList<FileLine> &files);
 
 /// Checks zeft_bsps.info and gives its lines. False, and \a lines unchanged, where the first "#"
-/// lies too far behind for a platform code before it; a file without any "#" passes.
+/// lies too far behind for a platform code before it.
 bool ReadPackageList(const QByteArray &bytes, QStringList &lines);
-/// False for a line that has not exactly seven fields; empty fields count.
+/// False for a line that has not exactly seven fields.
 bool ReadPackageLine(const QString &line, PackageLine &package);
 QByteArray WritePackageList(const QList<PackageLine> &packages);

@@ -3,7 +3,8 @@
 #include <QString>
 #include <QStringList>
 
-// What a repository's files are called, and what the name of a component's file means.
+// What a repository's files are called, and what the name of a component's file means, see
+// docs/formats.md.
 
 extern const char kFileList[];
 extern const char kPackageList[];

@@ -11,8 +11,7 @@ struct Platform
     const char *architecture; // QSysInfo::currentCpuArchitecture() of such a machine; null: any
 };
 
-/// All platforms, by their code. No other code suits any machine, so neither does a text that is no
-/// number and thus reads as 0.
+/// All platforms, by their code. No other code suits any machine.
 const QList<Platform> &Platforms();
 
 /// The architectures that a platform of their own exists for.

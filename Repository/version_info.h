@@ -4,10 +4,9 @@
 
 class QByteArray;
 
-// version.info, by which an installed component states its build.
+// version.info, by which an installed component states its build, see docs/formats.md.
 
-/// The build that \a bytes state, with "-" for every "."; empty if there is none. The entry is
-/// "build", ":", the value, up to the first CR LF or the end of the file.
+/// The build that \a bytes state, with "-" for every "."; empty if there is none.
 QString BuildFromVersionInfo(const QByteArray &bytes);
 
 /// What a component's directory holds.

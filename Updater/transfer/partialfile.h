@@ -3,17 +3,16 @@
 #include <QByteArray>
 #include <QString>
 
-/// The tail of a partial file: 40 bytes behind the data, by which the next attempt proves what the
-/// file holds. Little-endian: the sum of the data's bytes (64 bits), their number (64 bits), and 24
-/// characters of Latin-1 that name the version of the remote file.
+/// The tail of a partial file, by which the next attempt proves what the file holds, see
+/// docs/formats.md.
 struct PartialFileTail
 {
     static constexpr int kSize = 40;
     static constexpr int kStampSize = 24;
 
-    qint64 sum = 0;
-    qint64 length = 0;
-    QString stamp; // kStampSize characters: filled up with "0", or cut
+    qint64 sum = 0;    // of the data's bytes
+    qint64 length = 0; // of the data
+    QString stamp;     // kStampSize characters that name the version of the remote file
 
     /// Takes exactly kSize bytes.
     static PartialFileTail FromBytes(const QByteArray &bytes);
