@@ -13,7 +13,7 @@
 namespace {
 QString ContentFault(const QString &place, const QString &dir, const QString &date)
 {
-    // The toolkit passes over names that are no UTF-8.
+    // Qt passes over names that are not UTF-8.
     for (const auto &entry :
          std::filesystem::directory_iterator(QFile::encodeName(place).toStdString())) {
         const QString name = QFile::decodeName(entry.path().filename().c_str());

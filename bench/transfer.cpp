@@ -2,7 +2,7 @@
 //
 // Fetches URL into FILE, or probes it COUNT times over, and prints what that cost this process:
 // its memory before and at the peak in kB, and for how long its event loop was held, in ms of the
-// clock and of the processor. The floor is the least that a program with this toolkit can do.
+// clock and of the processor. The floor is the least that a program with Qt can do.
 
 #include "app/datasingleton.h"
 #include "transfer/filedownloader.h"

@@ -6,7 +6,7 @@ spell hits all of them; the table shows medians and their ratios to curl. The en
 or below 1.1 of curl's wall time and 1.5 of its processor time for 1 GB, within 60 MB of its idle
 memory, and may never hold its event loop longer than 20 ms; 500 probes are to take at most 1.2 of
 curl's time for them on one connection. With a loop that is blocked 50 ms at random, 600 MB are to
-arrive byte for byte within 64 MB of memory. "floor" is the smallest program with the same toolkit.
+arrive byte for byte within 64 MB of memory. "floor" is the smallest program with Qt.
 """
 
 import filecmp

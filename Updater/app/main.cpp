@@ -8,7 +8,7 @@
 
 int main(int argc, char *argv[])
 {
-    // The toolkit tells of a session that lacks something, and of faults in the repository's pages.
+    // Qt would write to the console where a session lacks something or a description is faulty.
     qInstallMessageHandler(DropMessage);
     const QApplication application(argc, argv);
     const QString root =

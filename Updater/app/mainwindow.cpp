@@ -67,7 +67,7 @@ MainWindow::MainWindow(QWidget *parent)
     , ui(new Ui_MainWindow)
 {
     InitResources();
-    // The toolkit's file dialogue would note there where the user has been.
+    // Qt's file dialogue would store there in which folders the user has been.
     QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, "/dev/null");
     ui->setupUi(this);
     setWindowTitle("ZEFT Updater");

@@ -48,6 +48,7 @@ void MainWindow::onConnect(QString url)
     repo_url = RepositoryUrl(url, settings_dlg->IsAltLink());
     DataSingleton::Inst()->AddMsg("Connecting to " + repo_url + "...", 1);
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    // As in FileDownloader::Start(): a whole URL names no host, so nobody is contacted by this call.
     network_manager.connectToHostEncrypted(repo_url, 443,
                                            QSslConfiguration::defaultConfiguration());
     StartFetch(FileListPath(), QString());

@@ -17,8 +17,8 @@
 namespace {
 
 const qint64 kBufferSize = 1000000; // staging buffer
-// The most that a reply holds back. The toolkit's own thread reads by 64 KiB; where it may run no
-// further ahead, it wakes this thread once for that much instead of once for each TLS record.
+// The most that a reply buffers. Qt's network thread reads 64 KiB at a time; with a buffer of that
+// size it wakes the main thread once for each such block and not once for each TLS record.
 const qint64 kReadAhead = 65536;
 
 const qint64 kMostInMemory = 64000000; // far above the manifests of 100,000 files
@@ -98,12 +98,14 @@ bool FileDownloader::Start(QNetworkAccessManager *manager, const QString &url, b
         m_error = m_file.errorString();
         return false;
     }
+    // An early hand-shake that nothing waits for. Qt takes the text for a host's name; as a whole
+    // URL names none, the attempt ends by itself and contacts nobody.
     if (m_ownsManager)
         m_manager->connectToHostEncrypted(url, 443, QSslConfiguration::defaultConfiguration());
 
     m_request = QNetworkRequest(QUrl(url, QUrl::TolerantMode));
     m_request.setHeader(QNetworkRequest::UserAgentHeader, UserAgent());
-    // A compressed reply has no length, and a range of one can't be read.
+    // A compressed reply has no Content-Length, and a range of one can't be decompressed.
     m_request.setRawHeader("Accept-Encoding", "identity");
     if (head_only || !resume)
         Download(head_only);
@@ -229,7 +231,10 @@ bool FileDownloader::StageData()
     return got >= 0;
 }
 
-/// False, with the reason in m_error and the file as it was, where that doesn't end in its tail or
+/// Writes what is staged in the place of the tail, and a new tail behind it unless \a final_write
+/// is set. The old tail has to go first: the new data belongs where it stands, and a resumed file
+/// is only appended to. A kill in between leaves a file without a tail, which the next attempt
+/// fetches anew. False, with the reason in m_error and the file as it was, where it has no tail or
 /// takes no more.
 bool FileDownloader::WriteStaged(bool final_write)
 {
@@ -368,8 +373,8 @@ bool FileDownloader::BringsTheFile() const
     return HttpStatus() < kMultipleChoices && !BringsOtherRange();
 }
 
-/// As BringsTheFile(), but at the end and with nothing left to read: a body may be shorter than was
-/// announced, as the toolkit lets a connection pass that closes right behind the head.
+/// True where a finished reply has brought all that it announced. Qt reports no error where the
+/// connection closes right behind the head, so the length of the body is compared.
 bool FileDownloader::BroughtTheFile() const
 {
     if (!BringsTheFile())
@@ -393,7 +398,7 @@ QString FileDownloader::ReplyError() const
         return "Server sent another part of the file";
     if (m_reply->error() != QNetworkReply::NoError)
         return m_reply->errorString();
-    // What is no error to the toolkit, with texts that look like its own: a short body, a redirect.
+    // Qt takes neither a short body nor a redirect for an error; these texts look like Qt's own.
     if (BringsTheFile())
         return "Connection closed";
     return QString("Error transferring %1 - server replied: %2")

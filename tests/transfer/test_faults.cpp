@@ -160,16 +160,16 @@ void TestFaults::EndsAsItMust_data()
     row("stalls before the first byte", kOneStall, Get, 0, {silence}, "", all);
     row("stalls in the middle of an error page", kOneStall, Get, 0, {{Page("503 Busy").chopped(9)}},
         "", all);
-    // So little that it comes at once: of what comes bit by bit, the toolkit tells the last percent
-    // or doesn't, as the time falls.
+    // So little that it comes in one piece: of several pieces, Qt may or may not report the
+    // progress of the last one.
     const QByteArray percent = all.left(kSize / 100);
     row("stalls for ever at a whole percent", kShort, Get, 0,
         Script{{Ok(percent)}} + silence_for_ever, "Remote response timeout.", percent);
     row("trickles", kShort, Get, 0, {{Ok(all), ScriptedServer::KeepOpen, 5000}}, "", all);
 
-    // Four times, as the toolkit asks up to three times more by itself if it finds the connection
-    // closed before it has read the head; with a pace, as it drops what lies in the socket when a
-    // full reply loses its connection.
+    // Four times, as Qt repeats a request up to three times by itself where the connection closes
+    // before it has read the head. With a pace, as Qt drops what lies in the socket when a reply
+    // whose buffer is full loses its connection.
     const int pace = 100000;
     for (const int count : {0, 1, 39, 40, 41, 999999, 1000000, 1000001}) {
         const QByteArray at = " at byte " + QByteArray::number(count);
@@ -314,7 +314,7 @@ void TestFaults::AsksAgainAsLongAsTheServerStalls()
 {
     FileDownloader transfer(nullptr);
     const QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
-    const int pace = 20000; // the toolkit reports no progress within the first 100 ms
+    const int pace = 20000; // Qt reports no progress within the first 100 ms
     m_server->SetScript(Script{{Ok(m_content.left(1234567)), ScriptedServer::KeepOpen, pace}}
                         + Times(9, {}));
     Start(transfer, Get, kShort);

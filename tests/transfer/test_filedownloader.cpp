@@ -271,7 +271,7 @@ void TestFileDownloader::PausesAndGoesOn()
     QVERIFY(held > kSize / 4 && held < kSize);
     transfer->Pause(); // changes nothing
     transfer->Resume();
-    transfer->Resume(); // nor does this
+    transfer->Resume(); // changes nothing, either
     Wait(transfer);
     QCOMPARE(transfer->m_error, QString());
     QVERIFY(ReadFile(Path()) == m_content);
@@ -371,7 +371,7 @@ void TestFileDownloader::LeavesNothingBehind()
         }
     };
     QVERIFY(WriteFile(m_site.filePath("c.txt"), "text"));
-    fetch_many(20); // what the toolkit opens once and for all
+    fetch_many(20); // Qt opens some descriptors once and for all
     m_manager.reset(new QNetworkAccessManager);
     const int before = OpenDescriptors();
     fetch_many(1000);
