@@ -3,8 +3,8 @@
 #include "Repository/manifests.h"
 #include "Repository/names.h"
 #include "Repository/platform.h"
+#include "catalogue/pagetext.h"
 #include "componentarchive.h"
-#include "panels/pagelimits.h"
 #include "repositorysource.h"
 #include "sourcefolder.h"
 
@@ -85,11 +85,11 @@ QString PageFault(const QString &pagesDir, const QString &page)
     if (!ReadSourceFile(pagesDir + '/' + page, bytes).isEmpty())
         return QString("the page \"%1\" cannot be read").arg(page);
     QTextCodec::ConverterState state;
-    const QString text =
+    QString text =
         QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
     if (bytes.contains('\0') || state.invalidChars > 0 || state.remainingChars > 0)
         return QString("the page \"%1\" is not UTF-8 text").arg(page);
-    if (!IsQuickToLayOut(text))
+    if (!CutForLayout(text))
         return QString("the page \"%1\" is too large to be shown").arg(page);
     return {};
 }

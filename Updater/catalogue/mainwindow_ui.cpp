@@ -12,7 +12,6 @@
 #include "common/common_helper.h"
 #include "panels/downloadwgt.h"
 #include "panels/localdownloaddlg.h"
-#include "panels/pagelimits.h"
 #include "panels/settingsdlg.h"
 #include "ui_mainwindow.h"
 
@@ -76,12 +75,7 @@ QWidget *PageByType(const QTreeWidgetItem *item)
 void ShowDescription(const QTreeWidgetItem *item)
 {
     const QString name = item->data(0, kDescriptionRole).toString();
-    const QString html = TextUpToNul(DocumentData(name));
-    auto *page = PageOf<DownloadWgt>(item);
-    if (IsQuickToLayOut(html))
-        page->SetHtmlText(html);
-    else
-        page->SetPlainText("The description is too large to be shown.");
+    PageOf<DownloadWgt>(item)->SetHtmlText(TextUpToNul(DocumentData(name)));
 }
 
 bool ShowsRecord(const QTreeWidgetItem *item, DN_FILE_STRUCT *record)

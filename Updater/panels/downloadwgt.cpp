@@ -3,6 +3,7 @@
 #include "app/datasingleton.h"
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
+#include "catalogue/pagetext.h"
 #include "panels/desktop.h"
 #include "panels/recordtable.h"
 #include "ui_downloadwgt.h"
@@ -53,6 +54,10 @@ int DownloadWgt::Rows()
 void DownloadWgt::SetHtmlText(const QString &html)
 {
     QString text = html;
+    if (!CutForLayout(text)) {
+        SetPlainText("The description is too large to be shown.");
+        return;
+    }
     text.replace("10.0pt", "8.0pt"); // before the next one, or 12 points would end at 8
     text.replace("12.0pt", "10.0pt");
     text.replace("150%", "100%");

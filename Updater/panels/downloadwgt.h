@@ -26,7 +26,8 @@ public:
     int MatchingRow(DN_FILE_STRUCT *record);
     int Rows();
 
-    /// Shows a description page, its fonts brought down to the size of the panel.
+    /// Shows a description page, its fonts brought down to the size of the panel; one that is too
+    /// long for that becomes a sentence that says so.
     void SetHtmlText(const QString &html);
     void SetPlainText(const QString &text);
     bool HasText() const;

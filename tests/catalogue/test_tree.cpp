@@ -115,10 +115,9 @@ void TestTree::ShowsDescriptions()
     WriteFile(
         installation.Download("hwd_doc/a.htm"),
         QByteArray("<p style='font-size:12.0pt'>B\xC3\xB6<img src='x.png'>ard</p>\0more", 61));
-    WriteFile(installation.Download("hwd_doc/deep.htm"),
-              QByteArray("<table><tr><td>").repeated(30));
+    WriteFile(installation.Download("hwd_doc/long.htm"), QByteArray(2000001, 'x'));
     QFile::link("../secret.htm", installation.Download("hwd_doc/link.htm"));
-    const QStringList pages = {"a.htm", "late.htm", "", "../secret.htm", "link.htm", "deep.htm"};
+    const QStringList pages = {"a.htm", "late.htm", "", "../secret.htm", "link.htm", "long.htm"};
     QStringList lines;
     for (const QString &page : pages)
         lines.append("8#0#Board####" + page);
