@@ -19,15 +19,21 @@ QString DocumentsDir()
 
 QByteArray DocumentData(const QString &name)
 {
-    if (!DataSingleton::Inst())
-        return QByteArray(); // a page that stands alone
-    const QString path = DocumentsDir() + "/" + name;
-    const QString home = QFileInfo(DocumentsDir()).canonicalFilePath() + "/";
-    const QFileInfo file(path);
     QByteArray bytes;
-    if (file.isFile() && file.size() <= kMostBytes && file.canonicalFilePath().startsWith(home))
-        GetFileData(path, bytes);
+    if (DocumentSize(name) > 0)
+        GetFileData(DocumentsDir() + "/" + name, bytes);
     return bytes;
+}
+
+qint64 DocumentSize(const QString &name)
+{
+    if (!DataSingleton::Inst())
+        return 0; // a page that stands alone
+    const QString home = QFileInfo(DocumentsDir()).canonicalFilePath() + "/";
+    const QFileInfo file(DocumentsDir() + "/" + name);
+    const bool is_document = file.isFile() && file.isReadable() && file.size() <= kMostBytes
+                             && file.canonicalFilePath().startsWith(home);
+    return is_document ? file.size() : 0;
 }
 
 void DeleteDocuments()

@@ -9,6 +9,8 @@
 /// A file of the unpacked pages; empty if it can't be read, is too large, is no regular file or
 /// lies, whatever \a name says, anywhere else.
 QByteArray DocumentData(const QString &name);
+/// The size that its file has at the moment; 0 where DocumentData() is empty.
+qint64 DocumentSize(const QString &name);
 
 /// Deletes archive and pages, if they are there.
 void DeleteDocuments();

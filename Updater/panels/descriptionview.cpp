@@ -6,6 +6,23 @@
 #include <QBuffer>
 #include <QImageReader>
 
+namespace {
+
+/// The format, by the bytes that it begins with, of a picture that can't refer to a file. An SVG
+/// can, and Qt would open what it names just to tell its size. Empty for all else.
+QByteArray BitmapFormat(const QByteArray &bytes)
+{
+    const std::pair<const char *, const char *> formats[] = {
+        {"\x89PNG", "png"}, {"\xFF\xD8\xFF", "jpeg"}, {"GIF8", "gif"}, {"BM", "bmp"}};
+    for (const auto &[begin, format] : formats) {
+        if (bytes.startsWith(begin))
+            return format;
+    }
+    return QByteArray();
+}
+
+} // namespace
+
 DescriptionView::DescriptionView(QWidget *parent)
     : QTextBrowser(parent)
 {
@@ -18,16 +35,18 @@ DescriptionView::DescriptionView(QWidget *parent)
     });
 }
 
-/// Never null: the toolkit would then look for the name all over the disk.
+/// Never null: Qt would then look for the name all over the disk.
 QVariant DescriptionView::loadResource(int type, const QUrl &name)
 {
     if (type != QTextDocument::ImageResource)
         return QByteArray("");
     QByteArray bytes;
-    if (name.isRelative())
+    if (name.isRelative()) {
         bytes = DocumentData(name.path());
-    else if (name.scheme() == "data") // RFC 2397
+        m_fileSizes[name] = bytes.size();
+    } else if (name.scheme() == "data") { // RFC 2397
         bytes = QByteArray::fromBase64(name.path().section(',', 1).toLatin1());
+    }
     const QImage picture = Picture(bytes);
     if (!picture.isNull())
         return picture;
@@ -36,11 +55,30 @@ QVariant DescriptionView::loadResource(int type, const QUrl &name)
     return nothing;
 }
 
+void DescriptionView::ShowLatePictures()
+{
+    bool is_changed = false;
+    const QList<QUrl> names = m_fileSizes.keys();
+    for (const QUrl &name : names) {
+        if (DocumentSize(name.path()) == m_fileSizes[name])
+            continue;
+        const int type = QTextDocument::ImageResource;
+        document()->addResource(type, name, loadResource(type, name));
+        is_changed = true;
+    }
+    if (is_changed)
+        document()->markContentsDirty(0, document()->characterCount());
+}
+
 /// Null for what is none, or more than the page has pixels left.
 QImage DescriptionView::Picture(QByteArray bytes)
 {
+    const QByteArray format = BitmapFormat(bytes);
+    if (format.isEmpty())
+        return QImage();
     QBuffer buffer(&bytes);
-    QImageReader reader(&buffer);
+    QImageReader reader(&buffer, format);
+    reader.setAutoDetectImageFormat(false);
     const qint64 pixels = static_cast<qint64>(reader.size().width()) * reader.size().height();
     if (!reader.size().isValid() || pixels > m_pixelsLeft)
         return QImage();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QHash>
 #include <QTextBrowser>
 
 /// Shows a description page. Pages come from the repository, so what one names is looked for among
@@ -14,8 +15,12 @@ public:
 
     QVariant loadResource(int type, const QUrl &name) override;
 
+    /// Reads again the pictures whose files were not there yet, or not whole, when they were read.
+    void ShowLatePictures();
+
 private:
     QImage Picture(QByteArray bytes);
 
-    qint64 m_pixelsLeft = 50000000; // a few bytes can hold a picture of gigabytes
+    QHash<QUrl, qint64> m_fileSizes; // of the page's pictures, as they were read
+    qint64 m_pixelsLeft = 50000000;  // a few bytes can hold a picture of gigabytes
 };

@@ -98,6 +98,7 @@ void DownloadWgt::onTimer500()
         return;
     RecordTable::UpdateStatus(ui->table);
     UpdateButtons();
+    ui->text->ShowLatePictures();
 }
 
 void DownloadWgt::on_pb_install_clicked()

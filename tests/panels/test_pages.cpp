@@ -1,5 +1,6 @@
 #include "app/mainwindow_helper.h"
 #include "catalogue/pagetext.h"
+#include "panels/descriptionview.h"
 #include "panels/downloadwgt.h"
 #include "panels/helpwnd.h"
 #include "panels/localdownloaddlg.h"
@@ -41,6 +42,9 @@ private slots:
     void LaysOutTexts();
     void CutsPages_data();
     void CutsPages();
+    void ReadsPictures_data();
+    void ReadsPictures();
+    void ShowsLatePictures();
     void Connects();
     void MirrorsTheActivity();
     void InstallsPickedFiles();
@@ -83,6 +87,16 @@ struct Page
     QPushButton *install = widget.findChild<QPushButton *>("pb_install");
     QPushButton *uninstall = widget.findChild<QPushButton *>("pb_delete");
 };
+
+QByteArray Picture(const char *format, const QSize &size = {2, 3})
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    image.save(&buffer, format);
+    return bytes;
+}
 
 QString Column(const QTableWidget *table, int column)
 {
@@ -294,6 +308,55 @@ void TestPages::CutsPages()
     QFETCH(QString, html);
     const bool is_shown = CutForLayout(html);
     QTEST(is_shown ? html : "too long", "laid_out");
+}
+
+void TestPages::ReadsPictures_data()
+{
+    const Table<QByteArray, QString, bool> row("bytes", "name", "is_shown");
+    for (const char *format : {"png", "jpeg", "bmp"})
+        row(format, Picture(format), "file", true);
+    row("gif",
+        QByteArray::fromBase64("R0lGODlhAgADAPAAAP8AAAAAACH5BAAAAAAALAAAAAACAAMAAAIChF8AOw=="),
+        "file", true);
+    row("ppm", Picture("ppm"), "file", false);
+    row("svg", "<svg xmlns='http://www.w3.org/2000/svg' width='2' height='3'/>", "file", false);
+    row("bmp of 4,096 megapixels",
+        Picture("bmp").replace(18, 8, QByteArray::fromHex("0000010000000100")), "file", false);
+    row("in the page", "", "data:image/png;base64," + Picture("png").toBase64(), true);
+    row("beside the pages", Picture("png"), "../file", false);
+    row("device", "", "/dev/zero", false);
+    row("by a whole URL", Picture("png"), "file:///dev/zero", false);
+}
+
+void TestPages::ReadsPictures()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, name);
+    QFETCH(bool, is_shown);
+    const Installation installation;
+    for (const char *file : {"file", "hwd_doc/file"})
+        WriteFile(installation.Download(file), bytes);
+    DescriptionView view(nullptr);
+    const QVariant resource = view.loadResource(QTextDocument::ImageResource, name);
+    QCOMPARE(resource.value<QImage>().size(), is_shown ? QSize(2, 3) : QSize(1, 1)); // never null
+    QVERIFY(!view.loadResource(QTextDocument::StyleSheetResource, name).isNull());
+}
+
+void TestPages::ShowsLatePictures()
+{
+    const Installation installation;
+    DownloadWgt widget({"a", "b"}, nullptr);
+    widget.SetHtmlText("<img src='late.bmp'>");
+    widget.show();
+    const QString file = installation.Download("hwd_doc/late.bmp");
+    const QByteArray picture = Picture("bmp", {200, 100});
+    const QTextDocument *page = widget.findChild<QTextBrowser *>("text")->document();
+    QVERIFY(page->size().height() < 100);
+    WriteFile(file, picture.left(40)); // seen while it is being unpacked
+    widget.onTimer500();
+    QVERIFY(page->size().height() < 100);
+    WriteFile(file, picture);
+    QTRY_VERIFY(page->size().height() > 100);
 }
 
 void TestPages::Connects()
