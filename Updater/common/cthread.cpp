@@ -14,7 +14,8 @@ void CThread::StartThread()
 {
     AwaitEndOfLeavingRun(); // or QThread doesn't start anything
     start(QThread::LowestPriority);
-    while (!IsThreadRunning() && !isFinished())
+    // Where no thread could be had, Qt says neither that it runs nor that it has finished.
+    while (!IsThreadRunning() && isRunning())
         msleep(1);
 }
 

@@ -20,6 +20,8 @@ public:
     ~CThread() override;
 
     /// Starts the thread at the lowest priority; on return PreRun() is over.
+    ///
+    /// If the system gives no thread, nothing runs: IsThreadRunning() and isFinished() are false.
     virtual void StartThread();
 
     /// Pauses or resumes the loop. With \a wait a pause has begun on return: Run() isn't being

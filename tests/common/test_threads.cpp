@@ -52,6 +52,12 @@ protected:
 void TestThreads::RunsBetweenItsEnds()
 {
     Worker worker(nullptr);
+    worker.setStackSize(1); // the system has no such thread
+    QTest::ignoreMessage(QtCriticalMsg, QRegularExpression("Thread stack size error"));
+    worker.StartThread();
+    QVERIFY(!worker.IsThreadRunning() && !worker.isFinished());
+    worker.setStackSize(0);
+
     worker.ExitThread(); // not running: the request is for the next run
     worker.StartThread();
     QTRY_COMPARE(worker.after.load(), 1);
