@@ -1,8 +1,7 @@
 #include "common/digest.h"
 
-#include "common/file_data.h"
-
 #include <QCryptographicHash>
+#include <QFile>
 
 QByteArray GenerateHashFromData(const QByteArray &data)
 {
@@ -13,7 +12,9 @@ QByteArray GenerateHashFromData(const QByteArray &data)
 
 QByteArray GenerateHashFromFile(const QString &path)
 {
-    QByteArray data;
-    GetFileData(path, data);
-    return GenerateHashFromData(data);
+    QFile file(path);
+    QCryptographicHash hash(QCryptographicHash::Sha3_512);
+    if (!file.open(QFile::ReadOnly) || file.peek(1).isEmpty() || !hash.addData(&file))
+        return QByteArray();
+    return hash.result();
 }

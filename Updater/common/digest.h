@@ -7,5 +7,5 @@
 /// nothing.
 QByteArray GenerateHashFromData(const QByteArray &data);
 
-/// The same for a whole file; empty also if it can't be opened.
+/// The same for a whole file of any size; empty also if it can't be read.
 QByteArray GenerateHashFromFile(const QString &path);

@@ -69,7 +69,10 @@ bool GetFileData(const QString &path, QByteArray &data)
     QFile file(path);
     if (!file.open(QFile::ReadOnly))
         return false;
-    data = file.readAll();
+    const QByteArray bytes = file.readAll(); // nothing of 2 GiB and more, and no error
+    if (bytes.size() < file.size())
+        return false;
+    data = bytes;
     return true;
 }
 

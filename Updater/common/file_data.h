@@ -16,7 +16,8 @@ qint64 GetFileDataChecksum(QFile &file, qint64 limit);
 /// The same for a file that is not open; -1 if it can't be opened.
 qint64 GetFileDataChecksum(const QString &path, qint64 limit);
 
-/// Replaces \a data by the whole file; false, and \a data stays, if it can't be opened.
+/// Replaces \a data by the whole file; false, and \a data stays, if it can't be read or is too
+/// large for an array.
 bool GetFileData(const QString &path, QByteArray &data);
 
 /// As GetFileData(), but gives the size of \a data, whether it was replaced or stayed.

@@ -146,10 +146,11 @@ void TestFiles::MakesAndDeletes()
     QVERIFY(CreateNewFile(file + ".dnl", "longer") && WriteFileData(file + ".dnl", {"a\0", 2}));
     QCOMPARE(ReadFileData(file + ".dnl", data), GetFileSizeInBytes(file + ".dnl"));
     QCOMPARE(data, QByteArray("a\0", 2));
-    for (const QString &none : {a + "/missing/f", a}) {
+    QVERIFY(QFile::resize(file + ".dnl", 0x80000000LL)); // more than an array holds
+    for (const QString &none : {a + "/missing/f", a, file + ".dnl"})
         QVERIFY(!GetFileData(none, data) && ReadFileData(none, data) == 2);
+    for (const QString &none : {a + "/missing/f", a})
         QVERIFY(!CreateNewFile(none, "x") && !WriteFileData(none, "x"));
-    }
     QVERIFY(CreateNewFile("/dev/full", "x") && !WriteFileData("/dev/full", "x"));
 
     QCOMPARE(RenameFileFolderHelper(file + ".dnl", "f"), file);

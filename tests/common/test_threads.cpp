@@ -4,6 +4,7 @@
 
 #include <QtTest>
 #include <memory>
+#include <sys/resource.h>
 
 class TestThreads : public QObject
 {
@@ -151,6 +152,19 @@ void TestThreads::Digests()
              QByteArray("b751850b1a57168a5693cd924b6b096e08f621827444f70d884f5d0240d2712e"
                         "10e116e9192af3c91a7ec57647e3934057340b4cf408d5a56592f8274eec53f0"));
     QCOMPARE(GenerateHashFromData(""), QByteArray());
+
+    // A file needs no room in memory, or 2 GiB would be too much.
+    QVERIFY(WriteFileData(path, "") && GenerateHashFromFile(path).isEmpty());
+    QVERIFY(QFile::resize(path, 32000000));
+    QFile pages("/proc/self/statm");
+    QVERIFY(pages.open(QFile::ReadOnly));
+    const rlim_t in_use = pages.readAll().split(' ')[0].toULongLong() * 4096;
+    const rlimit tight = {in_use + 16000000, RLIM_INFINITY};
+    const rlimit free = {RLIM_INFINITY, RLIM_INFINITY};
+    setrlimit(RLIMIT_AS, &tight);
+    const QByteArray hash = GenerateHashFromFile(path);
+    setrlimit(RLIMIT_AS, &free);
+    QCOMPARE(hash.size(), 64);
 }
 
 // A right generator fails with a probability below 1e-20.
