@@ -10,6 +10,8 @@
 
 namespace {
 
+const int kLongestText = 1000000000; // characters; a QString can hold few more
+
 bool IsDigit(QChar c)
 {
     return c >= '0' && c <= '9';
@@ -88,6 +90,10 @@ QString ShiftDecimal(bool right, int count, QString s)
     int point = s.indexOf('.');
     s.remove(point, 1);
     const auto is_zero = [](QChar c) { return c == '0'; };
+    if (std::all_of(s.cbegin(), s.cend(), is_zero))
+        count = std::min(count, s.size()); // any further place adds a zero and takes one
+    if (count > kLongestText - s.size())
+        return QString();
     if (right) {
         point += count;
         s.append(QString(std::max(0, point + 1 - s.size()), '0'));

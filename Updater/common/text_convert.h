@@ -24,7 +24,8 @@ QString EnsureNumber(QString s);
 ///
 /// It works on the text alone, so no digit is lost to rounding. For each place one zero at the
 /// start (to the right) or the end (to the left) goes, but a digit stays on each side of the point.
-/// With \a count below 1 the text comes back as it is.
+/// With \a count below 1 the text comes back as it is. A result of more than a thousand million
+/// characters is left empty.
 QString ShiftDecimal(bool right, int count, QString s);
 
 /// A dotted version as one integer: 100, 10 and 1 times its first three parts, without carry.

@@ -127,6 +127,11 @@ void TestText::ConvertsNumbers_data()
     const QString nines(kLong, '9');
     Row("far right", ShiftDecimal(right, kLong, nines), nines + QString(kLong, '0') + ".0");
     Row("far left", ShiftDecimal(left, kLong, nines), "0." + nines);
+    const int most = std::numeric_limits<int>::max();
+    Row("zero moved as far as can be",
+        ShiftDecimal(right, most, "0") + ShiftDecimal(left, most, "0"), "0.00.0");
+    Row("moved too far for a text",
+        ShiftDecimal(right, most, "1.5") + ShiftDecimal(left, most, "1"), "");
     for (const QString text : {"", ".", "5.", ".5", "000.000", "100.00", "-1.5", "0120.0340"}) {
         for (const bool way : {right, left}) {
             QString stepped = text;
