@@ -30,26 +30,26 @@ QByteArray Packet(const QByteArray &hex_timestamp)
 void TestSystem::AnswersAboutTheNetwork_data()
 {
     AddAnswerColumns();
-    const auto bare = [](const QString &ip, bool valid) { Row(ip, IsValidIP(ip, false), valid); };
-    bare("192.168.1.1", true);
-    bare("256.300.1.1", true);
-    bare("a.b.c.d", true);
-    bare("-1.2.3.4", false);
-    bare("1.2.3.4:80", false);
-    bare("::ffff:1.2.3.4", false);
-    bare("1:2:3:4:5:6:7:8:9", false);
-    bare("1:2:3:4:5:6:7::", false);
-    bare("abc", true);
-    bare("g::1", false);
-    bare("12345::1", true);
-    const auto ported = [](const QString &ip, bool valid) {
-        Row(ip + " with port", IsValidIP(ip, true), valid);
+    const auto valid = [](const char *row, const QString &ip, bool with_port = false) {
+        Row(row, IsValidIP(ip, with_port), true);
     };
-    ported("1.2.3.4:80", true);
-    ported("1.2.3.4:0", false);
-    ported("1.2.3.4", false);
-    ported("[::1]:80", true);
-    ported("::1:80", false);
+    const auto invalid = [](const char *row, const QString &ip, bool with_port = false) {
+        Row(row, IsValidIP(ip, with_port), false);
+    };
+    valid("numbers above 255", "256.300.1.1");
+    valid("words for numbers", "a.b.c.d");
+    invalid("negative number", "-1.2.3.4");
+    invalid("IPv4 with a port that is not asked for", "1.2.3.4:80");
+    invalid("IPv4 within IPv6", "::ffff:1.2.3.4");
+    invalid("nine groups, two of them empty", "1:2:3:4:5:6:7::");
+    valid("one word of hexadecimal digits", "abc");
+    invalid("letter beyond f", "g::1");
+    valid("group of five digits", "12345::1");
+    valid("IPv4 and its port", "1.2.3.4:80", true);
+    invalid("port 0", "1.2.3.4:0", true);
+    invalid("no port", "1.2.3.4", true);
+    valid("IPv6 and its port", "[::1]:80", true);
+    invalid("port of an IPv6 without brackets", "::1:80", true);
 
     const unsigned int host = 0xFFFFFFFF;
     const auto local = [](const QString &address, unsigned int mask, bool expected) {
@@ -146,12 +146,11 @@ void TestSystem::PreparesProcesses_data()
         {"LD_LIBRARY_PATH=/old:/a:/b:", "PATH=:/a:/b:", "PYTHONPATH=:/a:/b:"});
     Row("Python, nothing to add", python("", true), {"LD_LIBRARY_PATH=/old"});
 
-    Row("code 6", IsPlatformSupported(6), QSysInfo::buildCpuArchitecture() == "x86_64");
-    Row("code 7", IsPlatformSupported(7), QSysInfo::buildCpuArchitecture() == "arm64");
-    for (const int code : {8, 10, 11, 12})
-        Row(QString("code %1").arg(code), IsPlatformSupported(code), true);
-    for (const int code : {-6, 0, 5, 9, 13})
-        Row(QString("code %1").arg(code), IsPlatformSupported(code), false);
+    QList<int> supported;
+    for (int code = -6; code <= 13; ++code)
+        supported += IsPlatformSupported(code) ? QList<int>{code} : QList<int>();
+    const int own = QSysInfo::buildCpuArchitecture() == "x86_64" ? 6 : 7;
+    Row("platform codes", supported, {own, 8, 10, 11, 12});
 }
 
 QTEST_GUILESS_MAIN(TestSystem)

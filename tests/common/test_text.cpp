@@ -43,7 +43,7 @@ void TestText::FindsAndChecks_data()
     Row("empty parts", between("]x[]y[]", "[", "]"), {"kept", "", ""});
     Row("many starts without an end", between(QString(kLong, '['), "[", "]"), {"kept"});
 
-    const auto is = [](const QString &text, const char *kinds) {
+    const auto is = [](const QString &row, const QString &text, const char *kinds) {
         const QVector<QPair<bool, const char *>> checks{
             {IsStringNumeric(text, false), "unsigned"}, {IsStringNumeric(text, true), "number"},
             {IsStringRealNumber(text), "real"},         {IsStringAlphabets(text), "letters"},
@@ -53,18 +53,18 @@ void TestText::FindsAndChecks_data()
         QStringList answer;
         for (const auto &check : checks)
             answer.append(check.first ? QStringList(check.second) : QStringList());
-        Row('"' + text.left(30) + '"', answer.join(' '), kinds);
+        Row(row, answer.join(' '), kinds);
     };
-    is("0", "unsigned number hex word item");
-    is("1e3", "unsigned number hex word item");
-    is(QString(kLong, '9'), "unsigned number hex word item");
-    is("1.5", "unsigned number real word item");
-    is("-5", "number item");
-    is("00", "hex");
-    is("inf", "unsigned number letters word item");
-    is("09afAF", "hex");
+    is("zero", "0", "unsigned number hex word item");
+    is("exponent", "1e3", "unsigned number hex word item");
+    is("long number", QString(kLong, '9'), "unsigned number hex word item");
+    is("decimal point", "1.5", "unsigned number real word item");
+    is("minus sign", "-5", "number item");
+    is("two zeros", "00", "hex");
+    is("infinity", "inf", "unsigned number letters word item");
+    is("hexadecimal digits", "09afAF", "hex");
     for (const char *text : {"", "0.0", "0.00001", "1.2.3", "-", "1g", "0x1f", "@[`{", "é", "٥"})
-        is(text, "");
+        is(QString("no kind of text: \"%1\"").arg(text), text, "");
 
     Row("valid text", IsStringValid("a B-é_1(2)", ""), true);
     Row("extra character", IsStringValid("a B", "xB"), false);
@@ -137,7 +137,8 @@ void TestText::ConvertsNumbers_data()
             QString stepped = text;
             for (int count = 1; count <= 12; ++count)
                 stepped = ShiftDecimal(way, 1, stepped);
-            Row(text + (way ? " right" : " left"), ShiftDecimal(way, 12, text), stepped);
+            Row(QString("12 places %1 at once: \"%2\"").arg(way ? "right" : "left", text),
+                ShiftDecimal(way, 12, text), stepped);
         }
     }
 
