@@ -1,9 +1,9 @@
 #include "repositorychecks.h"
 
+#include "Repository/description.h"
 #include "Repository/manifests.h"
 #include "Repository/names.h"
 #include "Repository/platform.h"
-#include "catalogue/pagetext.h"
 #include "componentarchive.h"
 #include "repositorysource.h"
 #include "sourcefolder.h"

@@ -1,8 +1,8 @@
 #include "repositorywriter.h"
 
+#include "Repository/checksum.h"
 #include "Repository/manifests.h"
 #include "Repository/names.h"
-#include "common/file_data.h"
 #include "repositorysource.h"
 #include "sitefile.h"
 #include "sourcefolder.h"

@@ -2,7 +2,7 @@
 #include "app/installationlock.h"
 #include "app/mainwindow.h"
 #include "app/rootdirectory.h"
-#include "panels/desktop.h"
+#include "common/desktop.h"
 
 #include <QApplication>
 

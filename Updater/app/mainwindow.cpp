@@ -5,7 +5,7 @@
 #include "app/mainwindow_helper.h"
 #include "app/rootdirectory.h"
 #include "catalogue/endpoints.h"
-#include "panels/desktop.h"
+#include "common/desktop.h"
 #include "panels/helpwnd.h"
 #include "panels/settingsdlg.h"
 #include "transfer/filedownloader.h"

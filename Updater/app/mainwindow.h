@@ -94,7 +94,7 @@ private:
     void StartFetch(const QString &resource, const QString &file_path);
     void StartProbe(int index);
     void AcceptFileList(const QByteArray &bytes);
-    void AcceptDocuments();
+    void AcceptDescriptions();
     void AcceptPackageList(const QByteArray &bytes);
     void AcceptProbe(FileDownloader *fd);
     void MakeRecords();

@@ -48,7 +48,8 @@ void MainWindow::onConnect(QString url)
     repo_url = RepositoryUrl(url, settings_dlg->IsAltLink());
     DataSingleton::Inst()->AddMsg("Connecting to " + repo_url + "...", 1);
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-    // As in FileDownloader::Start(): a whole URL names no host, so nobody is contacted by this call.
+    // As in FileDownloader::Start(): a whole URL names no host, so nobody is contacted by this
+    // call.
     network_manager.connectToHostEncrypted(repo_url, 443,
                                            QSslConfiguration::defaultConfiguration());
     StartFetch(FileListPath(), QString());
@@ -97,7 +98,7 @@ void MainWindow::onBaseFilesDownloadFinished(FileDownloader *fd)
         fd->GetDownloadedData(bytes);
         AcceptFileList(bytes);
     } else if (fd->m_url.contains(kDescriptionsArchive)) {
-        AcceptDocuments();
+        AcceptDescriptions();
     } else if (fd->m_url.contains(kPackageList)) {
         fd->GetDownloadedData(bytes);
         AcceptPackageList(bytes);
@@ -119,7 +120,7 @@ void MainWindow::AcceptFileList(const QByteArray &bytes)
                DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsArchive);
 }
 
-void MainWindow::AcceptDocuments()
+void MainWindow::AcceptDescriptions()
 {
     const QString downloads = DataSingleton::Inst()->GetDownloadsDir();
     if (!files_before_pages) {

@@ -7,7 +7,7 @@
 #include "Repository/platform.h"
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
-#include "catalogue/documents.h"
+#include "catalogue/descriptions.h"
 #include "catalogue/records.h"
 #include "common/common_helper.h"
 #include "panels/downloadwgt.h"
@@ -75,7 +75,7 @@ QWidget *PageByType(const QTreeWidgetItem *item)
 void ShowDescription(const QTreeWidgetItem *item)
 {
     const QString name = item->data(0, kDescriptionRole).toString();
-    PageOf<DownloadWgt>(item)->SetHtmlText(TextUpToNul(DocumentData(name)));
+    PageOf<DownloadWgt>(item)->SetHtmlText(TextUpToNul(DescriptionData(name)));
 }
 
 bool ShowsRecord(const QTreeWidgetItem *item, DN_FILE_STRUCT *record)

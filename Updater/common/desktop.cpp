@@ -1,9 +1,13 @@
 #include "common/desktop.h"
 
 #include <QApplication>
+#include <QDesktopServices>
 #include <QFileDialog>
 #include <QFont>
 #include <QStandardPaths>
+#include <QUrl>
+
+#include <cstdio>
 
 QString GetZeftUserDataDir()
 {
@@ -48,4 +52,22 @@ float GetSystemFontSize(float factor)
 QString GetSystemFontFamily()
 {
     return QApplication::font().family();
+}
+
+bool IsConfirmed(QWidget *parent, const QString &question)
+{
+    return AskUser(parent, question, QMessageBox::Yes, QMessageBox::Cancel);
+}
+
+void DropMessage(QtMsgType type, const QMessageLogContext &, const QString &text)
+{
+    if (type == QtFatalMsg)
+        std::fputs(qPrintable(text + '\n'), stderr);
+}
+
+void OpenOnDesktop(const QUrl &url)
+{
+    const QtMessageHandler printer = qInstallMessageHandler(DropMessage);
+    QDesktopServices::openUrl(url);
+    qInstallMessageHandler(printer);
 }

@@ -2,6 +2,8 @@
 
 #include <QMessageBox>
 
+class QUrl;
+
 /// Where the user's own data goes, below the documents folder. It need not exist.
 QString GetZeftUserDataDir();
 
@@ -28,3 +30,13 @@ constexpr bool IsGlMultiSamplingSupported()
 float GetSystemFontSize(float factor);
 
 QString GetSystemFontFamily();
+
+/// Asks before something that is hard to undo. True for Yes; closing the box counts as no.
+bool IsConfirmed(QWidget *parent, const QString &question);
+
+/// A handler for qInstallMessageHandler() that keeps Qt's messages off the console, but
+/// for why it can't go on.
+void DropMessage(QtMsgType type, const QMessageLogContext &context, const QString &text);
+
+/// Opens \a url in the desktop's browser. That there is none is not reported, nor printed.
+void OpenOnDesktop(const QUrl &url);

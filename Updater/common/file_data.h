@@ -1,10 +1,9 @@
 #pragma once
 
+#include "Repository/checksum.h"
+
 #include <QByteArray>
 #include <QFile>
-
-/// The sum of the bytes up to \a end, each as a value from 0 to 255.
-qint64 SumOfBytes(const unsigned char *begin, const unsigned char *end);
 
 /// Sums the bytes of \a file, each as a value from 0 to 255, from its beginning.
 ///

@@ -1,7 +1,7 @@
 #include "panels/descriptionview.h"
 
-#include "catalogue/documents.h"
-#include "panels/desktop.h"
+#include "catalogue/descriptions.h"
+#include "common/desktop.h"
 
 #include <QBuffer>
 #include <QImageReader>
@@ -42,7 +42,7 @@ QVariant DescriptionView::loadResource(int type, const QUrl &name)
         return QByteArray("");
     QByteArray bytes;
     if (name.isRelative()) {
-        bytes = DocumentData(name.path());
+        bytes = DescriptionData(name.path());
         m_fileSizes[name] = bytes.size();
     } else if (name.scheme() == "data") { // RFC 2397
         bytes = QByteArray::fromBase64(name.path().section(',', 1).toLatin1());
@@ -60,7 +60,7 @@ void DescriptionView::ShowLatePictures()
     bool is_changed = false;
     const QList<QUrl> names = m_fileSizes.keys();
     for (const QUrl &name : names) {
-        if (DocumentSize(name.path()) == m_fileSizes[name])
+        if (DescriptionSize(name.path()) == m_fileSizes[name])
             continue;
         const int type = QTextDocument::ImageResource;
         document()->addResource(type, name, loadResource(type, name));

@@ -1,10 +1,10 @@
 #include "panels/downloadwgt.h"
 
+#include "Repository/description.h"
 #include "app/datasingleton.h"
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
-#include "catalogue/pagetext.h"
-#include "panels/desktop.h"
+#include "common/desktop.h"
 #include "panels/recordtable.h"
 #include "ui_downloadwgt.h"
 

@@ -1,7 +1,7 @@
 #include "panels/helpwnd.h"
 
 #include "common/common_helper.h"
-#include "panels/desktop.h"
+#include "common/desktop.h"
 
 #include <QAction>
 #include <QProcess>

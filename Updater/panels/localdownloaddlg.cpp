@@ -4,7 +4,7 @@
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
 #include "common/common_helper.h"
-#include "panels/desktop.h"
+#include "common/desktop.h"
 #include "panels/recordtable.h"
 #include "ui_localdownloaddlg.h"
 

@@ -5,7 +5,7 @@
 #include "Repository/names.h"
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
-#include "catalogue/documents.h"
+#include "catalogue/descriptions.h"
 #include "common/common_helper.h"
 #include "pipeline/downloads.h"
 #include "pipeline/extractor.h"
@@ -365,5 +365,5 @@ void MainWindow::DeleteLeftovers(const DN_FILE_STRUCT &record)
 void MainWindow::DelNonRequiredFiles()
 {
     if (MayWork())
-        DeleteDocuments();
+        DeleteDescriptions();
 }

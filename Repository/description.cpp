@@ -1,4 +1,4 @@
-#include "catalogue/pagetext.h"
+#include "Repository/description.h"
 
 #include <QRegularExpression>
 

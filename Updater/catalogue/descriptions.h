@@ -8,9 +8,9 @@
 
 /// A file of the unpacked pages; empty if it can't be read, is too large, is no regular file or
 /// lies, whatever \a name says, anywhere else.
-QByteArray DocumentData(const QString &name);
-/// The size that its file has at the moment; 0 where DocumentData() is empty.
-qint64 DocumentSize(const QString &name);
+QByteArray DescriptionData(const QString &name);
+/// The size that its file has at the moment; 0 where DescriptionData() is empty.
+qint64 DescriptionSize(const QString &name);
 
 /// Deletes archive and pages, if they are there.
-void DeleteDocuments();
+void DeleteDescriptions();
