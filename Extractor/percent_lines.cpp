@@ -1,7 +1,8 @@
 #include "percent_lines.h"
 
+#include "trimmed.h"
+
 #include <algorithm>
-#include <cctype>
 
 namespace {
 
@@ -10,13 +11,7 @@ constexpr std::size_t kLongestLine = 80; // a longer one can't be a percent
 /// The percent that \a line says, from 0 to 100; -1 if it is anything else.
 int ReadPercent(std::string_view line)
 {
-    const auto isBlank = [](char letter) { return std::isspace(letter & 0xff) != 0; };
-    while (!line.empty() && isBlank(line.front())) {
-        line.remove_prefix(1);
-    }
-    while (!line.empty() && isBlank(line.back())) {
-        line.remove_suffix(1);
-    }
+    line = Trimmed(line);
     if (line.size() < 2 || line.size() > 4 || line.back() != '%') {
         return -1;
     }

@@ -33,6 +33,7 @@ class Log
 {
 public:
     explicit Log(const std::string &name)
+        : m_name(name)
     {
         ::unlink(name.c_str()); // others may still write to the last run's log, or it is a link
         constexpr mode_t kMode = 0644;
@@ -46,16 +47,27 @@ public:
             throw SystemFailure(name);
         }
     }
+    ~Log()
+    {
+        const bool isEmpty = Size() == 0;
+        m_file.Reset();
+        // No lease is to be had of a file that a process left running may still write to.
+        const UniqueFd again(::open(m_name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
+        if (isEmpty && ::fcntl(again.Get(), F_SETLEASE, F_RDLCK) == 0) {
+            ::unlink(m_name.c_str());
+        }
+    }
+    Log(const Log &) = delete;
+    Log &operator=(const Log &) = delete;
 
     int File() const { return m_file.Get(); }
 
     /// Reads what has come so far; a process that never stops talking doesn't hold this up.
     void Follow(PercentLines &lines)
     {
-        struct stat status = {};
-        ::fstat(m_file.Get(), &status);
+        const off_t size = Size();
         char text[4096];
-        while (m_read < status.st_size) {
+        while (m_read < size) {
             const ssize_t got = ::pread(m_file.Get(), text, sizeof text, m_read);
             if (got <= 0) {
                 return;
@@ -66,6 +78,14 @@ public:
     }
 
 private:
+    off_t Size() const
+    {
+        struct stat status = {};
+        ::fstat(m_file.Get(), &status);
+        return status.st_size;
+    }
+
+    const std::string m_name;
     UniqueFd m_file;
     off_t m_read = 0;
 };

@@ -1,6 +1,8 @@
 #include "script_process.h"
 
 #include "failure.h"
+#include "input_file.h"
+#include "trimmed.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -41,11 +43,34 @@ int ExitCodeOf(int status)
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
+/// The command line that runs \a script: the program that its first line names, the rest of that
+/// line as one argument, and the script; the script alone if no program is named. The kernel does
+/// the same, but only for a file with the execute bit, which an archive made on Windows lacks, and
+/// whose lines may end in a carriage return and a line feed.
+std::vector<std::string> ReadCommand(const std::string &script)
+{
+    char start[255]; // of the first line, as much as the kernel looks at
+    std::string_view line(start, InputFile(script).ReadAt(0, start, sizeof start));
+    line = line.substr(0, line.find('\n'));
+    std::vector<std::string> command;
+    if (line.substr(0, 2) == "#!") {
+        line = Trimmed(line.substr(2));
+        const std::size_t end = std::min(line.find_first_of(" \t"), line.size());
+        for (const std::string_view word : {line.substr(0, end), Trimmed(line.substr(end))}) {
+            if (!word.empty()) {
+                command.emplace_back(word);
+            }
+        }
+    }
+    command.push_back(script);
+    return command;
+}
+
 // What follows runs in the forked processes, which leave by _exit() alone.
 
 struct ScriptSetup
 {
-    const std::string &script;
+    char *const *command; // ends with a null
     const std::string &folder;
     int output;
     int failure; // a pipe that takes the errno of a failed start
@@ -66,10 +91,11 @@ struct ScriptSetup
     const int null = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     if (null >= 0 && ::dup2(null, STDIN_FILENO) >= 0 && ::dup2(setup.output, STDOUT_FILENO) >= 0
         && ::dup2(setup.output, STDERR_FILENO) >= 0 && ::chdir(setup.folder.c_str()) == 0) {
-        const char *const script = setup.script.c_str();
-        ::execl(script, script, nullptr);
-        if (errno == ENOEXEC || errno == EACCES) {
-            ::execl("/bin/sh", "sh", script, nullptr);
+        const char *const program = setup.command[0];
+        ::execv(program, setup.command);
+        const bool namesNone = !setup.command[1];
+        if (namesNone && (errno == ENOEXEC || errno == EACCES)) {
+            ::execl("/bin/sh", "sh", program, nullptr);
         }
     }
     const int error = errno;
@@ -157,6 +183,14 @@ void KillDescendants(pid_t script)
 
 ScriptProcess::ScriptProcess(const std::string &script, const std::string &folder, int output)
 {
+    std::vector<std::string> words = ReadCommand(script);
+    std::vector<char *> command;
+    command.reserve(words.size() + 1);
+    for (std::string &word : words) {
+        command.push_back(word.data());
+    }
+    command.push_back(nullptr);
+
     Pipe life = MakePipe();
     Pipe failure = MakePipe();
     // Blocked, so that it can be waited for here and in the watcher.
@@ -166,7 +200,8 @@ ScriptProcess::ScriptProcess(const std::string &script, const std::string &folde
     if (m_watcher == 0) {
         life.writing.Reset();
         failure.reading.Reset();
-        BecomeWatcher({script, folder, output, failure.writing.Get()}, std::move(life.reading));
+        BecomeWatcher({command.data(), folder, output, failure.writing.Get()},
+                      std::move(life.reading));
     }
     if (m_watcher < 0) {
         throw SystemFailure(script);

@@ -17,8 +17,9 @@
 class ScriptProcess
 {
 public:
-    /// Starts \a script, an absolute path, by its first line, or by sh if it has no "#!" there or
-    /// may not be executed. It works in \a folder, reads nothing, and writes to \a output.
+    /// Starts \a script, an absolute path, by the program that its first line names, executable or
+    /// not, or by sh if that names none. It works in \a folder, reads nothing, and writes to
+    /// \a output.
     ScriptProcess(const std::string &script, const std::string &folder, int output);
     ~ScriptProcess();
     ScriptProcess(const ScriptProcess &) = delete;

@@ -38,8 +38,9 @@ class Script(ExtractorTest):
         self.addCleanup(self.kill_all)
 
     def command(self, text, mode=0o755):
-        if text is None:
-            os.unlink(self.script)
+        if callable(text):
+            subprocess.run(["rm", "-rf", self.script], check=True)
+            text(self.script)
         else:
             text = text.replace("{pids}", self.pids).encode()
             make_tree(self.folder, {"zeft_install.sh": (mode, text)})
@@ -50,7 +51,8 @@ class Script(ExtractorTest):
                               stdin=subprocess.PIPE, text=True, timeout=60)
 
     def log(self):
-        return Path(self.downloads, "Comp_install.log").read_text()
+        log = Path(self.downloads, "Comp_install.log")
+        return log.read_text() if log.exists() else None
 
     def started(self):
         return [int(pid) for pid in Path(self.pids).read_text().split()]
@@ -64,12 +66,17 @@ class Script(ExtractorTest):
         python = "#!/usr/bin/env python3\nimport os, sys\nprint(os.getcwd(), sys.argv[0])\n"
         shell = 'echo "$PWD $0"; read -r line || echo nothing'
         place = f"{self.folder} {self.script}\n"
+        of_windows = python.replace("\n", "\r\n")
         for name, text, mode, said in (
                 ("by its first line", python, 0o755, place),
                 ("without a first line", shell, 0o755, place + "nothing\n"),
-                ("not executable", "#!/usr/bin/python3\n" + shell, 0o644, place + "nothing\n"),
+                ("not executable", python, 0o644, place),
+                ("not executable, without a first line", shell, 0o644, place + "nothing\n"),
+                ("one argument", "#! /usr/bin/printf \t[%s %%]\t", 0o644, f"[{self.script} %]"),
+                ("lines that end as on Windows", of_windows, 0o755, place),
+                ("those, not executable", of_windows, 0o644, place),
                 ("error output, too", "echo error >&2", 0o755, "error\n"),
-                ("the log is made anew", "", 0o755, "")):
+                ("an empty log is removed", "", 0o755, None)):
             with self.subTest(name):
                 run = self.run_script(text, mode)
                 self.assertEqual((run.returncode, run.stdout, run.stderr, self.log()),
@@ -102,18 +109,22 @@ class Script(ExtractorTest):
                 ("exit code", "exit 7", 7, "ended with code 7"),
                 ("signal", "kill -TERM $$", 143, "ended with code 143"),
                 ("no such program", "#!/no/such/program\n", 1, "No such file"),
-                ("no script", None, 1, "zeft_install.sh: No such file")):
+                ("no script", lambda path: None, 1, "zeft_install.sh: No such file"),
+                ("folder", os.mkdir, 1, "zeft_install.sh: not a file"),
+                ("named pipe", os.mkfifo, 1, "zeft_install.sh: not a file"),
+                ("device", lambda path: os.symlink("/dev/zero", path), 1, "not a file")):
             with self.subTest(name):
                 run = self.run_script(text)
                 self.assertEqual((run.returncode, run.stdout), (code, ""))
                 self.assertIn(message, run.stderr)
 
     def test_services_outlive_a_normal_end(self):
-        run = self.run_script("""(while echo talks; do sleep 0.05; done) & echo $! > {pids}
-                                 setsid sleep 1000 & echo $! >> {pids}""")
-        self.assertEqual((run.returncode, run.stderr), (0, ""))
-        length = len(self.log())
-        while len(self.log()) == length:  # the service still writes
+        os.mkfifo(self.pids + ".go")
+        run = self.run_script("""(cat {pids}.go; while echo talks; do sleep 0.05; done) &
+                                 echo $! > {pids}; setsid sleep 1000 & echo $! >> {pids}""")
+        self.assertEqual((run.returncode, run.stderr, self.log()), (0, "", ""))
+        Path(self.pids + ".go").write_text("")
+        while not self.log():  # the service still writes
             time.sleep(0.01)
         self.assertEqual([lives(pid) for pid in self.started()], [True, True])
 
