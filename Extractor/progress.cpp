@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <poll.h>
 #include <system_error>
 
 namespace {
@@ -70,6 +71,10 @@ void Progress::Print(int percent)
 {
     m_percent = percent;
 
+    pollfd output = {m_output, POLLOUT, 0};
+    if (::poll(&output, 1, 0) <= 0) {
+        return;
+    }
     char line[8];
     const int length = std::snprintf(line, sizeof line, "%3d%%\n", percent);
     [[maybe_unused]] const ssize_t written =

@@ -9,8 +9,8 @@
 
 /// The percent lines on standard output, each written at once: "%3d%%" and a line feed.
 ///
-/// They never fall. Any thread may report. An output that is closed or broken is no fault: the work
-/// counts, not its display.
+/// They never fall. Any thread may report. An output that is closed or broken is no fault, and one
+/// that is full loses the line, for then nobody reads: the work counts, not its display.
 class Progress
 {
 public:

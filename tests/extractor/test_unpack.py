@@ -1,5 +1,6 @@
 """Archives of other programs, whole ones: what comes out is what went in."""
 
+import fcntl
 import io
 import os
 import random
@@ -99,6 +100,16 @@ class Formats(ExtractorTest):
                                 "#xtar", "#" + self.path("a"), "#" + target], check=True,
                                stdout=subprocess.DEVNULL)
                 self.assertEqual(read_tree(target), COMPONENT)
+
+    def test_a_reader_that_stands_still_holds_nothing_up(self):
+        make_tree(self.path("source"), COMPONENT)
+        shell('tar -czf "$1" Comp')(self.path("source"), self.path("a"))
+        reader, writer = os.pipe()
+        with open(reader, "rb"), open(writer, "wb", buffering=0) as full:
+            full.write(bytes(fcntl.fcntl(reader, fcntl.F_GETPIPE_SZ)))
+            subprocess.run([EXTRACTOR, "#uzip", "#" + self.path("a"), "#" + self.target],
+                           check=True, stdout=full, timeout=120)
+        self.assertEqual(read_tree(self.target), COMPONENT)
 
     def test_few_threads_or_none_suffice(self):
         os.chmod(self.home, 0o755)
