@@ -33,10 +33,10 @@ UniqueFd OpenDestination(const std::string &path)
 
 } // namespace
 
-Destination::Destination(const std::string &path)
+Destination::Destination(const std::string &path, std::uint64_t archiveSize)
     : m_folder(OpenDestination(path))
     , m_mask(::umask(0))
-    , m_space(m_folder.Get())
+    , m_space(m_folder.Get(), archiveSize)
 {
 }
 

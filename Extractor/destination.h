@@ -24,7 +24,7 @@ class Destination
 {
 public:
     /// Makes the folder if it is missing.
-    explicit Destination(const std::string &path);
+    Destination(const std::string &path, std::uint64_t archiveSize);
     ~Destination();
 
     int Folder() const { return m_folder.Get(); }

@@ -8,6 +8,12 @@
 
 namespace {
 
+// What a component grows to is a few times its archive's size, and some of its files may be empty
+// or full of zeros; a bomb grows to thousands of times its size.
+constexpr std::uint64_t kHonestGrowth = 100;
+constexpr std::uint64_t kSmall = std::uint64_t{16} * 1024 * 1024; // harmless, whatever it grew from
+constexpr std::uint64_t kFileCost = 4096; // bytes, of a file's place in its folder and on the disk
+
 constexpr std::uint64_t kLargestReserve = std::uint64_t{256} * 1024 * 1024;
 constexpr std::uint64_t kReservePart = 50; // of the file system, so 2 percent
 
@@ -27,9 +33,19 @@ std::uint64_t Allowance(std::uint64_t left, std::uint64_t wanted, std::uint64_t 
 
 } // namespace
 
+DiskSpace::DiskSpace(int folder, std::uint64_t archiveSize)
+    : m_folder(folder)
+    , m_honest(kSmall + kHonestGrowth * archiveSize)
+{
+}
+
 void DiskSpace::Take(std::uint64_t bytes, std::uint64_t files)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    m_taken += bytes + files * kFileCost;
+    if (m_taken <= m_honest) {
+        return;
+    }
     if (bytes > m_bytes || files > m_files) {
         Look(bytes, files);
     }

@@ -3,26 +3,26 @@
 #include <cstdint>
 #include <mutex>
 
-/// Keeps an archive from filling the disk: what it may take is what is free, less a reserve.
-/// Any thread may ask.
+/// Keeps an archive that is made to fill the disk from doing so: once it has grown to far more than
+/// a component would, a reserve stays free. Others may take the last free block. Any thread may
+/// ask.
 class DiskSpace
 {
 public:
     /// \a folder is a descriptor on the file system in question, and must stay open.
-    explicit DiskSpace(int folder)
-        : m_folder(folder)
-    {
-    }
+    DiskSpace(int folder, std::uint64_t archiveSize);
 
     /// To be called before \a bytes are written or a file or folder is made (\a files is 1);
-    /// throws a Failure if that would eat into the reserve.
+    /// throws a Failure if that would eat into a reserve that has to be kept.
     void Take(std::uint64_t bytes, std::uint64_t files);
 
 private:
     void Look(std::uint64_t bytes, std::uint64_t files);
 
     int m_folder;
+    const std::uint64_t m_honest; // bytes that the archive may take without a look
     std::mutex m_mutex;
+    std::uint64_t m_taken = 0; // bytes, ever
     std::uint64_t m_bytes = 0; // that may be taken before the file system is asked again
     std::uint64_t m_files = 0;
 };

@@ -184,7 +184,7 @@ void Unpack(const std::string &archivePath, const std::string &destinationPath, 
     ::setenv("TZ", ":/etc/localtime", 0);
 
     const InputFile file(archivePath);
-    Destination destination(destinationPath);
+    Destination destination(destinationPath, file.Size());
     try {
         UnpackAny(file, destination, progress);
         destination.Complete();

@@ -81,6 +81,12 @@ def as_user():
     return {"user": 65534, "group": 65534} if os.geteuid() == 0 else {}
 
 
+def run_on_tmpfs(options, line, place, *arguments):
+    """Runs line in a shell that finds a new file system at place, its $1, and the extractor as $0."""
+    return subprocess.run(["unshare", "-rm", "sh", "-c", f'mount -t tmpfs -o {options} t "$1"; {line}',
+                           EXTRACTOR, place, *arguments], capture_output=True, text=True)
+
+
 def shell(line):
     """A maker of archives: runs line in the folder to pack, with the archive's path as $1."""
     def make(source, archive):

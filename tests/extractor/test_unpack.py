@@ -10,7 +10,8 @@ import unittest
 import zipfile
 from pathlib import Path
 
-from support import EXTRACTOR, ExtractorTest, as_user, make_tree, read_tree, shell
+from support import (EXTRACTOR, ExtractorTest, as_user, make_tree, read_tree, run_on_tmpfs,
+                     shell)
 
 COMPONENT = {
     "Comp": (0o755, None),
@@ -110,6 +111,18 @@ class Formats(ExtractorTest):
             subprocess.run([EXTRACTOR, "#uzip", "#" + self.path("a"), "#" + self.target],
                            check=True, stdout=full, timeout=120)
         self.assertEqual(read_tree(self.target), COMPONENT)
+
+    def test_the_last_free_block_is_used(self):
+        tree = {"C/version.info": (0o644, b"build : 1"),
+                "C/f": (0o644, random.Random(1).randbytes((10 << 20) - os.sysconf("SC_PAGESIZE")))}
+        make_tree(self.path("source"), tree)
+        for pack in ('tar -czf "$1" C', 'zip -qr - C > "$1"'):
+            with self.subTest(pack):
+                shell(pack)(self.path("source"), self.path("a"))
+                run = run_on_tmpfs("size=10m", """
+                    "$0" "#uzip" "#$2" "#$1" && diff -r "$3" "$1" && df --output=avail "$1" """,
+                    self.target, self.path("a"), self.path("source"))
+                self.assertEqual((run.stdout.split()[-2:], run.stderr), (["Avail", "0"], ""))
 
     def test_few_threads_or_none_suffice(self):
         os.chmod(self.home, 0o755)
