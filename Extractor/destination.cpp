@@ -31,18 +31,21 @@ UniqueFd OpenDestination(const std::string &path)
     return folder;
 }
 
+/// It can't be asked for without being set.
+mode_t CurrentMask()
+{
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    return mask;
+}
+
 } // namespace
 
 Destination::Destination(const std::string &path, std::uint64_t archiveSize)
     : m_folder(OpenDestination(path))
-    , m_mask(::umask(0))
+    , m_mask(CurrentMask())
     , m_space(m_folder.Get(), archiveSize)
 {
-}
-
-Destination::~Destination()
-{
-    ::umask(m_mask);
 }
 
 template <typename Make>
@@ -74,7 +77,7 @@ void Destination::MakeFolder(int parent, const std::string &name, bool isTop)
         }
     }
     m_space.Take(0, 1);
-    if (::mkdirat(parent, name.c_str(), Masked(0777)) == 0) {
+    if (::mkdirat(parent, name.c_str(), 0777) == 0) {
         if (isTop) {
             m_made.push_back(name);
         }
@@ -250,7 +253,7 @@ void Destination::SetAttributes(FolderWalk &walk, bool ofWaiting)
         }
         const UniqueFd folder(::openat(walk.Make(ParentOf(path)), path.back().c_str(),
                                        O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-        if (!folder || ::fchmod(folder.Get(), attributes.mode) != 0) {
+        if (!folder || ::fchmod(folder.Get(), attributes.mode & ~m_mask) != 0) {
             throw SystemFailure(JoinPath(path));
         }
         if (attributes.modified) {

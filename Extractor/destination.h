@@ -25,13 +25,9 @@ class Destination
 public:
     /// Makes the folder if it is missing.
     Destination(const std::string &path, std::uint64_t archiveSize);
-    ~Destination();
 
     int Folder() const { return m_folder.Get(); }
     DiskSpace &Space() { return m_space; }
-
-    /// The permissions that the user's mask leaves of \a mode.
-    mode_t Masked(mode_t mode) const { return mode & ~m_mask; }
 
     /// Makes the folder \a name in \a parent unless it is there. A top folder that was there loses
     /// its `version.info`: from now on it isn't what that file says.
@@ -73,7 +69,7 @@ private:
     void RevealVersionInfos(FolderWalk &walk);
 
     UniqueFd m_folder;
-    mode_t m_mask; // the user's umask; the process has none while this lives
+    const mode_t m_mask; // what the user takes from the permissions of all that is new
     DiskSpace m_space;
 
     std::mutex m_mutex;           // of all below

@@ -74,6 +74,11 @@ std::optional<timespec> ModifiedOf(archive_entry *entry)
     return timespec{archive_entry_mtime(entry), archive_entry_mtime_nsec(entry)};
 }
 
+mode_t PermissionsOf(archive_entry *entry)
+{
+    return archive_entry_perm(entry) & 0777;
+}
+
 /// The name of an entry, or of what it links to.
 std::string NameOf(const ArchiveReader &reader, const char *name)
 {
@@ -99,13 +104,13 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
     }
     const char *const hardLink = archive_entry_hardlink(entry);
     if (hardLink && archive_entry_size(entry) == 0) {
-        m_destination.LinkNow(m_walk, path, ParseEntryPath(hardLink));
+        m_destination.LinkNow(m_walk, path, ParseEntryPath(NameOf(reader, hardLink)));
         return;
     }
     switch (archive_entry_filetype(entry)) {
     case AE_IFDIR:
         m_walk.Make(path);
-        m_destination.SetAttributesLater(path, {ModeOf(reader, entry), ModifiedOf(entry)});
+        m_destination.SetAttributesLater(path, {PermissionsOf(entry), ModifiedOf(entry)});
         break;
     case AE_IFREG:
         if ((archive_entry_perm(entry) & (S_ISUID | S_ISGID)) != 0) {
@@ -121,21 +126,11 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
     }
 }
 
-mode_t EntryWriter::ModeOf(const ArchiveReader &reader, archive_entry *entry) const
-{
-    const mode_t mode = archive_entry_perm(entry) & 0777;
-    const ArchiveReader::Format format = reader.GetFormat();
-    // Cabinets know no permissions, nor does many a 7z; libarchive makes up some.
-    const bool areMadeUp =
-        format == ArchiveReader::Format::Cab || format == ArchiveReader::Format::SevenZip;
-    return areMadeUp ? m_destination.Masked(mode) : mode;
-}
-
 void EntryWriter::WriteFile(ArchiveReader &reader, archive_entry *entry, const EntryPath &path)
 {
     const int folder = m_walk.Make(ParentOf(path));
     const std::string name = m_destination.Waiting(path);
-    NewFile file(m_destination.MakeFile(path, folder, name, ModeOf(reader, entry)), folder, name);
+    NewFile file(m_destination.MakeFile(path, folder, name, PermissionsOf(entry)), folder, name);
     ArchiveReader::Block block;
     while (reader.NextBlock(block)) {
         m_destination.Space().Take(block.bytes.size(), 0);

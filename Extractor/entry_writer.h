@@ -18,7 +18,6 @@ public:
     void Write(ArchiveReader &reader, archive_entry *entry);
 
 private:
-    mode_t ModeOf(const ArchiveReader &reader, archive_entry *entry) const;
     void WriteFile(ArchiveReader &reader, archive_entry *entry, const EntryPath &path);
 
     Destination &m_destination;

@@ -95,9 +95,6 @@ private:
         if (archive_entry_filetype(entry) == AE_IFDIR) {
             m_directory.CheckFolder(index);
         }
-        if (!m_directory.HasPermissions(index)) {
-            archive_entry_set_perm(entry, m_destination.Masked(archive_entry_perm(entry)));
-        }
         writer.Write(reader, entry);
     }
 

@@ -16,7 +16,6 @@ constexpr std::size_t kLocatorSize = 20; // stands before the end record of a zi
 constexpr std::size_t kEnd64Size = 56;   // stands before the locator
 constexpr std::size_t kEntrySize = 46;   // names and such left out
 constexpr std::size_t kLocalSize = 30;   // of the header before the data
-constexpr std::uint64_t kUnix = 3;       // the system that an entry was packed on
 constexpr std::uint64_t kIn64 = 0xffffffff;
 constexpr std::uint64_t kZip64Field = 1;
 
@@ -185,10 +184,8 @@ void ZipDirectory::Read(const std::vector<char> &directory, std::uint64_t before
         NumberOr64(rest.data() + 24, field64);
         const std::uint64_t packedSize = NumberOr64(rest.data() + 20, field64);
         const std::uint64_t offset = NumberOr64(rest.data() + 42, field64) + before;
-        m_entries.push_back(
-            {std::string(rest.substr(kEntrySize, nameSize)), offset, packedSize,
-             Number(rest.data() + 16, 4),
-             Number(rest.data() + 5, 1) == kUnix && Number(rest.data() + 40, 2) != 0});
+        m_entries.push_back({std::string(rest.substr(kEntrySize, nameSize)), offset, packedSize,
+                             Number(rest.data() + 16, 4)});
         rest.remove_prefix(size);
     }
 }

@@ -24,9 +24,6 @@ public:
     std::size_t Size() const { return m_entries.size(); }
     std::uint64_t PackedSize(std::size_t index) const { return m_entries[index].packedSize; }
 
-    /// Whether the entry's permissions are of a Unix system; else libarchive makes up some.
-    bool HasPermissions(std::size_t index) const { return m_entries[index].hasPermissions; }
-
     /// Throws a Failure unless the header that stands before the entry's data says the same name.
     void CheckEntry(std::size_t index) const;
 
@@ -44,7 +41,6 @@ private:
         std::uint64_t offset; // of its other header, in the file
         std::uint64_t packedSize;
         std::uint64_t checksum;
-        bool hasPermissions;
     };
 
     void Read(const std::vector<char> &directory, std::uint64_t before);

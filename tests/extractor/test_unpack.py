@@ -31,7 +31,7 @@ COMPONENT = {
 }
 WITHOUT_LINKS = {path: entry for path, entry in COMPONENT.items() if entry[0] is not None}
 # What a cabinet can hold of it: no permissions, no links, no empty folders.
-IN_CABINET = {path: (0o755 if content is None else 0o644, content)
+IN_CABINET = {path: (0o777 if content is None else 0o666, content)
               for path, (_, content) in WITHOUT_LINKS.items() if path != "Comp/empty folder"}
 
 FORMATS = {  # the archive's ending, how it is made, the tree that comes out
@@ -72,8 +72,10 @@ class Formats(ExtractorTest):
                 archive = self.path(name, "Päckchen 1" + ending)
                 make(source, archive)
                 command = "#xtar" if ".tar." in ending else "#uzip"
-                self.succeed(command, archive, target, env={})
-                self.assertEqual(read_tree(target), expected)
+                self.succeed(command, archive, target, env={}, umask=0o027)
+                self.assertEqual(read_tree(target),
+                                 {path: (mode if mode is None else mode & ~0o027, content)
+                                  for path, (mode, content) in expected.items()})
 
     def test_names_of_old_zips(self):
         for name, bytes_, expected in (
