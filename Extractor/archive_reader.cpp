@@ -11,6 +11,35 @@ namespace {
 constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
 constexpr std::size_t kMostUnused = std::size_t{256} * 1024 * 1024;
 
+/// The filter that unpacks a file that begins so.
+struct FilterMagic
+{
+    std::string_view magic;
+    int filter;
+};
+
+constexpr FilterMagic kFilters[] = {
+    {"BZh", ARCHIVE_FILTER_BZIP2},
+    {"LZIP", ARCHIVE_FILTER_LZIP},
+    {"\x04\x22\x4d\x18", ARCHIVE_FILTER_LZ4},
+    {"\x28\xb5\x2f\xfd", ARCHIVE_FILTER_ZSTD},
+    // LZMA has no magic, but its packers begin with the same properties.
+    {{"\x5d\0\0", 3}, ARCHIVE_FILTER_LZMA},
+};
+
+/// Left to itself, libarchive would look for a filter in what comes out of a filter, 25 times, and
+/// a file of less than 1 KB could keep it busy for days.
+void AppendFilter(archive *handle, const InputFile &file)
+{
+    char start[4];
+    const std::string_view bytes(start, file.ReadAt(0, start, sizeof start));
+    for (const FilterMagic &known : kFilters) {
+        if (bytes.substr(0, known.magic.size()) == known.magic) {
+            archive_read_append_filter(handle, known.filter);
+        }
+    }
+}
+
 void Support(archive *handle, ArchiveReader::Format format)
 {
     using Format = ArchiveReader::Format;
@@ -33,13 +62,6 @@ void Support(archive *handle, ArchiveReader::Format format)
         break;
     case Format::Packed:
         archive_read_support_format_raw(handle);
-        archive_read_support_filter_bzip2(handle);
-        archive_read_support_filter_compress(handle);
-        archive_read_support_filter_lz4(handle);
-        archive_read_support_filter_lzip(handle);
-        archive_read_support_filter_lzma(handle);
-        archive_read_support_filter_xz(handle);
-        archive_read_support_filter_zstd(handle);
         break;
     }
 }
@@ -71,6 +93,9 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
     , m_buffer(kBufferSize)
 {
     archive *const handle = m_archive.get();
+    if (format == Format::Packed) {
+        AppendFilter(handle, file);
+    }
     archive_read_set_skip_callback(handle, [](archive *, void *self, la_int64_t bytes) {
         auto *const reader = static_cast<ArchiveReader *>(self);
         reader->m_offset += static_cast<std::uint64_t>(bytes);

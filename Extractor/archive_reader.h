@@ -22,7 +22,7 @@ public:
         SevenZip,
         Cab,
         Tar,
-        Packed // no archive but one stream, packed with any of libarchive's own filters
+        Packed // no archive but one stream, compressed once with one of libarchive's filters or not
     };
 
     /// The file and the progress, which counts what is read of it, must outlive the reader. Several

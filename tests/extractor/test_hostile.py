@@ -202,10 +202,12 @@ class Hostile(ExtractorTest):
         make_tree(self.home, {"text": (0o644, b"no archive " * 100), "none": (0o644, b""),
                               "shut": (0o000, b""), "shut folder": (0o555, None)})
         tar(self.path("a"), [entry("C/f")])
+        shell('tar -c text | zstd | zstd > "$1"')(self.home, self.path("twice"))
         for archive, target, text in (
                 ("missing", "t", "missing: No such file"), ("shut folder", "t", ": not a file"),
                 ("shut", "t", "shut: Permission denied"), ("text", "target", "no archive of a known"),
-                ("none", "target", "none: is "), ("a", "shut folder", "Permission denied"),
+                ("none", "target", "none: is "),
+                ("twice", "target", "no archive of a known"), ("a", "shut folder", "Permission denied"),
                 ("a", "shut folder/new", "new: No such file"), ("a", "text", "text: Not a directory"),
                 ("a", "text/new", "Not a directory"), ("a", "/proc/new", "/proc/new: No such file")):
             with self.subTest(archive, target=target):
