@@ -186,6 +186,9 @@ std::string Destination::Waiting(const EntryPath &path)
 
 void Destination::Complete()
 {
+    if (!m_hasEntries) {
+        throw Failure("holds nothing");
+    }
     FolderWalk walk(*this);
     MakeLinks(walk);
     SetAttributes(walk, false);

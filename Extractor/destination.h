@@ -5,6 +5,7 @@
 #include "folder_walk.h"
 #include "unique_fd.h"
 
+#include <atomic>
 #include <ctime>
 #include <map>
 #include <mutex>
@@ -37,6 +38,9 @@ public:
     /// \a name is the last part of the path, or what Waiting() made of it.
     UniqueFd MakeFile(const EntryPath &path, int folder, const std::string &name, mode_t mode);
 
+    /// Says that the archive has an entry, whatever it is.
+    void NoteEntry() { m_hasEntries = true; }
+
     struct Attributes
     {
         mode_t mode;
@@ -50,7 +54,7 @@ public:
     /// nothing to anybody, and its own at the end.
     std::string Waiting(const EntryPath &path);
 
-    /// Does all that had to wait.
+    /// Does all that had to wait; an archive without an entry is a Failure.
     void Complete();
 
     /// Removes what this run has made, as far as it can be.
@@ -71,8 +75,9 @@ private:
     UniqueFd m_folder;
     const mode_t m_mask; // what the user takes from the permissions of all that is new
     DiskSpace m_space;
+    std::atomic<bool> m_hasEntries{false};
 
-    std::mutex m_mutex;           // of all below
+    std::mutex m_mutex;                        // of all below
     std::set<std::string> m_tops; // folders directly in the destination that this run has entered
     std::vector<std::string> m_made; // names directly in the destination that this run has made
     std::map<EntryPath, std::string> m_links;     // symbolic, to make

@@ -98,13 +98,14 @@ std::string NameOf(const ArchiveReader &reader, const char *name)
 
 void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
 {
+    m_destination.NoteEntry();
     const EntryPath path = ParseEntryPath(NameOf(reader, archive_entry_pathname(entry)));
     if (path.empty()) {
         return; // the destination itself stays what it is
     }
     const char *const hardLink = archive_entry_hardlink(entry);
     if (hardLink && archive_entry_size(entry) == 0) {
-        m_destination.LinkNow(m_walk, path, ParseEntryPath(NameOf(reader, hardLink)));
+        m_destination.LinkNow(m_walk, path, ParseEntryPath(hardLink));
         return;
     }
     switch (archive_entry_filetype(entry)) {

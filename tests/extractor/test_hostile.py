@@ -199,14 +199,19 @@ class Hostile(ExtractorTest):
 
     def test_what_cannot_work_is_told(self):
         os.chmod(self.home, 0o755)
+        place = bytes(20)  # and size of a header, none
         make_tree(self.home, {"text": (0o644, b"no archive " * 100), "none": (0o644, b""),
+                              "zeros": (0o644, bytes(10_240)),
+                              "empty 7z": (0o644, b"7z\xbc\xaf\x27\x1c\0\4"
+                                           + struct.pack("<L", zlib.crc32(place)) + place),
                               "shut": (0o000, b""), "shut folder": (0o555, None)})
         tar(self.path("a"), [entry("C/f")])
         shell('tar -c text | zstd | zstd > "$1"')(self.home, self.path("twice"))
         for archive, target, text in (
                 ("missing", "t", "missing: No such file"), ("shut folder", "t", ": not a file"),
                 ("shut", "t", "shut: Permission denied"), ("text", "target", "no archive of a known"),
-                ("none", "target", "none: is "),
+                ("none", "target", "none: is "), ("zeros", "target", "zeros: holds nothing"),
+                ("empty 7z", "target", "7z: holds nothing"),
                 ("twice", "target", "no archive of a known"), ("a", "shut folder", "Permission denied"),
                 ("a", "shut folder/new", "new: No such file"), ("a", "text", "text: Not a directory"),
                 ("a", "text/new", "Not a directory"), ("a", "/proc/new", "/proc/new: No such file")):
