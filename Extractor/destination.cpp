@@ -102,7 +102,10 @@ UniqueFd Destination::MakeFile(const EntryPath &path, int folder, const std::str
         return ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
                         mode);
     }));
+    struct stat status = {};
+    ::fstat(file.Get(), &status);
     const std::lock_guard<std::mutex> lock(m_mutex);
+    m_files.emplace(status.st_dev, status.st_ino);
     m_links.erase(path);
     return file;
 }
@@ -160,7 +163,7 @@ void Destination::LinkNow(FolderWalk &walk, const EntryPath &path, const EntryPa
     struct stat status = {};
     if (!targetFolder
         || ::fstatat(targetFolder.Get(), targetName.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0
-        || !S_ISREG(status.st_mode)) {
+        || !IsMade(status)) {
         throw Failure(JoinPath(path) + ": links to " + JoinPath(target)
                       + ", which is no file of the archive");
     }
@@ -172,6 +175,14 @@ void Destination::LinkNow(FolderWalk &walk, const EntryPath &path, const EntryPa
     MakeInPlace(path, folder, name, [&] {
         return ::linkat(targetFolder.Get(), targetName.c_str(), folder, name.c_str(), 0);
     });
+}
+
+/// Whether this run has made \a file: by a hard link to one that was there before, whoever changes
+/// the one later changes the other.
+bool Destination::IsMade(const struct stat &file)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_files.count({file.st_dev, file.st_ino}) > 0;
 }
 
 std::string Destination::Waiting(const EntryPath &path)

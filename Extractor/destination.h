@@ -13,6 +13,7 @@
 #include <set>
 #include <string>
 #include <sys/types.h>
+#include <utility>
 #include <vector>
 
 /// The folder that an archive is unpacked to, and what has to wait until all files are there:
@@ -65,6 +66,7 @@ private:
     /// what is in its way; a folder is not removed. Returns what \a make did.
     template <typename Make>
     int MakeInPlace(const EntryPath &path, int folder, const std::string &name, Make make);
+    bool IsMade(const struct stat &file);
     void KeepLink(const EntryPath &path, const std::string &target);
     void TakeMemory(const EntryPath &path, std::size_t textSize);
     void MakeLinks(FolderWalk &walk);
@@ -78,6 +80,7 @@ private:
     std::atomic<bool> m_hasEntries{false};
 
     std::mutex m_mutex;                        // of all below
+    std::set<std::pair<dev_t, ino_t>> m_files; // that this run has made
     std::set<std::string> m_tops; // folders directly in the destination that this run has entered
     std::vector<std::string> m_made; // names directly in the destination that this run has made
     std::map<EntryPath, std::string> m_links;     // symbolic, to make

@@ -105,7 +105,7 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
     }
     const char *const hardLink = archive_entry_hardlink(entry);
     if (hardLink && archive_entry_size(entry) == 0) {
-        m_destination.LinkNow(m_walk, path, ParseEntryPath(hardLink));
+        m_destination.LinkNow(m_walk, path, ParseEntryPath(NameOf(reader, hardLink)));
         return;
     }
     switch (archive_entry_filetype(entry)) {

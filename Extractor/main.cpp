@@ -18,6 +18,7 @@
 namespace {
 
 constexpr int kBadUsage = 2;
+constexpr std::size_t kLongestComplaint = 1000; // bytes
 
 constexpr char kUsage[] = "usage: zeft_fextr_cmd \"#uzip\" \"#ARCHIVE\" \"#DESTINATION\"\n"
                           "       zeft_fextr_cmd \"#xtar\" \"#ARCHIVE\" \"#DESTINATION\"\n"
@@ -57,9 +58,10 @@ std::string PathOf(const std::string &argument)
     return argument.substr(1);
 }
 
-/// Names in archives may hold anything, and a terminal obeys some of it.
+/// Names in archives may hold anything, and a terminal obeys some of it; and they may be long.
 void Complain(std::string text)
 {
+    text.resize(std::min(text.size(), kLongestComplaint));
     std::replace_if(
         text.begin(), text.end(),
         [](char letter) { return letter >= 0 && letter < ' ' && letter != '\n'; }, '?');

@@ -173,6 +173,9 @@ void ZipDirectory::Read(const std::vector<char> &directory, std::uint64_t before
             throw Damaged("its directory cannot be read");
         }
         const std::size_t nameSize = Number(rest.data() + 28, 2);
+        if (rest.substr(kEntrySize, nameSize).find('\0') != std::string_view::npos) {
+            throw Damaged("a name in it holds a NUL");
+        }
         const std::size_t extraSize = Number(rest.data() + 30, 2);
         const std::size_t size = kEntrySize + nameSize + extraSize + Number(rest.data() + 32, 2);
         if (rest.size() < size) {
