@@ -203,8 +203,15 @@ void Destination::Complete()
     FolderWalk walk(*this);
     MakeLinks(walk);
     SetAttributes(walk, false);
+    if (m_waiting.empty()) {
+        return;
+    }
+    // A version.info that outlives a power cut says that all else has outlived it. The archive may
+    // be deleted after this run, so the version.info, too, has to be on the disk by then.
+    Sync();
     RevealVersionInfos(walk);
     SetAttributes(walk, true);
+    Sync();
 }
 
 void Destination::Undo()
@@ -274,6 +281,13 @@ void Destination::SetAttributes(FolderWalk &walk, bool ofWaiting)
             const timespec times[2] = {{0, UTIME_OMIT}, *attributes.modified};
             ::futimens(folder.Get(), times);
         }
+    }
+}
+
+void Destination::Sync()
+{
+    if (::syncfs(m_folder.Get()) != 0) {
+        throw SystemFailure("writing to the disk");
     }
 }
 

@@ -55,7 +55,8 @@ public:
     /// nothing to anybody, and its own at the end.
     std::string Waiting(const EntryPath &path);
 
-    /// Does all that had to wait; an archive without an entry is a Failure.
+    /// Does all that had to wait, and has a component written to the disk; an archive without an
+    /// entry is a Failure.
     void Complete();
 
     /// Removes what this run has made, as far as it can be.
@@ -72,6 +73,7 @@ private:
     void MakeLinks(FolderWalk &walk);
     void CheckLink(FolderWalk &walk, const EntryPath &path, const std::string &target);
     void SetAttributes(FolderWalk &walk, bool ofWaiting);
+    void Sync();
     void RevealVersionInfos(FolderWalk &walk);
 
     UniqueFd m_folder;

@@ -5,6 +5,7 @@ import io
 import os
 import random
 import resource
+import shutil
 import subprocess
 import unittest
 import zipfile
@@ -142,6 +143,24 @@ class Formats(ExtractorTest):
                                  preexec_fn=lambda most=most: resource.setrlimit(
                                      resource.RLIMIT_NPROC, (most, most)))
                     self.assertEqual(read_tree(target), COMPONENT)
+
+    def test_it_looks_whole_when_it_is_on_the_disk(self):
+        make_tree(self.path("source"), COMPONENT)
+        for pack in ('tar -czf "$1" Comp', 'zip -qry - Comp > "$1"'):
+            with self.subTest(pack):
+                shell(pack)(self.path("source"), self.path("a"))
+                strace = ["strace", "-fqqo", self.path("trace")]
+                run = [EXTRACTOR, "#uzip", "#" + self.path("a"), "#" + self.target]
+                environment = {"ASAN_OPTIONS": "detect_leaks=0"}
+                subprocess.run([*strace, "-e", "trace=pwrite64,symlinkat,syncfs,renameat", *run],
+                               check=True, stdout=subprocess.DEVNULL, env=environment)
+                calls = [line.split("(")[0].split()[1] for line in open(self.path("trace"))]
+                self.assertEqual(calls[-3:], ["syncfs", "renameat", "syncfs"])
+                shutil.rmtree(self.target)
+                failed = subprocess.run([*strace, "-e", "inject=syncfs:error=EIO", *run],
+                                        capture_output=True, text=True, env=environment)
+                self.assertIn("writing to the disk: Input/output error", failed.stderr)
+                self.assertEqual(read_tree(self.target), {})
 
     def test_a_killed_run_does_not_look_whole(self):
         old = {"C/version.info": (0o644, b"build : old"), "C/old": (0o644, b"old")}
