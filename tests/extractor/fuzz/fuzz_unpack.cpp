@@ -1,4 +1,5 @@
 #include "failure.h"
+#include "mend_checksums.h"
 #include "remove_tree.h"
 #include "unique_fd.h"
 #include "unpack.h"
@@ -85,7 +86,20 @@ void SetUp()
 /// What a damaged header asks for is refused here as the program's limit on memory refuses it.
 extern "C" const char *__asan_default_options() // NOLINT: the sanitizer's name
 {
-    return "allocator_may_return_null=1:max_allocation_size_mb=4096";
+    return "allocator_may_return_null=1:max_allocation_size_mb=4095";
+}
+
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t *data, std::size_t size, std::size_t room);
+
+extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t *data, std::size_t size,
+                                               std::size_t room, unsigned chance)
+{
+    constexpr unsigned kDamaged = 8; // one in so many is left with a wrong checksum
+    const std::size_t mutated = LLVMFuzzerMutate(data, size, room);
+    if (chance % kDamaged != 0) {
+        MendChecksums(data, mutated);
+    }
+    return mutated;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)

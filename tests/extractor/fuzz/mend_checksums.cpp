@@ -1,0 +1,215 @@
+#include "mend_checksums.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <numeric>
+#include <string_view>
+#include <vector>
+#include <zlib.h>
+
+namespace {
+
+/// The bytes of a file. Numbers are unsigned and begin with their lowest byte; what would lie
+/// outside of the file reads as 0 and is not written.
+class Bytes
+{
+public:
+    Bytes(std::uint8_t *data, std::size_t size)
+        : m_data(data)
+        , m_size(size)
+    {
+    }
+
+    std::size_t Size() const { return m_size; }
+    std::uint8_t *At(std::size_t offset) { return m_data + offset; }
+    bool Has(std::size_t offset, std::size_t size) const
+    {
+        return offset <= m_size && size <= m_size - offset;
+    }
+
+    bool Is(std::size_t offset, std::string_view text) const
+    {
+        return Has(offset, text.size())
+               && std::memcmp(m_data + offset, text.data(), text.size()) == 0;
+    }
+
+    std::size_t Find(std::string_view text, std::size_t offset) const
+    {
+        return std::string_view(reinterpret_cast<const char *>(m_data), m_size).find(text, offset);
+    }
+
+    std::uint64_t Get(std::size_t offset, std::size_t size) const
+    {
+        std::uint64_t number = 0;
+        for (std::size_t i = Has(offset, size) ? size : 0; i-- > 0;) {
+            number = number << 8U | m_data[offset + i];
+        }
+        return number;
+    }
+
+    void Put(std::size_t offset, std::size_t size, std::uint64_t number)
+    {
+        for (std::size_t i = 0; Has(offset, size) && i < size; ++i) {
+            m_data[offset + i] = static_cast<std::uint8_t>(number >> 8 * i);
+        }
+    }
+
+    std::uint64_t Crc(std::size_t offset, std::size_t size) const
+    {
+        return Has(offset, size) ? ::crc32(0, m_data + offset, static_cast<uInt>(size)) : 0;
+    }
+
+private:
+    std::uint8_t *m_data;
+    std::size_t m_size;
+};
+
+void MendSevenZip(Bytes file)
+{
+    constexpr std::size_t kStart = 32; // size of the signature header
+    if (file.Size() < kStart) {
+        return;
+    }
+    const std::uint64_t room = file.Size() - kStart;
+    const std::uint64_t size = std::min(file.Get(20, 8), room);
+    const std::uint64_t offset = std::min(file.Get(12, 8), room - size);
+    file.Put(12, 8, offset);
+    file.Put(20, 8, size);
+    file.Put(28, 4, file.Crc(kStart + offset, size));
+    file.Put(8, 4, file.Crc(12, 20));
+}
+
+/// Each block of compressed data may have 0 in place of its checksum.
+void MendCab(Bytes file)
+{
+    for (std::size_t folder = 0; folder < file.Get(26, 2); ++folder) {
+        std::size_t block = file.Get(36 + 8 * folder, 4);
+        for (auto left = file.Get(40 + 8 * folder, 2); left > 0 && file.Has(block, 8); --left) {
+            file.Put(block, 4, 0);
+            block += 8 + file.Get(block + 4, 2);
+        }
+    }
+}
+
+void MendTar(Bytes file)
+{
+    constexpr std::size_t kBlock = 512;
+    for (std::size_t at = 0; file.Has(at, kBlock); at += kBlock) {
+        if (!file.Is(at + 257, "ustar")) {
+            continue;
+        }
+        std::memset(file.At(at + 148), ' ', 8);
+        const unsigned sum = std::accumulate(file.At(at), file.At(at + kBlock), 0U);
+        char text[8];
+        std::snprintf(text, sizeof text, "%06o", sum & 0777777U);
+        std::memcpy(file.At(at + 148), text, 7);
+    }
+}
+
+/// What the compressed data of a zip's entry says of itself.
+struct Content
+{
+    std::uint64_t crc;
+    std::uint64_t compressed;
+    std::uint64_t uncompressed;
+};
+
+Content Inflate(Bytes &file, std::size_t offset, std::size_t size)
+{
+    Content content = {0, size, 0};
+    z_stream stream = {};
+    inflateInit2(&stream, -MAX_WBITS);
+    stream.next_in = file.At(offset);
+    stream.avail_in = static_cast<uInt>(size);
+    int result = Z_OK;
+    while (result == Z_OK) {
+        Bytef out[4096];
+        stream.next_out = out;
+        stream.avail_out = sizeof out;
+        result = inflate(&stream, Z_NO_FLUSH);
+        const uInt got = static_cast<uInt>(sizeof out) - stream.avail_out;
+        content.crc = ::crc32(content.crc, out, got);
+        content.uncompressed += got;
+    }
+    if (result == Z_STREAM_END) {
+        content.compressed = stream.total_in;
+    }
+    inflateEnd(&stream);
+    return content;
+}
+
+/// \a central and \a local are the offsets of an entry's two headers, and \a end is where the next
+/// entry begins.
+void MendZipEntry(Bytes &file, std::size_t central, std::size_t local, std::size_t end)
+{
+    constexpr std::size_t kLocalSize = 30;
+    constexpr std::size_t kCentralSize = 46;
+    constexpr std::uint64_t kStored = 0;
+    constexpr std::uint64_t kDeflated = 8;
+    file.Put(central + 42, 4, local);
+    const std::size_t nameSize = file.Get(central + 28, 2);
+    const std::size_t data = local + kLocalSize + nameSize + file.Get(local + 28, 2);
+    if (!file.Has(central, kCentralSize + nameSize) || data > end) {
+        return;
+    }
+    file.Put(local + 26, 2, nameSize);
+    std::memmove(file.At(local + kLocalSize), file.At(central + kCentralSize), nameSize);
+    const std::size_t size = std::min<std::size_t>(file.Get(central + 20, 4), end - data);
+    const std::uint64_t method = file.Get(central + 10, 2);
+    if (method != kStored && method != kDeflated) {
+        return;
+    }
+    const Content content =
+        method == kDeflated ? Inflate(file, data, size) : Content{file.Crc(data, size), size, size};
+    for (const std::size_t field : {central + 16, local + 14}) {
+        file.Put(field, 4, content.crc);
+        file.Put(field + 4, 4, content.compressed);
+        file.Put(field + 8, 4, content.uncompressed);
+    }
+}
+
+std::vector<std::size_t> FindAll(const Bytes &file, std::string_view signature, std::size_t end)
+{
+    std::vector<std::size_t> places;
+    for (auto at = file.Find(signature, 0); at < end; at = file.Find(signature, at + 4)) {
+        places.push_back(at);
+    }
+    return places;
+}
+
+/// Takes the first local header for that of the first central one, and so on.
+void MendZip(Bytes file)
+{
+    const auto ends = FindAll(file, "PK\5\6", file.Size());
+    const std::size_t end = ends.empty() ? file.Size() : ends.back();
+    auto centrals = FindAll(file, "PK\1\2", end);
+    const std::size_t directory = centrals.empty() ? end : centrals.front();
+    auto locals = FindAll(file, "PK\3\4", directory);
+    centrals.resize(std::min(centrals.size(), locals.size()));
+    locals.push_back(directory);
+    for (std::size_t i = 0; i < centrals.size(); ++i) {
+        MendZipEntry(file, centrals[i], locals[i], locals[i + 1]);
+    }
+    file.Put(end + 8, 2, centrals.size());
+    file.Put(end + 10, 2, centrals.size());
+    file.Put(end + 12, 4, end - directory);
+    file.Put(end + 16, 4, directory);
+    file.Put(end + 20, 2, file.Size() - end - 22);
+}
+
+} // namespace
+
+void MendChecksums(std::uint8_t *data, std::size_t size)
+{
+    const Bytes file(data, size);
+    if (file.Is(0, "7z\xbc\xaf\x27\x1c")) {
+        MendSevenZip(file);
+    } else if (file.Is(0, "MSCF")) {
+        MendCab(file);
+    } else if (file.Is(0, "PK")) {
+        MendZip(file);
+    } else {
+        MendTar(file);
+    }
+}
