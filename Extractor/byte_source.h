@@ -8,6 +8,9 @@
 #include <cstdint>
 #include <string_view>
 
+/// How much of its input a decoder asks for at a time.
+constexpr std::size_t kInputSize = std::size_t{64} * 1024;
+
 /// Bytes that are read once, front to back, by one thread.
 class ByteSource
 {

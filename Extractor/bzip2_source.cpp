@@ -11,10 +11,10 @@ namespace {
 constexpr std::uint64_t kBlockMark = 0x314159265359;
 constexpr std::uint64_t kEndMark = 0x177245385090;
 constexpr int kMarkSize = 48; // bits
-constexpr int kSumSize = 32;
+constexpr int kBlockSumSize = 32;
 constexpr int kHeaderSize = 32; // "BZh" and a digit
 
-constexpr std::size_t kInputSize = std::size_t{256} * 1024;
+constexpr std::size_t kRefillSize = std::size_t{256} * 1024;
 constexpr std::size_t kLongestBlock = std::size_t{2} * 1024 * 1024; // packed; really about 1 MB
 
 /// For each byte, where the third byte of a mark or the second would begin if it were that byte:
@@ -144,13 +144,13 @@ bool Bzip2Source::StartNextBlock()
     while (m_inStream || StartStream()) {
         DropUsed();
         const std::uint64_t mark = Bits(m_at, kMarkSize);
-        const auto sum = static_cast<std::uint32_t>(Bits(m_at + kMarkSize, kSumSize));
+        const auto sum = static_cast<std::uint32_t>(Bits(m_at + kMarkSize, kBlockSumSize));
         if (mark == kEndMark) {
             if (sum != m_sum) {
                 throw BadBlock();
             }
             m_inStream = false;
-            m_at = (m_at + kMarkSize + kSumSize + 7) / 8 * 8;
+            m_at = (m_at + kMarkSize + kBlockSumSize + 7) / 8 * 8;
             continue;
         }
         if (mark != kBlockMark) {
@@ -162,7 +162,7 @@ bool Bzip2Source::StartNextBlock()
         stream.Add(0x425a6839, kHeaderSize); // "BZh9", good for blocks of all sizes
         stream.AddRange(m_input, m_at, end);
         stream.Add(kEndMark, kMarkSize);
-        stream.Add(sum, kSumSize);
+        stream.Add(sum, kBlockSumSize);
         m_at = end;
         // Where no thread can be had, a block is unpacked when its turn comes.
         m_blocks.push_back(std::async(UnpackBlock, stream.Take()));
@@ -190,7 +190,7 @@ bool Bzip2Source::StartStream()
 /// Drops the input before m_at, but not for a few bytes: there may be thousands of tiny blocks.
 void Bzip2Source::DropUsed()
 {
-    if (m_at / 8 >= kInputSize) {
+    if (m_at / 8 >= kRefillSize) {
         m_input.erase(0, m_at / 8);
         m_at %= 8;
     }
@@ -238,8 +238,8 @@ bool Bzip2Source::Need(std::size_t bytes)
 {
     while (m_input.size() < bytes && !m_inputEnded) {
         const std::size_t size = m_input.size();
-        m_input.resize(size + kInputSize);
-        const std::size_t got = m_packed.Read(m_input.data() + size, kInputSize);
+        m_input.resize(size + kRefillSize);
+        const std::size_t got = m_packed.Read(m_input.data() + size, kRefillSize);
         m_input.resize(size + got);
         m_inputEnded = got == 0;
     }

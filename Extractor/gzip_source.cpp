@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr std::size_t kInputSize = std::size_t{64} * 1024;
 constexpr Bytef kFirstByte = 0x1f;   // of a member
 constexpr int kGzipWindow = 15 + 16; // the largest window, in a gzip wrapping
 

@@ -2,12 +2,6 @@
 
 #include <algorithm>
 
-namespace {
-
-constexpr std::size_t kInputSize = std::size_t{64} * 1024;
-
-} // namespace
-
 Lzma2Source::Lzma2Source(const InputFile &file, Lzma2Blocks &blocks, std::size_t index,
                          std::size_t step, std::uint32_t dictionary)
     : m_file(file)

@@ -11,10 +11,8 @@
 
 namespace {
 
-constexpr std::size_t kInputSize = std::size_t{64} * 1024;
-
 // The highest level of xz needs 65 MiB; an archive can be made to ask for 4 GiB and more.
-constexpr std::uint64_t kMostMemory = std::uint64_t{1024} * 1024 * 1024;
+constexpr std::uint64_t kMostDecoderMemory = std::uint64_t{1024} * 1024 * 1024;
 
 #if LZMA_VERSION >= 50040002
 /// Whether so many threads can be had at a time: for want of one the decoder fails in the middle.
@@ -42,16 +40,16 @@ lzma_ret StartDecoder(lzma_stream &stream)
 {
 #if LZMA_VERSION >= 50040002
     if (!CanStartThreads(WorkerCount() + 1)) { // the last one is that of the Prefetch
-        return lzma_stream_decoder(&stream, kMostMemory, LZMA_CONCATENATED);
+        return lzma_stream_decoder(&stream, kMostDecoderMemory, LZMA_CONCATENATED);
     }
     lzma_mt options = {};
     options.flags = LZMA_CONCATENATED;
     options.threads = WorkerCount();
-    options.memlimit_threading = kMostMemory / 2;
-    options.memlimit_stop = kMostMemory;
+    options.memlimit_threading = kMostDecoderMemory / 2;
+    options.memlimit_stop = kMostDecoderMemory;
     return lzma_stream_decoder_mt(&stream, &options);
 #else
-    return lzma_stream_decoder(&stream, kMostMemory, LZMA_CONCATENATED);
+    return lzma_stream_decoder(&stream, kMostDecoderMemory, LZMA_CONCATENATED);
 #endif
 }
 
