@@ -5,6 +5,7 @@
 #include "support/installation.h"
 #include "support/quiettest.h"
 #include "support/table.h"
+#include "support/testclass.h"
 
 #include <QPlainTextEdit>
 #include <QProcess>
@@ -197,5 +198,5 @@ void TestWindow::AsksBeforeItCloses()
     QVERIFY(QFile::exists(installation.Download("local")));
 }
 
-QTEST_MAIN(TestWindow)
+ZEFT_TEST(TestWindow)
 #include "test_window.moc"

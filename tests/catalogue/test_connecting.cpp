@@ -5,6 +5,7 @@
 #include "support/quiettest.h"
 #include "support/repository.h"
 #include "support/table.h"
+#include "support/testclass.h"
 #include "transfer/filedownloader.h"
 
 #include <QCheckBox>
@@ -171,5 +172,5 @@ void TestConnecting::TakesTheAlternateLink()
     installation.IsConnected(); // or not; nobody may serve there
 }
 
-QTEST_MAIN(TestConnecting)
+ZEFT_TEST(TestConnecting)
 #include "test_connecting.moc"

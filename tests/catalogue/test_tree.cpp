@@ -2,6 +2,7 @@
 #include "panels/downloadwgt.h"
 #include "support/installation.h"
 #include "support/quiettest.h"
+#include "support/testclass.h"
 
 #include <QGuiApplication>
 #include <QLayout>
@@ -200,5 +201,5 @@ void TestTree::ShowsWhereARecordLives()
     QVERIFY(item->parent()->isExpanded() && activity->isVisible());
 }
 
-QTEST_MAIN(TestTree)
+ZEFT_TEST(TestTree)
 #include "test_tree.moc"

@@ -1,4 +1,5 @@
 #include "common/common_helper.h"
+#include "support/testclass.h"
 
 #include <QAbstractButton>
 #include <QFileDialog>
@@ -61,5 +62,5 @@ void TestDesktop::PicksAFolder()
     }
 }
 
-QTEST_MAIN(TestDesktop)
+ZEFT_TEST(TestDesktop)
 #include "test_desktop.moc"

@@ -1,5 +1,6 @@
 #include "answers.h"
 #include "common/common_helper.h"
+#include "support/testclass.h"
 
 #include <QAbstractButton>
 #include <QMessageBox>
@@ -250,5 +251,5 @@ void TestFiles::AsksAndCopies_data()
     Row("link to the destination", tree("to", "from/l", "to"), all);
 }
 
-QTEST_MAIN(TestFiles)
+ZEFT_TEST(TestFiles)
 #include "test_files.moc"

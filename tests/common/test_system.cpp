@@ -1,5 +1,6 @@
 #include "answers.h"
 #include "common/common_helper.h"
+#include "support/testclass.h"
 
 #include <QNetworkDatagram>
 #include <QProcessEnvironment>
@@ -153,5 +154,5 @@ void TestSystem::PreparesProcesses_data()
     Row("platform codes", supported, {own, 8, 10, 11, 12});
 }
 
-QTEST_GUILESS_MAIN(TestSystem)
+ZEFT_TEST(TestSystem)
 #include "test_system.moc"

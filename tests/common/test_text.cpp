@@ -1,5 +1,6 @@
 #include "answers.h"
 #include "common/common_helper.h"
+#include "support/testclass.h"
 
 #include <limits>
 
@@ -14,7 +15,7 @@ private slots:
     void ConvertsNumbers() { CompareAnswers(); }
 };
 
-static const int kLong = 100000; // characters, where time and depth would show in each
+static const int kManyCharacters = 100000; // where time and depth would show in each
 
 void TestText::FindsAndChecks_data()
 {
@@ -41,7 +42,7 @@ void TestText::FindsAndChecks_data()
     Row("second pair is open", between("[a][b", "[", "]"), {"kept", "a"});
     Row("pairs don't nest", between("[[a]", "[", "]"), {"kept", "[a"});
     Row("empty parts", between("]x[]y[]", "[", "]"), {"kept", "", ""});
-    Row("many starts without an end", between(QString(kLong, '['), "[", "]"), {"kept"});
+    Row("many starts without an end", between(QString(kManyCharacters, '['), "[", "]"), {"kept"});
 
     const auto is = [](const QString &row, const QString &text, const char *kinds) {
         const QVector<QPair<bool, const char *>> checks{
@@ -57,7 +58,7 @@ void TestText::FindsAndChecks_data()
     };
     is("zero", "0", "unsigned number hex word item");
     is("exponent", "1e3", "unsigned number hex word item");
-    is("long number", QString(kLong, '9'), "unsigned number hex word item");
+    is("long number", QString(kManyCharacters, '9'), "unsigned number hex word item");
     is("decimal point", "1.5", "unsigned number real word item");
     is("minus sign", "-5", "number item");
     is("two zeros", "00", "hex");
@@ -82,7 +83,7 @@ void TestText::FindsAndChecks_data()
     for (const char *text : {"", "two errors", "error = 0", "Error = 0, yet an error occurred",
                              "terror level", "TERROR level", "ERROR in terror level"})
         reports(text, false);
-    reports(QString("error").repeated(kLong), false);
+    reports(QString("error").repeated(kManyCharacters), false);
 }
 
 void TestText::ConvertsNumbers_data()
@@ -97,7 +98,7 @@ void TestText::ConvertsNumbers_data()
     real(-5000.0, 1, 3, "-5000.000");
     real(5000.0, 4, 2, "5000.00");
     real(std::numeric_limits<double>::infinity(), std::numeric_limits<int>::min(), 3, "inf");
-    Row("many decimals", RealToString(0.5, 0, kLong).size(), kLong + 2);
+    Row("many decimals", RealToString(0.5, 0, kManyCharacters).size(), kManyCharacters + 2);
 
     Row("number among blanks", EnsureNumber(" -1.5\t"), "-1.5");
     Row("0.0 for a number", EnsureNumber("0.0"), "0");
@@ -114,8 +115,8 @@ void TestText::ConvertsNumbers_data()
     next("-5", "-6");
     next("abc", "1abc");
     next("f9223372036854775808", "f1");
-    next('a' + QString(kLong, '9'), "a1");
-    next(QString(kLong, '8') + 'a', "1a");
+    next('a' + QString(kManyCharacters, '9'), "a1");
+    next(QString(kManyCharacters, '8') + 'a', "1a");
 
     const bool right = true;
     const bool left = false;
@@ -124,9 +125,10 @@ void TestText::ConvertsNumbers_data()
     Row("one zero goes for a place", ShiftDecimal(right, 1, "00.5"), "05.0");
     Row("three zeros at the end go", ShiftDecimal(left, 3, "100"), "0.1");
     Row("no places", ShiftDecimal(right, 0, "7") + ShiftDecimal(left, -1, "8"), "78");
-    const QString nines(kLong, '9');
-    Row("far right", ShiftDecimal(right, kLong, nines), nines + QString(kLong, '0') + ".0");
-    Row("far left", ShiftDecimal(left, kLong, nines), "0." + nines);
+    const QString nines(kManyCharacters, '9');
+    Row("far right", ShiftDecimal(right, kManyCharacters, nines),
+        nines + QString(kManyCharacters, '0') + ".0");
+    Row("far left", ShiftDecimal(left, kManyCharacters, nines), "0." + nines);
     const int most = std::numeric_limits<int>::max();
     Row("zero moved as far as can be",
         ShiftDecimal(right, most, "0") + ShiftDecimal(left, most, "0"), "0.00.0");
@@ -147,11 +149,11 @@ void TestText::ConvertsNumbers_data()
     Row("fourth part is ignored", CalVersionInt("1.2.3.4", 0), 123);
     Row("parts that are no numbers", CalVersionInt("x..3", -1), 3);
     Row("too large", CalVersionInt("2147483647.2147483647", 0), 2147483647);
-    Row("many parts", CalVersionInt(QString(kLong, '.'), 0), 0);
+    Row("many parts", CalVersionInt(QString(kManyCharacters, '.'), 0), 0);
 
     Row("one section", ExtractPlatformText("  one_lnx_lnx "), "one_*_*");
     Row("four sections", ExtractPlatformText("one $$ two $$ three_lnx $$ four"), "three_*");
 }
 
-QTEST_GUILESS_MAIN(TestText)
+ZEFT_TEST(TestText)
 #include "test_text.moc"

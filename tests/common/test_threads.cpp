@@ -1,6 +1,7 @@
 #include "common/common_helper.h"
 #include "common/cthread.h"
 #include "common/realtimer.h"
+#include "support/testclass.h"
 
 #include <QtTest>
 #include <memory>
@@ -184,5 +185,5 @@ void TestThreads::DrawsFromTheWholeRange()
     QCOMPARE(highest, 12U);
 }
 
-QTEST_GUILESS_MAIN(TestThreads)
+ZEFT_TEST(TestThreads)
 #include "test_threads.moc"

@@ -9,6 +9,7 @@
 #include "support/quiettest.h"
 #include "support/repository.h"
 #include "support/table.h"
+#include "support/testclass.h"
 #include "transfer/filedownloader.h"
 
 #include <QComboBox>
@@ -59,9 +60,9 @@ private:
 namespace {
 
 /// A page with one record, shown and selected.
-struct Page
+struct ShownPage
 {
-    Page()
+    ShownPage()
     {
         record.file_name = "a.zip";
         record.install_root = installation.Path("");
@@ -150,7 +151,7 @@ QString Pick(LocalDownloadDlg *page, const QStringList &names, const QString &di
 
 void TestPages::HoldsRows()
 {
-    Page page;
+    ShownPage page;
     DN_FILE_STRUCT sized;
     for (const qint64 size : {-1LL, 0LL, 523LL, 999999LL, 1500000LL, 9999999999999LL}) {
         sized.file_size = size;
@@ -185,7 +186,7 @@ void TestPages::HoldsRows()
 
 void TestPages::OffersWhatTheStatusAllows()
 {
-    Page page;
+    ShownPage page;
     const auto offer = [&](int status) {
         page.SetStatus(status);
         QStringList buttons;
@@ -216,7 +217,7 @@ void TestPages::OffersWhatTheStatusAllows()
 
 void TestPages::HandsPressesOn()
 {
-    Page page;
+    ShownPage page;
     page.SetStatus(RecordStatus::Installed);
     page.widget.timer.stop(); // no tick in the midst of the double click
     QTest::mouseClick(page.install, Qt::LeftButton);
@@ -237,7 +238,7 @@ void TestPages::HandsPressesOn()
 
 void TestPages::AsksBeforeItCancelsAnInstallation()
 {
-    Page page;
+    ShownPage page;
     page.window->AddToInstall(&page.record);
     page.SetStatus(RecordStatus::Installing);
     BoxAnswers boxes({QMessageBox::Cancel, QMessageBox::Yes});
@@ -255,7 +256,7 @@ void TestPages::AsksBeforeItCancelsAnInstallation()
 void TestPages::StopsTheTransferOfAnUninstalledRecord()
 {
     for (const bool transfers : {false, true}) {
-        Page page;
+        ShownPage page;
         page.window->repo_url = "https://localhost:9";
         page.window->AddToDownload(&page.record);
         if (transfers)
@@ -557,5 +558,5 @@ void TestPages::KeepsTheHelpFileOnShow()
     QCOMPARE(window.m_currentFile, QString());
 }
 
-QTEST_MAIN(TestPages)
+ZEFT_TEST(TestPages)
 #include "test_pages.moc"

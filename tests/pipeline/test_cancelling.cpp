@@ -5,6 +5,7 @@
 #include "support/quiettest.h"
 #include "support/repository.h"
 #include "support/table.h"
+#include "support/testclass.h"
 
 #include <QProgressBar>
 #include <QTableWidget>
@@ -46,7 +47,7 @@ namespace {
 
 const QString kDir = "core/version_latest";
 const QString kKind = ".tar.bz2"; // it takes a while to unpack
-const int kSize = 3000000;        // a few blocks, so that some are left when the first file appears
+const int kNoiseSize = 3000000;   // a few blocks, so that some are left when the first file appears
 const char kEndlessScript[] = "#!/bin/sh\n[ -e ../brief ] && exit\nsleep 600 &\n"
                               "echo $$ $! >child.part\nmv child.part child\nsleep 600\n";
 
@@ -106,7 +107,7 @@ void TestCancelling::initTestCase()
     QVERIFY2(m_server.Start(), qPrintable(m_server.Errors()));
     for (const QString stem : {"t", "o", "p"}) {
         Files files = {{stem + ".tar/version.info", "build:2024.05.01"},
-                       {stem + ".tar/noise", RandomBytes(kSize)}};
+                       {stem + ".tar/noise", RandomBytes(kNoiseSize)}};
         if (stem != "p")
             files.insert(stem + ".tar/zeft_install.sh",
                          stem == "t" ? kEndlessScript : "#!/bin/sh\n>child\nsleep 1\n");
@@ -279,9 +280,9 @@ void TestCancelling::KeepsTheRunsOfOneComponentApart()
     kill(Pid(window->install_process).toInt(), SIGCONT);
     QVERIFY(installation.Work([&] { return record->status == RecordStatus::Installed; }));
     QCOMPARE(second->status, int(RecordStatus::Installed));
-    QVERIFY(ReadFile(installation.Path("p.tar/noise")) == RandomBytes(kSize));
+    QVERIFY(ReadFile(installation.Path("p.tar/noise")) == RandomBytes(kNoiseSize));
     QVERIFY(QFile::exists(ArchivePath("p")));
 }
 
-QTEST_MAIN(TestCancelling)
+ZEFT_TEST(TestCancelling)
 #include "test_cancelling.moc"

@@ -5,6 +5,7 @@
 #include "support/quiettest.h"
 #include "support/repository.h"
 #include "support/table.h"
+#include "support/testclass.h"
 #include "transfer/filedownloader.h"
 
 #include <QDirIterator>
@@ -323,5 +324,5 @@ void TestPipeline::TransfersTwoAtOnce()
     QCOMPARE(m_installation->Find<QTableWidget>("table_activity")->rowCount(), 0);
 }
 
-QTEST_MAIN(TestPipeline)
+ZEFT_TEST(TestPipeline)
 #include "test_pipeline.moc"

@@ -1,5 +1,6 @@
 #include "app/mainwindow_helper.h"
 #include "pipeline/extractor.h"
+#include "support/testclass.h"
 
 #include <QProcess>
 #include <QtTest>
@@ -66,5 +67,5 @@ void TestPipelineRules::FollowsARun()
     }
 }
 
-QTEST_GUILESS_MAIN(TestPipelineRules)
+ZEFT_TEST(TestPipelineRules)
 #include "test_pipeline_rules.moc"

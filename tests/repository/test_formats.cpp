@@ -4,6 +4,7 @@
 #include "app/mainwindow_helper.h"
 #include "catalogue/records.h"
 #include "support/installation.h"
+#include "support/testclass.h"
 
 #include <QSysInfo>
 #include <QtTest>
@@ -181,5 +182,5 @@ void TestFormats::ComparesTheBuildOnTheDisk()
     }
 }
 
-QTEST_GUILESS_MAIN(TestFormats)
+ZEFT_TEST(TestFormats)
 #include "test_formats.moc"

@@ -32,10 +32,10 @@ qint64 ByteSum(const QByteArray &bytes)
 
 QByteArray PartialFile(const QByteArray &data, const QString &stamp)
 {
-    return data + Tail(ByteSum(data), data.size(), stamp.toLatin1());
+    return data + Tail(ByteSum(data), data.size(), stamp);
 }
 
-QByteArray Tail(qint64 sum, qint64 length, const QByteArray &stamp)
+QByteArray Tail(qint64 sum, qint64 length, const QString &stamp)
 {
-    return LittleEndian(sum) + LittleEndian(length) + stamp;
+    return LittleEndian(sum) + LittleEndian(length) + stamp.toLatin1();
 }

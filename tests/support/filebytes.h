@@ -2,6 +2,9 @@
 
 #include <QString>
 
+/// What names the version of a file where it does not matter which.
+const QString kStamp = "2024-05-01T12:30:45.000Z";
+
 /// The same for the same size, and different from place to place.
 QByteArray RandomBytes(int size);
 
@@ -13,4 +16,4 @@ qint64 ByteSum(const QByteArray &bytes);
 QByteArray PartialFile(const QByteArray &data, const QString &stamp);
 
 /// The tail alone.
-QByteArray Tail(qint64 sum, qint64 length, const QByteArray &stamp);
+QByteArray Tail(qint64 sum, qint64 length, const QString &stamp);

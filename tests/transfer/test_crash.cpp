@@ -30,7 +30,6 @@ const int kBytesPerSecond = 30000000; // so that a run of average length gets a 
 const int kLongestRun = 200;          // ms from the first data to the kill
 const int kPatience = 60000;          // ms
 const QString kFetch = "--fetch";
-const QString kStamp = "2024-05-01T12:30:45.000Z";
 
 int Random(int below)
 {

@@ -4,6 +4,7 @@
 #include "support/quiettest.h"
 #include "support/scriptedserver.h"
 #include "support/table.h"
+#include "support/testclass.h"
 #include "transfer/filedownloader.h"
 
 #include <QNetworkAccessManager>
@@ -25,7 +26,6 @@ const int kShort = 500;    // ms of silence until a stalled request is sent agai
 const int kLong = 60000;   // the same where nothing stalls, however busy the machine is
 const int kOneStall = 501; // short until the request has been sent again, and long from then on
 const int kHang = 120000;  // ms, the most that a transfer may take
-const QString kStamp = "2024-05-01T12:30:45.000Z";
 const QByteArray kDate = "Wed, 01 May 2024 12:30:45 GMT";
 const QByteArray kNothing;
 
@@ -416,6 +416,6 @@ void TestFaults::SurvivesAFullDisk()
     QVERIFY(FileBytes() == m_content);
 }
 
-QTEST_GUILESS_MAIN(TestFaults)
+ZEFT_TEST(TestFaults)
 
 #include "test_faults.moc"

@@ -4,6 +4,7 @@
 #include "support/nginxserver.h"
 #include "support/quiettest.h"
 #include "support/table.h"
+#include "support/testclass.h"
 #include "transfer/filedownloader.h"
 
 #include <QDateTime>
@@ -21,10 +22,9 @@
 
 namespace {
 
-const int kSize = 4000000;     // of the file that is fetched slowly
+const int kSlowSize = 4000000; // of the file that is fetched slowly
 const int kBigSize = 40000000; // of the one that is fetched as fast as it comes
 const int kTimeout = 15000;
-const QString kStamp = "2024-05-01T12:30:45.000Z";
 
 int OpenDescriptors()
 {
@@ -67,7 +67,7 @@ private:
     void Wait(FileDownloader *transfer);
 
     const QByteArray m_big = RandomBytes(kBigSize);
-    const QByteArray m_content = m_big.left(kSize);
+    const QByteArray m_content = m_big.left(kSlowSize);
     QTemporaryDir m_dir;
     QTemporaryDir m_site;
     NginxServer m_fast{m_site.path()};
@@ -109,8 +109,8 @@ void TestFileDownloader::cleanup()
 FileDownloader *TestFileDownloader::StartSlowly(const QString &stamp)
 {
     auto *transfer = new FileDownloader(m_parent.data());
-    transfer->Start(m_manager.data(), m_slow.Url() + "/a.zip", false, kSize, Path(), stamp, true,
-                    kTimeout, nullptr);
+    transfer->Start(m_manager.data(), m_slow.Url() + "/a.zip", false, kSlowSize, Path(), stamp,
+                    true, kTimeout, nullptr);
     return transfer;
 }
 
@@ -118,7 +118,8 @@ FileDownloader *TestFileDownloader::Fetch(const QString &url, bool head_only, co
                                           const QString &stamp, bool resume)
 {
     auto *transfer = new FileDownloader(m_parent.data());
-    transfer->Start(m_manager.data(), url, head_only, kSize, path, stamp, resume, kTimeout, this);
+    transfer->Start(m_manager.data(), url, head_only, kSlowSize, path, stamp, resume, kTimeout,
+                    this);
     Wait(transfer);
     return transfer;
 }
@@ -180,7 +181,7 @@ void TestFileDownloader::Fetches_data()
         "HEAD /a.zip 200 range=\"-\" sent=0");
     row("from the tail", false, true, 1234567, kStamp, true,
         "GET /a.zip 206 range=\"bytes=1234567-\" sent=2765433");
-    row("nothing left to fetch", false, true, kSize, kStamp, true,
+    row("nothing left to fetch", false, true, kSlowSize, kStamp, true,
         "GET /a.zip 416 range=\"bytes=4000000-\" sent=");
     row("other version", false, true, 1234567, kStamp.toLower(), true, whole);
     row("no stamp", false, true, 1234567, "", true, whole);
@@ -205,7 +206,7 @@ void TestFileDownloader::Fetches()
     QCOMPARE(transfer->m_url, url);
     QCOMPARE(transfer->m_userData, static_cast<void *>(this));
     if (held == 0) {
-        QCOMPARE(transfer->m_contentLength, QString::number(kSize));
+        QCOMPARE(transfer->m_contentLength, QString::number(kSlowSize));
         QCOMPARE(transfer->m_lastModified, kStamp);
     }
     QByteArray data = "untouched";
@@ -239,7 +240,7 @@ void TestFileDownloader::Fails()
     FileDownloader transfer(m_parent.data());
     QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
     // A null manager is one more that must leave nothing behind.
-    QTEST(transfer.Start(nullptr, url, false, kSize, path, kStamp, true, kTimeout, nullptr),
+    QTEST(transfer.Start(nullptr, url, false, kSlowSize, path, kStamp, true, kTimeout, nullptr),
           "started");
     QCOMPARE(transfer.m_timer.isActive(), started);
     if (started)
@@ -268,7 +269,7 @@ void TestFileDownloader::PausesAndGoesOn()
     transfer->Pause();
     QVERIFY(!transfer->IsBusy() && transfer->m_timer.isActive());
     const qint64 held = FileDownloader::GetDownloadedFileDetails(Path(), stamp + QString(14, '0'));
-    QVERIFY(held > kSize / 4 && held < kSize);
+    QVERIFY(held > kSlowSize / 4 && held < kSlowSize);
     transfer->Pause(); // changes nothing
     transfer->Resume();
     transfer->Resume(); // changes nothing, either
@@ -298,13 +299,13 @@ void TestFileDownloader::Aborts()
     QCOMPARE(transfer->m_percent, -1.0F);
     QCOMPARE(QFile::exists(Path()), !remove_data);
     const qint64 held = FileDownloader::GetDownloadedFileDetails(Path(), kStamp);
-    QVERIFY(remove_data ? held == 0 : held > kSize / 4);
+    QVERIFY(remove_data ? held == 0 : held > kSlowSize / 4);
 }
 
 void TestFileDownloader::DropsDataThatIsNotWanted()
 {
     FileDownloader *transfer = StartSlowly();
-    QTRY_VERIFY(ReadFile(Path()).size() > kSize / 4);
+    QTRY_VERIFY(ReadFile(Path()).size() > kSlowSize / 4);
     transfer->DelDownloadedData();
     QVERIFY(!QFile::exists(Path()));
     Wait(transfer);
@@ -381,6 +382,6 @@ void TestFileDownloader::LeavesNothingBehind()
     QVERIFY(m_parent->children().isEmpty());
 }
 
-QTEST_GUILESS_MAIN(TestFileDownloader)
+ZEFT_TEST(TestFileDownloader)
 
 #include "test_filedownloader.moc"

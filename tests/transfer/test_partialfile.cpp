@@ -1,6 +1,7 @@
 #include "support/filebytes.h"
 #include "support/installation.h"
 #include "support/table.h"
+#include "support/testclass.h"
 #include "transfer/filedownloader.h"
 
 #include <QTemporaryDir>
@@ -8,8 +9,7 @@
 
 namespace {
 
-const QByteArray kStamp = "2024-05-01T12:30:45.000Z";
-const QByteArray kOtherStamp = "2024-05-01T12:30:46.000Z";
+const QString kOtherStamp = "2024-05-01T12:30:46.000Z";
 
 } // namespace
 
@@ -38,7 +38,7 @@ void TestPartialFile::KeepsOnlyWhatTheTailProves_data()
     row("order changed, unseen by a sum", "cba" + Tail(294, 3, kStamp), 294, 3, kStamp);
     row("data changed", "abd" + Tail(294, 3, kStamp), 294, 0, kStamp);
     row("other version of the file", "abc" + Tail(294, 3, kOtherStamp), -1, 0, kStamp);
-    row("other letter case", good, -1, 0, QString(kStamp).toLower());
+    row("other letter case", good, -1, 0, kStamp.toLower());
     row("short stamp, stored longer", "abc" + Tail(294, 3, "2024-05-01T12:30:4500000"), -1, 0,
         "2024-05-01T12:30:45");
     row("cut", good.chopped(1), -1, 0, kStamp);
@@ -76,8 +76,8 @@ void TestPartialFile::StoresTheStampInTwentyFourCharacters_data()
     const Table<QString, QByteArray, QString> row("stamp", "stored", "changed");
     row("none", "", QByteArray(24, '0'), "");
     row("short", "abc", "abc" + QByteArray(21, '0'), "abc" + QString(21, '0'));
-    row("exact", QString(kStamp), kStamp, QString(kStamp));
-    row("long", QString(kStamp + "more"), kStamp, QString(kStamp));
+    row("exact", kStamp, kStamp.toLatin1(), kStamp);
+    row("long", kStamp + "more", kStamp.toLatin1(), kStamp);
     row("outside Latin-1", QString::fromUtf8("\u20ac"), "?" + QByteArray(23, '0'),
         QString::fromUtf8("\u20ac") + QString(23, '0'));
 }
@@ -97,6 +97,6 @@ void TestPartialFile::StoresTheStampInTwentyFourCharacters()
     QTEST(stamp, "changed");
 }
 
-QTEST_APPLESS_MAIN(TestPartialFile)
+ZEFT_TEST(TestPartialFile)
 
 #include "test_partialfile.moc"
