@@ -1,5 +1,5 @@
-#include "app/mainwindow_helper.h"
 #include "Repository/description.h"
+#include "app/mainwindow_helper.h"
 #include "panels/descriptionview.h"
 #include "panels/downloadwgt.h"
 #include "panels/helpwnd.h"

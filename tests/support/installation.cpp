@@ -58,7 +58,7 @@ void Installation::End()
         KillExtractor(*process);
     for (auto *queue :
          {&m_window->install_queue, &m_window->post_install_queue, &m_window->delete_queue})
-        queue->clear(); // its heart beats on, for nothing
+        queue->clear();           // its heart beats on, for nothing
     m_window->WorkUnder(nullptr); // what was borrowed ends with the test
     m_window->hide();
     s_former_runs->append(DataSingleton::m_pInstance);
