@@ -109,10 +109,11 @@ void MainWindow::Initialize()
 
 void MainWindow::TellWhatHinders()
 {
-    if (!MayWork())
+    if (!MayWork()) {
         AddMsg("Another updater works on this installation and must be closed first. Until then "
                "nothing is downloaded, installed or deleted here.",
                2);
+    }
     const DataSingleton *context = DataSingleton::Inst();
     for (const QString &directory : {context->InstalledPath(), context->GetDownloadsDir()}) {
         const QString fault = WriteFault(directory);
