@@ -1,27 +1,10 @@
 #include "support/scriptedserver.h"
 
-#include <QFile>
 #include <QRegularExpression>
 #include <QTcpSocket>
 #include <QTimer>
 
-#include <linux/sockios.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
-
-namespace {
-
-/// Whether the client's program has taken all of the bytes that its side has acknowledged.
-bool HasBeenRead(const QTcpSocket *socket)
-{
-    QFile table("/proc/net/tcp"); // see proc(5)
-    table.open(QFile::ReadOnly);
-    const QString ends =
-        QString::asprintf("0100007F:%04X 0100007F:%04X ", socket->peerPort(), socket->localPort());
-    return QString(table.readAll()).section(ends, 1).section(' ', 1, 1).endsWith(":00000000");
-}
-
-} // namespace
 
 ScriptedServer::ScriptedServer(const QByteArray &file)
     : m_file(file)
@@ -111,20 +94,14 @@ void ScriptedServer::End(QTcpSocket *socket, Then then)
 {
     if (then == KeepOpen)
         return;
-    // Only then is there nothing that Qt's client could drop along with the connection.
-    const int descriptor = static_cast<int>(socket->socketDescriptor());
-    int on_the_way = 0;
-    socket->flush();
-    ioctl(descriptor, SIOCOUTQ, &on_the_way);
-    if (on_the_way > 0 || socket->bytesToWrite() > 0 || !HasBeenRead(socket)) {
+    if (!m_may_end()) {
         QTimer::singleShot(1, socket, [this, socket, then] { End(socket, then); });
-        return;
-    }
-    if (then == Close) {
+    } else if (then == Close) {
         socket->disconnectFromHost();
-        return;
+    } else {
+        const linger at_once = {1, 0};
+        setsockopt(static_cast<int>(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &at_once,
+                   sizeof(at_once));
+        socket->abort();
     }
-    const linger at_once = {1, 0};
-    setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &at_once, sizeof(at_once));
-    socket->abort();
 }

@@ -4,6 +4,8 @@
 #include <QList>
 #include <QTcpServer>
 
+#include <functional>
+
 class QTcpSocket;
 
 /// A web server of one file for what a real one won't do, over plain HTTP on the loopback.
@@ -17,7 +19,7 @@ class ScriptedServer : public QObject
 public:
     enum Then {
         KeepOpen,
-        Close, // both once the client has read everything
+        Close, // both as soon as EndWhen() allows it
         Reset
     };
 
@@ -34,6 +36,9 @@ public:
     /// The file's address. Only "http" is spoken.
     QString Url(const QString &scheme = "http") const;
     void SetScript(const QList<Answer> &script) { m_script = script; }
+    /// Lets connections end when the client has what it is to have: Qt drops what is still on its
+    /// way through its own buffers.
+    void EndWhen(const std::function<bool()> &may_end) { m_may_end = may_end; }
     /// What all requests so far had in their Range header, empty where there was none.
     QByteArrayList Ranges() const { return m_ranges; }
 
@@ -49,6 +54,7 @@ private:
 
     QByteArray m_file;
     QList<Answer> m_script;
+    std::function<bool()> m_may_end = [] { return true; };
     QByteArrayList m_ranges;
     QHash<QTcpSocket *, QByteArray> m_requests; // what has come of the next one
     QTcpServer m_server;                        // last, as its sockets say good-bye when it dies
