@@ -1,6 +1,6 @@
 #include "archive_reader.h"
 
-#include "failure.h"
+#include "base/failure.h"
 
 #include <algorithm>
 #include <cerrno>

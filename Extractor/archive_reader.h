@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/input_file.h"
+#include "base/progress.h"
 #include "byte_source.h"
-#include "input_file.h"
-#include "progress.h"
 
 #include <archive.h>
 #include <archive_entry.h>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "failure.h"
-#include "input_file.h"
-#include "progress.h"
+#include "base/failure.h"
+#include "base/input_file.h"
+#include "base/progress.h"
 
 #include <cstddef>
 #include <cstdint>

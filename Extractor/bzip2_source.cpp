@@ -1,6 +1,6 @@
 #include "bzip2_source.h"
 
-#include "worker_count.h"
+#include "base/worker_count.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 #include "delete_folder.h"
 
-#include "failure.h"
+#include "base/failure.h"
+#include "base/unique_fd.h"
 #include "remove_tree.h"
-#include "unique_fd.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,6 +1,6 @@
 #include "destination.h"
 
-#include "failure.h"
+#include "base/failure.h"
 #include "remove_tree.h"
 
 #include <algorithm>

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "base/unique_fd.h"
 #include "disk_space.h"
 #include "entry_path.h"
 #include "folder_walk.h"
-#include "unique_fd.h"
 
 #include <atomic>
 #include <ctime>

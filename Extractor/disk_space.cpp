@@ -1,6 +1,6 @@
 #include "disk_space.h"
 
-#include "failure.h"
+#include "base/failure.h"
 
 #include <algorithm>
 #include <limits>

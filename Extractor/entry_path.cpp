@@ -1,6 +1,6 @@
 #include "entry_path.h"
 
-#include "failure.h"
+#include "base/failure.h"
 
 #include <algorithm>
 #include <climits>

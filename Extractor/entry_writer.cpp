@@ -1,6 +1,6 @@
 #include "entry_writer.h"
 
-#include "failure.h"
+#include "base/failure.h"
 
 #include <climits>
 #include <cstring>

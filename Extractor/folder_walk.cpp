@@ -1,7 +1,7 @@
 #include "folder_walk.h"
 
+#include "base/failure.h"
 #include "destination.h"
-#include "failure.h"
 
 #include <fcntl.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "base/unique_fd.h"
 #include "entry_path.h"
-#include "unique_fd.h"
 
 #include <string>
 #include <vector>

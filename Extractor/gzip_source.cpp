@@ -1,6 +1,6 @@
 #include "gzip_source.h"
 
-#include "failure.h"
+#include "base/failure.h"
 
 #include <algorithm>
 #include <new>

@@ -1,6 +1,6 @@
 #include "percent_lines.h"
 
-#include "trimmed.h"
+#include "base/trimmed.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #include "remove_tree.h"
 
-#include "failure.h"
-#include "unique_fd.h"
+#include "base/failure.h"
+#include "base/unique_fd.h"
 
 #include <algorithm>
 #include <dirent.h>

@@ -1,6 +1,6 @@
 #include "run_script.h"
 
-#include "failure.h"
+#include "base/failure.h"
 #include "percent_lines.h"
 #include "script_process.h"
 

@@ -1,8 +1,8 @@
 #include "script_process.h"
 
-#include "failure.h"
-#include "input_file.h"
-#include "trimmed.h"
+#include "base/failure.h"
+#include "base/input_file.h"
+#include "base/trimmed.h"
 
 #include <csignal>
 #include <fcntl.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "input_file.h"
+#include "base/input_file.h"
 
 #include <cstdint>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "progress.h"
+#include "base/progress.h"
 
 #include <string>
 

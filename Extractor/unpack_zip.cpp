@@ -1,9 +1,9 @@
 #include "unpack_zip.h"
 
 #include "archive_reader.h"
+#include "base/failure.h"
+#include "base/worker_count.h"
 #include "entry_writer.h"
-#include "failure.h"
-#include "worker_count.h"
 #include "zip_directory.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/input_file.h"
+#include "base/progress.h"
 #include "destination.h"
-#include "input_file.h"
-#include "progress.h"
 
 /// Unpacks the zip \a file on all processors.
 void UnpackZip(const InputFile &file, Destination &destination, Progress &progress);

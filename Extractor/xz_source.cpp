@@ -1,7 +1,7 @@
 #include "xz_source.h"
 
-#include "failure.h"
-#include "worker_count.h"
+#include "base/failure.h"
+#include "base/worker_count.h"
 
 #include <future>
 #include <new>

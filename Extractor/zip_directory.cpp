@@ -1,6 +1,6 @@
 #include "zip_directory.h"
 
-#include "failure.h"
+#include "base/failure.h"
 
 #include <algorithm>
 #include <cstring>

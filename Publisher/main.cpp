@@ -1,4 +1,4 @@
-#include "memory_limit.h"
+#include "base/memory_limit.h"
 #include "repositorychecks.h"
 #include "repositorysource.h"
 #include "repositorywriter.h"

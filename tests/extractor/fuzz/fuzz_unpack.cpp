@@ -1,7 +1,7 @@
-#include "failure.h"
+#include "base/failure.h"
+#include "base/unique_fd.h"
 #include "mend_checksums.h"
 #include "remove_tree.h"
-#include "unique_fd.h"
 #include "unpack.h"
 
 #include <clocale>

@@ -1,6 +1,6 @@
-#include "input_file.h"
+#include "base/input_file.h"
 
-#include "failure.h"
+#include "base/failure.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

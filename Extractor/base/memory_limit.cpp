@@ -1,4 +1,4 @@
-#include "memory_limit.h"
+#include "base/memory_limit.h"
 
 #include <algorithm>
 #include <fstream>
