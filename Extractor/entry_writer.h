@@ -1,8 +1,8 @@
 #pragma once
 
-#include "archive_reader.h"
 #include "destination.h"
 #include "folder_walk.h"
+#include "read/archive_reader.h"
 
 /// Puts the entries that one thread reads below the destination.
 class EntryWriter

@@ -1,19 +1,19 @@
 #include "unpack.h"
 
-#include "archive_reader.h"
 #include "base/failure.h"
 #include "base/input_file.h"
-#include "byte_source.h"
-#include "bzip2_source.h"
 #include "destination.h"
 #include "entry_writer.h"
-#include "gzip_source.h"
-#include "seven_zip_header.h"
-#include "seven_zip_source.h"
+#include "read/archive_reader.h"
+#include "read/byte_source.h"
+#include "read/bzip2_source.h"
+#include "read/gzip_source.h"
+#include "read/seven_zip_header.h"
+#include "read/seven_zip_source.h"
+#include "read/xz_source.h"
+#include "read/zip_directory.h"
 #include "unpack_tar.h"
 #include "unpack_zip.h"
-#include "xz_source.h"
-#include "zip_directory.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 #include "unpack_tar.h"
 
-#include "archive_reader.h"
 #include "entry_writer.h"
-#include "prefetch.h"
+#include "read/archive_reader.h"
+#include "read/prefetch.h"
 
 void UnpackTar(ByteSource &tar, Destination &destination)
 {

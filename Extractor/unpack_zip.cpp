@@ -1,10 +1,10 @@
 #include "unpack_zip.h"
 
-#include "archive_reader.h"
 #include "base/failure.h"
 #include "base/worker_count.h"
 #include "entry_writer.h"
-#include "zip_directory.h"
+#include "read/archive_reader.h"
+#include "read/zip_directory.h"
 
 #include <algorithm>
 #include <atomic>

@@ -1,4 +1,4 @@
-#include "gzip_source.h"
+#include "read/gzip_source.h"
 
 #include "base/failure.h"
 

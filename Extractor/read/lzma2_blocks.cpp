@@ -1,6 +1,6 @@
-#include "lzma2_blocks.h"
+#include "read/lzma2_blocks.h"
 
-#include "byte_source.h"
+#include "read/byte_source.h"
 
 #include <array>
 

@@ -1,8 +1,8 @@
-#include "seven_zip_source.h"
+#include "read/seven_zip_source.h"
 
 #include "base/worker_count.h"
-#include "lzma2_source.h"
-#include "prefetch.h"
+#include "read/lzma2_source.h"
+#include "read/prefetch.h"
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 
 #include "base/input_file.h"
 #include "base/progress.h"
-#include "byte_source.h"
+#include "read/byte_source.h"
 
 #include <archive.h>
 #include <archive_entry.h>

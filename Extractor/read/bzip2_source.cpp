@@ -1,4 +1,4 @@
-#include "bzip2_source.h"
+#include "read/bzip2_source.h"
 
 #include "base/worker_count.h"
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "byte_source.h"
-#include "lzma2_blocks.h"
-#include "seven_zip_header.h"
+#include "read/byte_source.h"
+#include "read/lzma2_blocks.h"
+#include "read/seven_zip_header.h"
 
 #include <memory>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "xz_source.h"
+#include "read/xz_source.h"
 
 #include "base/failure.h"
 #include "base/worker_count.h"

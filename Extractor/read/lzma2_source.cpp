@@ -1,4 +1,4 @@
-#include "lzma2_source.h"
+#include "read/lzma2_source.h"
 
 #include <algorithm>
 

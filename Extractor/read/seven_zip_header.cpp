@@ -1,6 +1,6 @@
-#include "seven_zip_header.h"
+#include "read/seven_zip_header.h"
 
-#include "byte_source.h"
+#include "read/byte_source.h"
 
 #include <initializer_list>
 #include <string>

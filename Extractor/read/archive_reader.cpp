@@ -1,4 +1,4 @@
-#include "archive_reader.h"
+#include "read/archive_reader.h"
 
 #include "base/failure.h"
 

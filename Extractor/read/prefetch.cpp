@@ -1,4 +1,4 @@
-#include "prefetch.h"
+#include "read/prefetch.h"
 
 #include <system_error>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "byte_source.h"
+#include "read/byte_source.h"
 
 #include <lzma.h>
 #include <vector>

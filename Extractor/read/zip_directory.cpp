@@ -1,4 +1,4 @@
-#include "zip_directory.h"
+#include "read/zip_directory.h"
 
 #include "base/failure.h"
 

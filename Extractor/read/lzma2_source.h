@@ -1,7 +1,7 @@
 #pragma once
 
-#include "byte_source.h"
-#include "lzma2_blocks.h"
+#include "read/byte_source.h"
+#include "read/lzma2_blocks.h"
 
 #include <lzma.h>
 #include <optional>
