@@ -1,7 +1,7 @@
 #include "destination.h"
 
 #include "base/failure.h"
-#include "remove_tree.h"
+#include "remove/remove_tree.h"
 
 #include <algorithm>
 #include <fcntl.h>

@@ -1,7 +1,7 @@
 #include "base/failure.h"
 #include "base/memory_limit.h"
 #include "base/progress.h"
-#include "delete_folder.h"
+#include "remove/delete_folder.h"
 #include "run_script.h"
 #include "unpack.h"
 

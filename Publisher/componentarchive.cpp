@@ -1,7 +1,7 @@
 #include "componentarchive.h"
 
 #include "Repository/version_info.h"
-#include "delete_folder.h"
+#include "remove/delete_folder.h"
 #include "unpack.h"
 
 #include <QDir>

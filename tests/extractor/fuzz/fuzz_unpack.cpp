@@ -1,7 +1,7 @@
 #include "base/failure.h"
 #include "base/unique_fd.h"
 #include "mend_checksums.h"
-#include "remove_tree.h"
+#include "remove/remove_tree.h"
 #include "unpack.h"
 
 #include <clocale>

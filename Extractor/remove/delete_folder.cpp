@@ -1,8 +1,8 @@
-#include "delete_folder.h"
+#include "remove/delete_folder.h"
 
 #include "base/failure.h"
 #include "base/unique_fd.h"
-#include "remove_tree.h"
+#include "remove/remove_tree.h"
 
 #include <algorithm>
 #include <climits>

@@ -1,4 +1,4 @@
-#include "remove_tree.h"
+#include "remove/remove_tree.h"
 
 #include "base/failure.h"
 #include "base/unique_fd.h"
