@@ -2,7 +2,7 @@
 #include "base/memory_limit.h"
 #include "base/progress.h"
 #include "remove/delete_folder.h"
-#include "run_script.h"
+#include "script/run_script.h"
 #include "unpack.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
-#include "run_script.h"
+#include "script/run_script.h"
 
 #include "base/failure.h"
-#include "percent_lines.h"
-#include "script_process.h"
+#include "script/percent_lines.h"
+#include "script/script_process.h"
 
 #include <cerrno>
 #include <climits>

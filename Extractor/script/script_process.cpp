@@ -1,4 +1,4 @@
-#include "script_process.h"
+#include "script/script_process.h"
 
 #include "base/failure.h"
 #include "base/input_file.h"

@@ -1,4 +1,4 @@
-#include "percent_lines.h"
+#include "script/percent_lines.h"
 
 #include "base/trimmed.h"
 
