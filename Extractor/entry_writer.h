@@ -1,8 +1,8 @@
 #pragma once
 
-#include "destination.h"
-#include "folder_walk.h"
 #include "read/archive_reader.h"
+#include "write/destination.h"
+#include "write/tree_walk.h"
 
 /// Puts the entries that one thread reads below the destination.
 class EntryWriter
@@ -21,5 +21,5 @@ private:
     void WriteFile(ArchiveReader &reader, archive_entry *entry, const EntryPath &path);
 
     Destination &m_destination;
-    FolderWalk m_walk;
+    TreeWalk m_walk;
 };

@@ -2,7 +2,6 @@
 
 #include "base/failure.h"
 #include "base/input_file.h"
-#include "destination.h"
 #include "entry_writer.h"
 #include "read/archive_reader.h"
 #include "read/byte_source.h"
@@ -14,6 +13,7 @@
 #include "read/zip_directory.h"
 #include "unpack_tar.h"
 #include "unpack_zip.h"
+#include "write/destination.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "disk_space.h"
+#include "write/disk_space.h"
 
 #include "base/failure.h"
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "base/unique_fd.h"
-#include "disk_space.h"
-#include "entry_path.h"
-#include "folder_walk.h"
+#include "write/disk_space.h"
+#include "write/entry_path.h"
+#include "write/tree_walk.h"
 
 #include <atomic>
 #include <ctime>
@@ -49,7 +49,7 @@ public:
     };
     void SetAttributesLater(const EntryPath &folder, const Attributes &attributes);
     void LinkLater(const EntryPath &path, const std::string &target);
-    void LinkNow(FolderWalk &walk, const EntryPath &path, const EntryPath &target);
+    void LinkNow(TreeWalk &walk, const EntryPath &path, const EntryPath &target);
 
     /// The name under which the file at \a path is made: a `version.info` gets one that means
     /// nothing to anybody, and its own at the end.
@@ -70,11 +70,11 @@ private:
     bool IsMade(const struct stat &file);
     void KeepLink(const EntryPath &path, const std::string &target);
     void TakeMemory(const EntryPath &path, std::size_t textSize);
-    void MakeLinks(FolderWalk &walk);
-    void CheckLink(FolderWalk &walk, const EntryPath &path, const std::string &target);
-    void SetAttributes(FolderWalk &walk, bool ofWaiting);
+    void MakeLinks(TreeWalk &walk);
+    void CheckLink(TreeWalk &walk, const EntryPath &path, const std::string &target);
+    void SetAttributes(TreeWalk &walk, bool ofWaiting);
     void Sync();
-    void RevealVersionInfos(FolderWalk &walk);
+    void RevealVersionInfos(TreeWalk &walk);
 
     UniqueFd m_folder;
     const mode_t m_mask; // what the user takes from the permissions of all that is new

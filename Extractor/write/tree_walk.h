@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/unique_fd.h"
-#include "entry_path.h"
+#include "write/entry_path.h"
 
 #include <string>
 #include <vector>
@@ -12,10 +12,10 @@ class Destination;
 /// opened from the folder above it and never through a link, so no change to the tree, made by
 /// an archive or by anyone else, can lead out of it. The handles of the last way stay open, which
 /// makes the next file of the same folder cost nothing. One thread uses a walk.
-class FolderWalk
+class TreeWalk
 {
 public:
-    explicit FolderWalk(Destination &destination)
+    explicit TreeWalk(Destination &destination)
         : m_destination(destination)
     {
     }

@@ -1,7 +1,7 @@
-#include "folder_walk.h"
+#include "write/tree_walk.h"
 
 #include "base/failure.h"
-#include "destination.h"
+#include "write/destination.h"
 
 #include <fcntl.h>
 
@@ -15,7 +15,7 @@ UniqueFd OpenFolder(int parent, const std::string &name)
 
 } // namespace
 
-int FolderWalk::Make(const EntryPath &path)
+int TreeWalk::Make(const EntryPath &path)
 {
     int parent = KeepCommon(path);
     while (m_levels.size() < path.size()) {
@@ -31,7 +31,7 @@ int FolderWalk::Make(const EntryPath &path)
     return parent;
 }
 
-int FolderWalk::Find(const EntryPath &path)
+int TreeWalk::Find(const EntryPath &path)
 {
     int parent = KeepCommon(path);
     while (m_levels.size() < path.size()) {
@@ -47,7 +47,7 @@ int FolderWalk::Find(const EntryPath &path)
 }
 
 /// Closes what is not on the way to \a path; gives the handle of the last folder that is.
-int FolderWalk::KeepCommon(const EntryPath &path)
+int TreeWalk::KeepCommon(const EntryPath &path)
 {
     std::size_t common = 0;
     while (common < m_levels.size() && common < path.size()

@@ -1,4 +1,4 @@
-#include "destination.h"
+#include "write/destination.h"
 
 #include "base/failure.h"
 #include "remove/remove_tree.h"
@@ -142,7 +142,7 @@ void Destination::TakeMemory(const EntryPath &path, std::size_t textSize)
     }
 }
 
-void Destination::LinkNow(FolderWalk &walk, const EntryPath &path, const EntryPath &target)
+void Destination::LinkNow(TreeWalk &walk, const EntryPath &path, const EntryPath &target)
 {
     {
         // A second name of a symbolic link is a link of the same text.
@@ -200,7 +200,7 @@ void Destination::Complete()
     if (!m_hasEntries) {
         throw Failure("holds nothing");
     }
-    FolderWalk walk(*this);
+    TreeWalk walk(*this);
     MakeLinks(walk);
     SetAttributes(walk, false);
     if (m_waiting.empty()) {
@@ -225,7 +225,7 @@ void Destination::Undo()
     }
 }
 
-void Destination::MakeLinks(FolderWalk &walk)
+void Destination::MakeLinks(TreeWalk &walk)
 {
     for (const auto &[path, target] : m_links) {
         CheckLink(walk, path, target);
@@ -239,7 +239,7 @@ void Destination::MakeLinks(FolderWalk &walk)
 
 /// Follows the target name by name from the link's folder. Only a real folder may be left again by
 /// "..": behind another link, or a name that is not there yet, it could be anywhere.
-void Destination::CheckLink(FolderWalk &walk, const EntryPath &path, const std::string &target)
+void Destination::CheckLink(TreeWalk &walk, const EntryPath &path, const std::string &target)
 {
     const Failure leadsOut(JoinPath(path) + ": links to " + target
                            + ", which leads out of the destination");
@@ -265,7 +265,7 @@ void Destination::CheckLink(FolderWalk &walk, const EntryPath &path, const std::
 }
 
 /// Deepest first, since a folder's permissions can close the way to those in it.
-void Destination::SetAttributes(FolderWalk &walk, bool ofWaiting)
+void Destination::SetAttributes(TreeWalk &walk, bool ofWaiting)
 {
     for (auto it = m_attributes.rbegin(); it != m_attributes.rend(); ++it) {
         const auto &[path, attributes] = *it;
@@ -291,7 +291,7 @@ void Destination::Sync()
     }
 }
 
-void Destination::RevealVersionInfos(FolderWalk &walk)
+void Destination::RevealVersionInfos(TreeWalk &walk)
 {
     for (const std::string &top : m_waiting) {
         const int folder = walk.Make({top});

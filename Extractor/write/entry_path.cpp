@@ -1,4 +1,4 @@
-#include "entry_path.h"
+#include "write/entry_path.h"
 
 #include "base/failure.h"
 
