@@ -9,63 +9,6 @@
 
 namespace {
 
-/// A file in the making: removed again unless it is finished.
-class NewFile
-{
-public:
-    NewFile(UniqueFd file, int folder, const std::string &name)
-        : m_file(std::move(file))
-        , m_folder(folder)
-        , m_name(name)
-    {
-    }
-    ~NewFile()
-    {
-        if (m_file) {
-            ::unlinkat(m_folder, m_name.c_str(), 0);
-        }
-    }
-    NewFile(const NewFile &) = delete;
-    NewFile &operator=(const NewFile &) = delete;
-
-    void Write(std::string_view bytes, std::uint64_t offset)
-    {
-        while (!bytes.empty()) {
-            const ssize_t written =
-                ::pwrite(m_file.Get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
-            if (written < 0) {
-                if (errno == EINTR) {
-                    continue;
-                }
-                throw SystemFailure(m_name);
-            }
-            bytes.remove_prefix(static_cast<std::size_t>(written));
-            offset += static_cast<std::uint64_t>(written);
-        }
-        m_end = offset;
-    }
-
-    void Finish(std::uint64_t size, const std::optional<timespec> &modified)
-    {
-        if (size > m_end && ::ftruncate(m_file.Get(), static_cast<off_t>(size)) != 0) {
-            throw SystemFailure(m_name);
-        }
-        if (modified) {
-            const timespec times[2] = {{0, UTIME_OMIT}, *modified};
-            ::futimens(m_file.Get(), times); // a time that the file system can't hold is no loss
-        }
-        if (::close(m_file.Release()) != 0) {
-            throw SystemFailure(m_name);
-        }
-    }
-
-private:
-    UniqueFd m_file; // none when finished
-    int m_folder;
-    const std::string &m_name;
-    std::uint64_t m_end = 0;
-};
-
 std::optional<timespec> ModifiedOf(archive_entry *entry)
 {
     if (!archive_entry_mtime_is_set(entry)) {
@@ -129,12 +72,9 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
 
 void EntryWriter::WriteFile(ArchiveReader &reader, archive_entry *entry, const EntryPath &path)
 {
-    const int folder = m_walk.Make(ParentOf(path));
-    const std::string name = m_destination.Waiting(path);
-    NewFile file(m_destination.MakeFile(path, folder, name, PermissionsOf(entry)), folder, name);
+    NewFile file = m_destination.MakeFile(m_walk, path, PermissionsOf(entry));
     ArchiveReader::Block block;
     while (reader.NextBlock(block)) {
-        m_destination.Space().Take(block.bytes.size(), 0);
         file.Write(block.bytes, block.offset);
     }
     if (archive_entry_size_is_set(entry)

@@ -10,7 +10,7 @@ class EntryWriter
 public:
     explicit EntryWriter(Destination &destination)
         : m_destination(destination)
-        , m_walk(destination)
+        , m_walk(destination.Tree())
     {
     }
 

@@ -1,7 +1,6 @@
 #include "write/destination.h"
 
 #include "base/failure.h"
-#include "remove/remove_tree.h"
 
 #include <algorithm>
 #include <fcntl.h>
@@ -9,27 +8,7 @@
 
 namespace {
 
-const std::string kVersionInfo = "version.info";
-const std::string kWaitingVersionInfo = ".version.info.unpacking";
-constexpr std::size_t kMostWaitingBytes = std::size_t{256} * 1024 * 1024; // in memory
-
-/// Like `mkdir -p`.
-UniqueFd OpenDestination(const std::string &path)
-{
-    for (std::size_t end = 0; end != std::string::npos;) {
-        end = path.find('/', end + 1);
-        const std::string part = path.substr(0, end);
-        if (::mkdir(part.c_str(), 0777) != 0 && errno != EEXIST && errno != EROFS
-            && errno != EACCES) {
-            throw SystemFailure(part);
-        }
-    }
-    UniqueFd folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder) {
-        throw SystemFailure(path);
-    }
-    return folder;
-}
+constexpr std::size_t kMostKeptBytes = std::size_t{256} * 1024 * 1024; // in memory
 
 /// It can't be asked for without being set.
 mode_t CurrentMask()
@@ -42,72 +21,20 @@ mode_t CurrentMask()
 } // namespace
 
 Destination::Destination(const std::string &path, std::uint64_t archiveSize)
-    : m_folder(OpenDestination(path))
+    : m_tree(path, archiveSize)
     , m_mask(CurrentMask())
-    , m_space(m_folder.Get(), archiveSize)
 {
 }
 
-template <typename Make>
-int Destination::MakeInPlace(const EntryPath &path, int folder, const std::string &name, Make make)
+NewFile Destination::MakeFile(TreeWalk &walk, const EntryPath &path, mode_t mode)
 {
-    int made = make();
-    const bool isNew = made >= 0;
-    if (!isNew && errno == EEXIST && ::unlinkat(folder, name.c_str(), 0) == 0) {
-        made = make();
-    }
-    if (made < 0) {
-        throw SystemFailure(JoinPath(path));
-    }
-    if (isNew && path.size() == 1) {
+    const int folder = walk.Make(ParentOf(path));
+    const std::string name = StagingName(path);
+    {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_made.push_back(name);
+        m_links.erase(path);
     }
-    return made;
-}
-
-void Destination::MakeFolder(int parent, const std::string &name, bool isTop)
-{
-    // Two threads must agree on who has made a top folder.
-    std::unique_lock<std::mutex> lock(m_mutex, std::defer_lock);
-    if (isTop) {
-        lock.lock();
-        if (!m_tops.insert(name).second) {
-            return;
-        }
-    }
-    m_space.Take(0, 1);
-    if (::mkdirat(parent, name.c_str(), 0777) == 0) {
-        if (isTop) {
-            m_made.push_back(name);
-        }
-    } else if (errno != EEXIST) {
-        throw SystemFailure(name);
-    } else if (isTop) {
-        const UniqueFd top(
-            ::openat(parent, name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-        for (const std::string &old : {kVersionInfo, kWaitingVersionInfo}) {
-            if (top && ::unlinkat(top.Get(), old.c_str(), 0) != 0 && errno != ENOENT) {
-                throw SystemFailure(JoinPath({name, old}));
-            }
-        }
-    }
-}
-
-UniqueFd Destination::MakeFile(const EntryPath &path, int folder, const std::string &name,
-                               mode_t mode)
-{
-    m_space.Take(0, 1);
-    UniqueFd file(MakeInPlace(path, folder, name, [&] {
-        return ::openat(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                        mode);
-    }));
-    struct stat status = {};
-    ::fstat(file.Get(), &status);
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_files.emplace(status.st_dev, status.st_ino);
-    m_links.erase(path);
-    return file;
+    return NewFile(m_tree.MakeFile(path, folder, name, mode), folder, name, m_tree.Space());
 }
 
 void Destination::SetAttributesLater(const EntryPath &folder, const Attributes &attributes)
@@ -125,7 +52,7 @@ void Destination::LinkLater(const EntryPath &path, const std::string &target)
 
 void Destination::KeepLink(const EntryPath &path, const std::string &target)
 {
-    m_space.Take(target.size(), 1);
+    m_tree.Space().Take(target.size(), 1);
     TakeMemory(path, target.size());
     m_links[path] = target;
 }
@@ -133,11 +60,11 @@ void Destination::KeepLink(const EntryPath &path, const std::string &target)
 /// A name of few bytes can have many parts.
 void Destination::TakeMemory(const EntryPath &path, std::size_t textSize)
 {
-    m_waitingBytes += textSize;
+    m_keptBytes += textSize;
     for (const std::string &part : path) {
-        m_waitingBytes += sizeof(std::string) + part.size();
+        m_keptBytes += sizeof(std::string) + part.size();
     }
-    if (m_waitingBytes > kMostWaitingBytes) {
+    if (m_keptBytes > kMostKeptBytes) {
         throw Failure("holds too many links and folders");
     }
 }
@@ -157,13 +84,13 @@ void Destination::LinkNow(TreeWalk &walk, const EntryPath &path, const EntryPath
     if (target.empty()) {
         throw Failure(JoinPath(path) + ": links to a folder");
     }
-    const std::string targetName = Waiting(target);
+    const std::string targetName = StagingName(target);
     const int found = walk.Find(ParentOf(target));
     const UniqueFd targetFolder(found < 0 ? -1 : ::fcntl(found, F_DUPFD_CLOEXEC, 0));
     struct stat status = {};
     if (!targetFolder
         || ::fstatat(targetFolder.Get(), targetName.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0
-        || !IsMade(status)) {
+        || !m_tree.HasMade(status)) {
         throw Failure(JoinPath(path) + ": links to " + JoinPath(target)
                       + ", which is no file of the archive");
     }
@@ -171,28 +98,19 @@ void Destination::LinkNow(TreeWalk &walk, const EntryPath &path, const EntryPath
         return; // tar writes a file that it is told to pack twice so
     }
     const int folder = walk.Make(ParentOf(path));
-    const std::string name = Waiting(path);
-    MakeInPlace(path, folder, name, [&] {
-        return ::linkat(targetFolder.Get(), targetName.c_str(), folder, name.c_str(), 0);
-    });
+    const std::string name = StagingName(path);
+    m_tree.MakeHardLink(path, folder, name, targetFolder.Get(), targetName);
 }
 
-/// Whether this run has made \a file: by a hard link to one that was there before, whoever changes
-/// the one later changes the other.
-bool Destination::IsMade(const struct stat &file)
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_files.count({file.st_dev, file.st_ino}) > 0;
-}
-
-std::string Destination::Waiting(const EntryPath &path)
+/// The name under which the file at \a path is made: a `version.info` gets its own at the end.
+std::string Destination::StagingName(const EntryPath &path)
 {
     if (!IsVersionInfo(path)) {
         return path.back();
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_waiting.insert(path.front());
-    return kWaitingVersionInfo;
+    m_staged.insert(path.front());
+    return kStagedVersionInfo;
 }
 
 void Destination::Complete()
@@ -200,10 +118,10 @@ void Destination::Complete()
     if (!m_hasEntries) {
         throw Failure("holds nothing");
     }
-    TreeWalk walk(*this);
+    TreeWalk walk(m_tree);
     MakeLinks(walk);
     SetAttributes(walk, false);
-    if (m_waiting.empty()) {
+    if (m_staged.empty()) {
         return;
     }
     // A version.info that outlives a power cut says that all else has outlived it. The archive may
@@ -214,26 +132,12 @@ void Destination::Complete()
     Sync();
 }
 
-void Destination::Undo()
-{
-    for (const std::string &name : m_made) {
-        try {
-            RemoveTree(m_folder.Get(), name);
-        } catch (const Failure &) {
-            // The failure that led here is the one to tell.
-        }
-    }
-}
-
 void Destination::MakeLinks(TreeWalk &walk)
 {
     for (const auto &[path, target] : m_links) {
         CheckLink(walk, path, target);
         const int folder = walk.Make(ParentOf(path));
-        const std::string name = Waiting(path);
-        MakeInPlace(path, folder, name, [&, &text = target] {
-            return ::symlinkat(text.c_str(), folder, name.c_str());
-        });
+        m_tree.MakeSymbolicLink(path, folder, StagingName(path), target);
     }
 }
 
@@ -265,11 +169,11 @@ void Destination::CheckLink(TreeWalk &walk, const EntryPath &path, const std::st
 }
 
 /// Deepest first, since a folder's permissions can close the way to those in it.
-void Destination::SetAttributes(TreeWalk &walk, bool ofWaiting)
+void Destination::SetAttributes(TreeWalk &walk, bool ofStaged)
 {
     for (auto it = m_attributes.rbegin(); it != m_attributes.rend(); ++it) {
         const auto &[path, attributes] = *it;
-        if ((path.size() == 1 && m_waiting.count(path.front()) > 0) != ofWaiting) {
+        if ((path.size() == 1 && m_staged.count(path.front()) > 0) != ofStaged) {
             continue;
         }
         const UniqueFd folder(::openat(walk.Make(ParentOf(path)), path.back().c_str(),
@@ -286,16 +190,16 @@ void Destination::SetAttributes(TreeWalk &walk, bool ofWaiting)
 
 void Destination::Sync()
 {
-    if (::syncfs(m_folder.Get()) != 0) {
+    if (::syncfs(m_tree.Destination()) != 0) {
         throw SystemFailure("writing to the disk");
     }
 }
 
 void Destination::RevealVersionInfos(TreeWalk &walk)
 {
-    for (const std::string &top : m_waiting) {
+    for (const std::string &top : m_staged) {
         const int folder = walk.Make({top});
-        if (::renameat(folder, kWaitingVersionInfo.c_str(), folder, kVersionInfo.c_str()) != 0) {
+        if (::renameat(folder, kStagedVersionInfo, folder, kVersionInfo) != 0) {
             throw SystemFailure(JoinPath({top, kVersionInfo}));
         }
     }

@@ -67,5 +67,5 @@ std::string JoinPath(const EntryPath &path)
 
 bool IsVersionInfo(const EntryPath &path)
 {
-    return path.size() == 2 && path[1] == "version.info";
+    return path.size() == 2 && path[1] == kVersionInfo;
 }

@@ -1,7 +1,7 @@
 #include "write/tree_walk.h"
 
 #include "base/failure.h"
-#include "write/destination.h"
+#include "write/new_tree.h"
 
 #include <fcntl.h>
 
@@ -20,7 +20,7 @@ int TreeWalk::Make(const EntryPath &path)
     int parent = KeepCommon(path);
     while (m_levels.size() < path.size()) {
         const std::string &name = path[m_levels.size()];
-        m_destination.MakeFolder(parent, name, m_levels.empty());
+        m_tree.MakeFolder(parent, name, m_levels.empty());
         UniqueFd folder = OpenFolder(parent, name);
         if (!folder) {
             throw SystemFailure(JoinPath(path));
@@ -55,5 +55,5 @@ int TreeWalk::KeepCommon(const EntryPath &path)
         ++common;
     }
     m_levels.erase(m_levels.begin() + static_cast<std::ptrdiff_t>(common), m_levels.end());
-    return m_levels.empty() ? m_destination.Folder() : m_levels.back().folder.Get();
+    return m_levels.empty() ? m_tree.Destination() : m_levels.back().folder.Get();
 }

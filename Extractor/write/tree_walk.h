@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-class Destination;
+class NewTree;
 
 /// Ways into the folders below a destination, through open handles: every name on the way is
 /// opened from the folder above it and never through a link, so no change to the tree, made by
@@ -15,8 +15,8 @@ class Destination;
 class TreeWalk
 {
 public:
-    explicit TreeWalk(Destination &destination)
-        : m_destination(destination)
+    explicit TreeWalk(NewTree &tree)
+        : m_tree(tree)
     {
     }
 
@@ -35,6 +35,6 @@ private:
 
     int KeepCommon(const EntryPath &path);
 
-    Destination &m_destination;
+    NewTree &m_tree;
     std::vector<Level> m_levels; // the folders below the destination, outermost first
 };
