@@ -1,6 +1,7 @@
 #include "base/failure.h"
 #include "base/memory_limit.h"
 #include "base/progress.h"
+#include "commands.h"
 #include "remove/delete_folder.h"
 #include "script/run_script.h"
 #include "unpack.h"
@@ -20,10 +21,19 @@ namespace {
 constexpr int kBadUsage = 2;
 constexpr std::size_t kLongestComplaint = 1000; // bytes
 
-constexpr char kUsage[] = "usage: zeft_fextr_cmd \"#uzip\" \"#ARCHIVE\" \"#DESTINATION\"\n"
-                          "       zeft_fextr_cmd \"#xtar\" \"#ARCHIVE\" \"#DESTINATION\"\n"
-                          "       zeft_fextr_cmd \"#ddir\" \"#FOLDER\"\n"
-                          "       zeft_fextr_cmd \"#rscript\" \"#SCRIPT\" \"#FOLDER\" \"#mclose\"";
+std::string Usage()
+{
+    std::string usage = "usage:";
+    const auto add = [&usage](const std::string &command, const std::string &arguments) {
+        usage += usage.back() == ':' ? " " : "\n       ";
+        usage += "zeft_fextr_cmd \"" + command + "\" " + arguments;
+    };
+    add(kUnpackZipCommand, R"("#ARCHIVE" "#DESTINATION")");
+    add(kUnpackTarCommand, R"("#ARCHIVE" "#DESTINATION")");
+    add(kDeleteFolderCommand, R"("#FOLDER")");
+    add(kRunScriptCommand, R"("#SCRIPT" "#FOLDER" ")" + std::string(kCloseWord) + '"');
+    return usage;
+}
 
 /// Without this, a file that is opened later could become the standard output of a caller that
 /// gave none, and the percent lines would end up in it.
@@ -53,7 +63,7 @@ void ChooseLocale()
 std::string PathOf(const std::string &argument)
 {
     if (argument.size() < 2 || argument.front() != '#') {
-        throw Failure("\"" + argument + "\" is not \"#\" and a path\n" + kUsage, kBadUsage);
+        throw Failure("\"" + argument + "\" is not \"#\" and a path\n" + Usage(), kBadUsage);
     }
     return argument.substr(1);
 }
@@ -73,23 +83,22 @@ int Run(const std::vector<std::string> &arguments)
     const std::string command = arguments.empty() ? "" : arguments[0];
     Progress progress;
     // The two words differ for the caller alone: the content tells how to unpack.
-    if ((command == "#uzip" || command == "#xtar") && arguments.size() == 3) {
+    if ((command == kUnpackZipCommand || command == kUnpackTarCommand) && arguments.size() == 3) {
         LimitMemory();
         progress.Start();
         Unpack(PathOf(arguments[1]), PathOf(arguments[2]), progress);
         return 0;
     }
-    if (command == "#ddir" && arguments.size() == 2) {
+    if (command == kDeleteFolderCommand && arguments.size() == 2) {
         progress.Start();
         DeleteFolder(PathOf(arguments[1]), progress);
         return 0;
     }
-    // "#mclose" asks to end without waiting for a key, as it would be in a window of its own.
-    if (command == "#rscript" && arguments.size() == 4 && arguments[3] == "#mclose") {
+    if (command == kRunScriptCommand && arguments.size() == 4 && arguments[3] == kCloseWord) {
         RunScript(PathOf(arguments[1]), PathOf(arguments[2]), progress);
         return 0;
     }
-    throw Failure(kUsage, kBadUsage);
+    throw Failure(Usage(), kBadUsage);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "pipeline/extractor.h"
 
+#include "Extractor/commands.h"
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
 
@@ -25,7 +26,7 @@ QString ScriptPath(const QString &component_dir)
 QStringList UnpackArguments(const QString &file_name, const QString &local_dir,
                             const QString &install_root)
 {
-    const QString command = file_name.contains(".tar.") ? "#xtar" : "#uzip";
+    const QString command = file_name.contains(".tar.") ? kUnpackTarCommand : kUnpackZipCommand;
     // An installation at the file system's root has an empty text for its path.
     const QString destination = install_root.isEmpty() ? QString("/") : install_root;
     return {command, "#" + local_dir + "/" + file_name, "#" + destination};
@@ -33,12 +34,12 @@ QStringList UnpackArguments(const QString &file_name, const QString &local_dir,
 
 QStringList ScriptArguments(const QString &component_dir)
 {
-    return {"#rscript", "#" + ScriptPath(component_dir), "#" + component_dir, "#mclose"};
+    return {kRunScriptCommand, "#" + ScriptPath(component_dir), "#" + component_dir, kCloseWord};
 }
 
 QStringList DeleteArguments(const QString &component_dir)
 {
-    return {"#ddir", "#" + component_dir};
+    return {kDeleteFolderCommand, "#" + component_dir};
 }
 
 bool LastPercent(const QByteArray &output, int &percent)
