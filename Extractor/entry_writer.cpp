@@ -43,8 +43,8 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
 {
     m_destination.NoteEntry();
     const EntryPath path = ParseEntryPath(NameOf(reader, archive_entry_pathname(entry)));
-    if (path.empty()) {
-        return; // the destination itself stays what it is
+    if (!m_destination.Wants(path)) {
+        return;
     }
     const char *const hardLink = archive_entry_hardlink(entry);
     if (hardLink && archive_entry_size(entry) == 0) {

@@ -24,6 +24,10 @@ namespace {
 
 constexpr std::size_t kTarHeaderSize = 512;
 
+// The description pages are unpacked among the downloads, where any other file would pass for one.
+constexpr std::string_view kDescriptionsArchive = "hwd_doc.zip";
+constexpr const char *kDescriptionsFolder = "hwd_doc";
+
 /// The data of the entry that a reader has come to.
 class EntrySource : public ByteSource
 {
@@ -184,7 +188,10 @@ void Unpack(const std::string &archivePath, const std::string &destinationPath, 
     ::setenv("TZ", ":/etc/localtime", 0);
 
     const InputFile file(archivePath);
-    Destination destination(destinationPath, file.Size());
+    const bool isDescriptions =
+        archivePath.substr(archivePath.rfind('/') + 1) == kDescriptionsArchive;
+    Destination destination(destinationPath, file.Size(),
+                            isDescriptions ? kDescriptionsFolder : "");
     try {
         UnpackAny(file, destination, progress);
         destination.Complete();

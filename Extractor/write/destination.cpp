@@ -20,10 +20,18 @@ mode_t CurrentMask()
 
 } // namespace
 
-Destination::Destination(const std::string &path, std::uint64_t archiveSize)
+Destination::Destination(const std::string &path, std::uint64_t archiveSize,
+                         const std::string &onlyFolder)
     : m_tree(path, archiveSize)
+    , m_onlyFolder(onlyFolder)
     , m_mask(CurrentMask())
 {
+}
+
+bool Destination::Wants(const EntryPath &path) const
+{
+    return m_onlyFolder.empty() ? !path.empty() // the destination itself stays what it is
+                                : path.size() > 1 && path.front() == m_onlyFolder;
 }
 
 NewFile Destination::MakeFile(TreeWalk &walk, const EntryPath &path, mode_t mode)

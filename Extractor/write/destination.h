@@ -23,10 +23,13 @@
 class Destination
 {
 public:
-    /// Makes the folder if it is missing.
-    Destination(const std::string &path, std::uint64_t archiveSize);
+    /// Makes the folder if it is missing. Of the archive only what lies below its top folder
+    /// \a onlyFolder is wanted, or everything if that is empty.
+    Destination(const std::string &path, std::uint64_t archiveSize, const std::string &onlyFolder);
 
     NewTree &Tree() { return m_tree; }
+
+    bool Wants(const EntryPath &path) const;
 
     /// Says that the archive has an entry, whatever it is.
     void NoteEntry() { m_hasEntries = true; }
@@ -62,6 +65,7 @@ private:
     void RevealVersionInfos(TreeWalk &walk);
 
     NewTree m_tree;
+    const std::string m_onlyFolder;
     const mode_t m_mask; // what the user takes from the permissions of all that is new
     std::atomic<bool> m_hasEntries{false};
 

@@ -78,6 +78,18 @@ class Formats(ExtractorTest):
                                  {path: (mode if mode is None else mode & ~0o027, content)
                                   for path, (mode, content) in expected.items()})
 
+    def test_of_the_descriptions_only_their_folder_comes_out(self):
+        pages, others = {"hwd_doc": (0o755, None), "hwd_doc/x.htm": (0o644, b"x")}, {
+            "hwd_docs": (0o755, None), "hwd_docs/y": (0o644, b"y"), "zeft_core_runtime.zip": (0o644, b"z")}
+        make_tree(self.path("source"), {**pages, **others})
+        for name, pack, expected in (("hwd_doc.zip", 'zip -qr "$1" *', pages),
+                                     ("hwd_doc.zip", 'tar -czf "$1" .', pages),
+                                     ("hwd_doc.zip.zip", 'zip -qr "$1" *', {**pages, **others})):
+            with self.subTest(name, pack=pack):
+                shell("rm -f $1;" + pack)(self.path("source"), self.path(name))
+                self.succeed("#uzip", self.path(name), self.path(pack + name))
+                self.assertEqual(read_tree(self.path(pack + name)), expected)
+
     def test_names_of_old_zips(self):
         for name, bytes_, expected in (
                 ("code page 437", "Grüße/Æ".encode("cp437"), "Grüße/Æ"),
