@@ -28,6 +28,12 @@ class ExtractorTest(unittest.TestCase):
                               stdin=subprocess.DEVNULL, capture_output=True, text=True,
                               errors="replace", timeout=120, **{"cwd": "/usr", **options})
 
+    def start(self, command, **options):
+        """Starts a program that does not outlive the test, however that ends."""
+        program = self.enterContext(subprocess.Popen(command, **options))
+        self.addCleanup(program.kill)
+        return program
+
     def succeed(self, command, *paths, **options):
         run = self.run_extractor(command, *paths, **options)
         self.assertEqual((run.returncode, run.stderr), (0, ""))

@@ -98,11 +98,10 @@ class Delete(ExtractorTest):
     def test_a_component_in_use_goes(self):
         make_tree(self.target, {"C/d/f": (0o644, b"")})
         shutil.copy("/bin/sleep", self.path("target", "C", "d", "program"))
-        with subprocess.Popen([self.path("target", "C", "d", "program"), "1000"],
-                              cwd=self.path("target", "C", "d")) as program:
-            self.succeed("#ddir", self.path("target", "C"))
-            self.assertEqual(read_tree(self.target), {})
-            program.kill()
+        self.start([self.path("target", "C", "d", "program"), "1000"],
+                   cwd=self.path("target", "C", "d"))
+        self.succeed("#ddir", self.path("target", "C"))
+        self.assertEqual(read_tree(self.target), {})
 
 
 class Usage(ExtractorTest):

@@ -206,6 +206,7 @@ class Hostile(ExtractorTest):
 
     def test_what_cannot_work_is_told(self):
         os.chmod(self.home, 0o755)
+        os.chmod(self.target, 0o777)
         place = bytes(20)  # and size of a header, none
         make_tree(self.home, {"text": (0o644, b"no archive " * 100), "none": (0o644, b""),
                               "zeros": (0o644, bytes(10_240)),
@@ -214,11 +215,13 @@ class Hostile(ExtractorTest):
                               "shut": (0o000, b""), "shut folder": (0o555, None)})
         tar(self.path("a"), [entry("C/f")])
         shell('tar -c text | zstd | zstd > "$1"')(self.home, self.path("twice"))
+        shell('tar -c text | head -c 2048 | gzip > "$1"')(self.home, self.path("without an end"))
         for archive, target, text in (
                 ("missing", "t", "missing: No such file"), ("shut folder", "t", ": not a file"),
                 ("shut", "t", "shut: Permission denied"), ("text", "target", "no archive of a known"),
                 ("none", "target", "none: is "), ("zeros", "target", "zeros: holds nothing"),
                 ("empty 7z", "target", "7z: holds nothing"),
+                ("without an end", "target", "cut off: the mark at its end is missing"),
                 ("twice", "target", "no archive of a known"), ("a", "shut folder", "Permission denied"),
                 ("a", "shut folder/new", "new: No such file"), ("a", "text", "text: Not a directory"),
                 ("a", "text/new", "Not a directory"), ("a", "/proc/new", "/proc/new: No such file")):

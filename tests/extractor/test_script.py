@@ -11,6 +11,7 @@ from support import EXTRACTOR, ExtractorTest, make_tree
 
 TREE_OF_PROCESSES = """#!/bin/bash
 set -m
+trap "" TERM
 mark() { sleep 1000 & echo $! >> {pids}; }
 mark
 setsid sh -c 'sleep 1000 & echo $$ $! >> {pids}; wait' &
@@ -97,12 +98,12 @@ class Script(ExtractorTest):
 
     def test_a_percent_comes_while_the_script_runs(self):
         os.mkfifo(self.pids + ".go")
-        with subprocess.Popen(self.command("echo 5%; cat {pids}.go"), cwd=self.downloads,
-                              stdout=subprocess.PIPE) as run:
-            self.assertEqual(run.stdout.readline(), b"  5%\n")
-            with open(self.pids + ".go", "w"):
-                pass
-        self.assertEqual(run.returncode, 0)
+        run = self.start(self.command("echo 5%; cat {pids}.go"), cwd=self.downloads,
+                         stdout=subprocess.PIPE)
+        self.assertEqual(run.stdout.readline(), b"  5%\n")
+        with open(self.pids + ".go", "w"):
+            pass
+        self.assertEqual(run.wait(), 0)
 
     def test_the_exit_code_tells_of_failure(self):
         for name, text, code, message in (
@@ -129,11 +130,11 @@ class Script(ExtractorTest):
         self.assertEqual([lives(pid) for pid in self.started()], [True, True])
 
     def test_nothing_outlives_a_kill(self):
-        with subprocess.Popen(self.command(TREE_OF_PROCESSES + "wait"), cwd=self.downloads,
-                              stdout=subprocess.PIPE) as run:
-            self.assertEqual(run.stdout.readline(), b" 50%\n")
-            self.assertTrue(all(lives(pid) for pid in self.started()))
-            run.kill()
+        run = self.start(self.command(TREE_OF_PROCESSES + "wait"), cwd=self.downloads,
+                         stdout=subprocess.PIPE)
+        self.assertEqual(run.stdout.readline(), b" 50%\n")
+        self.assertTrue(all(lives(pid) for pid in self.started()))
+        run.kill()
         for _ in range(200):
             if not any(lives(pid) for pid in self.started()):
                 return

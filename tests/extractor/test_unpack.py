@@ -183,12 +183,12 @@ class Formats(ExtractorTest):
             with self.subTest(pack):
                 shell(pack)(self.path("source"), self.path("a"))
                 make_tree(self.target, old)
-                with subprocess.Popen([EXTRACTOR, "#uzip", "#" + self.path("a"),
-                                       "#" + self.target], stdout=subprocess.PIPE) as run:
-                    while int(run.stdout.readline()[:3]) < 20:
-                        pass
-                    run.kill()
-                self.assertEqual(run.returncode, -9)
+                run = self.start([EXTRACTOR, "#uzip", "#" + self.path("a"), "#" + self.target],
+                                 stdout=subprocess.PIPE)
+                while int(run.stdout.readline()[:3]) < 20:
+                    pass
+                run.kill()
+                self.assertEqual(run.wait(), -9)
                 self.assertNotIn("C/version.info", read_tree(self.target))
                 self.succeed("#ddir", self.path("target", "C"))
                 self.succeed("#uzip", self.path("a"), self.target)
