@@ -6,8 +6,9 @@
 #include "read/archive_reader.h"
 #include "read/byte_source.h"
 #include "read/bzip2_source.h"
+#include "read/entry_source.h"
+#include "read/fallback_source.h"
 #include "read/gzip_source.h"
-#include "read/seven_zip_header.h"
 #include "read/seven_zip_source.h"
 #include "read/xz_source.h"
 #include "read/zip_directory.h"
@@ -27,31 +28,6 @@ constexpr std::size_t kTarHeaderSize = 512;
 // The description pages are unpacked among the downloads, where any other file would pass for one.
 constexpr std::string_view kDescriptionsArchive = "hwd_doc.zip";
 constexpr const char *kDescriptionsFolder = "hwd_doc";
-
-/// The data of the entry that a reader has come to.
-class EntrySource : public ByteSource
-{
-public:
-    explicit EntrySource(ArchiveReader &reader)
-        : m_reader(reader)
-    {
-    }
-
-    std::size_t Read(char *to, std::size_t room) override
-    {
-        ArchiveReader::Block block;
-        while (m_left.empty() && m_reader.NextBlock(block)) {
-            m_left = block.bytes;
-        }
-        const std::size_t size = m_left.copy(to, room);
-        m_left.remove_prefix(size);
-        return size;
-    }
-
-private:
-    ArchiveReader &m_reader;
-    std::string_view m_left;
-};
 
 bool StartsWith(const InputFile &file, std::string_view magic)
 {
@@ -128,31 +104,31 @@ void UnpackSevenZip(const InputFile &file, Destination &destination, Progress &p
         UnpackEntries(file, ArchiveReader::Format::SevenZip, destination, progress);
         return;
     }
-    try {
-        SevenZipSource tar(file, ReadSevenZipHeader(file), progress);
-        UnpackTar(tar, destination);
-        return;
-    } catch (const BadBlock &) {
-        // Then libarchive has a try, over what is there already.
-    }
-    EntrySource tar(reader);
+    EntrySource sure(reader);
+    FallbackSource<SevenZipSource> tar(sure, file, progress);
     UnpackTar(tar, destination);
 }
 
-template <typename Unpacker>
-void UnpackPackedTar(const InputFile &file, Destination &destination, Progress &progress)
+void UnpackBzip2Tar(const InputFile &file, Destination &destination, Progress &progress)
 {
-    FileSource packed(file, progress);
-    Unpacker tar(packed);
+    FileSource compressed(file, progress);
+    FilterSource sure(file, progress);
+    FallbackSource<Bzip2Source> tar(sure, compressed);
     UnpackTar(tar, destination);
 }
 
-/// Unpacks a tar that is packed in any way that libarchive knows, or not at all.
+template <typename Decompressor>
+void UnpackCompressedTar(const InputFile &file, Destination &destination, Progress &progress)
+{
+    FileSource compressed(file, progress);
+    Decompressor tar(compressed);
+    UnpackTar(tar, destination);
+}
+
+/// Unpacks a tar that is compressed in any way that libarchive knows, or not at all.
 void UnpackOtherTar(const InputFile &file, Destination &destination, Progress &progress)
 {
-    ArchiveReader reader(file, ArchiveReader::Format::Packed, progress);
-    reader.NextEntry();
-    EntrySource tar(reader);
+    FilterSource tar(file, progress);
     UnpackTar(tar, destination);
 }
 
@@ -163,16 +139,12 @@ void UnpackAny(const InputFile &file, Destination &destination, Progress &progre
     } else if (StartsWith(file, "MSCF")) {
         UnpackEntries(file, ArchiveReader::Format::Cab, destination, progress);
     } else if (StartsWith(file, "\x1f\x8b")) {
-        UnpackPackedTar<GzipSource>(file, destination, progress);
+        UnpackCompressedTar<GzipSource>(file, destination, progress);
     } else if (StartsWith(file, "\xfd"
                                 "7zXZ")) {
-        UnpackPackedTar<XzSource>(file, destination, progress);
+        UnpackCompressedTar<XzSource>(file, destination, progress);
     } else if (StartsWith(file, "BZh")) {
-        try {
-            UnpackPackedTar<Bzip2Source>(file, destination, progress);
-        } catch (const BadBlock &) {
-            UnpackOtherTar(file, destination, progress); // over what is there already
-        }
+        UnpackBzip2Tar(file, destination, progress);
     } else if (StartsWith(file, "PK\3\4") || ZipDirectory::IsIn(file)) {
         UnpackZip(file, destination, progress);
     } else {

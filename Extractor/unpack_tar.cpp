@@ -7,12 +7,7 @@
 void UnpackTar(ByteSource &tar, Destination &destination)
 {
     Prefetch ahead(tar);
-    UnpackTar(ahead, destination);
-}
-
-void UnpackTar(PieceSource &tar, Destination &destination)
-{
-    ArchiveReader reader(tar);
+    ArchiveReader reader(ahead);
     EntryWriter writer(destination);
     while (archive_entry *const entry = reader.NextEntry()) {
         writer.Write(reader, entry);

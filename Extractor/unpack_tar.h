@@ -5,6 +5,3 @@
 
 /// Unpacks the tar that \a tar brings; it is read on another thread than it is written.
 void UnpackTar(ByteSource &tar, Destination &destination);
-
-/// Unpacks the tar that \a tar brings, which is read on a thread of its own already.
-void UnpackTar(PieceSource &tar, Destination &destination);

@@ -60,7 +60,7 @@ void Support(archive *handle, ArchiveReader::Format format)
         // Read on to the stream's true end: only there its last checksums are tested.
         archive_read_set_format_option(handle, "tar", "read_concatenated_archives", "1");
         break;
-    case Format::Packed:
+    case Format::Filter:
         archive_read_support_format_raw(handle);
         break;
     }
@@ -93,7 +93,7 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
     , m_buffer(kBufferSize)
 {
     archive *const handle = m_archive.get();
-    if (format == Format::Packed) {
+    if (format == Format::Filter) {
         AppendFilter(handle, file);
     }
     archive_read_set_skip_callback(handle, [](archive *, void *self, la_int64_t bytes) {
@@ -117,7 +117,7 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
     Check(Open());
 }
 
-ArchiveReader::ArchiveReader(PieceSource &tar)
+ArchiveReader::ArchiveReader(Prefetch &tar)
     : m_archive(NewReader(Format::Tar))
     , m_format(Format::Tar)
     , m_tar(&tar)

@@ -2,7 +2,7 @@
 
 #include "base/input_file.h"
 #include "base/progress.h"
-#include "read/byte_source.h"
+#include "read/prefetch.h"
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -22,7 +22,7 @@ public:
         SevenZip,
         Cab,
         Tar,
-        Packed // no archive but one stream, compressed once with one of libarchive's filters or not
+        Filter // no archive but one stream, compressed once with one of libarchive's filters or not
     };
 
     /// The file and the progress, which counts what is read of it, must outlive the reader. Several
@@ -31,7 +31,7 @@ public:
 
     /// Reads the bytes of \a tar, which must outlive the reader, as a tar archive. Whoever brings
     /// them knows how far the run is.
-    explicit ArchiveReader(PieceSource &tar);
+    explicit ArchiveReader(Prefetch &tar);
 
     ArchiveReader(const ArchiveReader &) = delete;
     ArchiveReader &operator=(const ArchiveReader &) = delete;
@@ -68,7 +68,7 @@ private:
     std::unique_ptr<archive, Free> m_archive;
     const Format m_format;
     const InputFile *m_file = nullptr; // the input is this,
-    PieceSource *m_tar = nullptr;      // or this
+    Prefetch *m_tar = nullptr;         // or this
     Progress *m_progress = nullptr;    // of the file
     bool m_tarEnded = false;           // the last that came of the tar was the mark of its end
     std::vector<char> m_buffer;

@@ -22,29 +22,6 @@ public:
     virtual std::size_t Read(char *to, std::size_t room) = 0;
 };
 
-/// Bytes that are read once, front to back, by one thread, and lie in memory already.
-class PieceSource
-{
-public:
-    virtual ~PieceSource() = default;
-
-    /// The next bytes, good until the next call; none at the end.
-    /// Throws a Failure when the bytes are damaged or cut off.
-    virtual std::string_view Next() = 0;
-};
-
-/// Thrown by sources that unpack blocks side by side, for damage and for what only looks like it
-/// because the source was not made for it. So a reader that goes byte after byte must have the last
-/// word.
-class BadBlock : public Failure
-{
-public:
-    BadBlock()
-        : Failure("is damaged: a block cannot be unpacked")
-    {
-    }
-};
-
 /// The bytes of a file as they are; what was read of it is the run's progress.
 class FileSource : public ByteSource
 {

@@ -1,5 +1,6 @@
 #include "read/bzip2_source.h"
 
+#include "base/failure.h"
 #include "base/worker_count.h"
 
 #include <algorithm>
@@ -30,6 +31,11 @@ Places FindPlaces(int byte)
         places[kEndMark >> at & 0xffU] |= static_cast<std::uint16_t>(0x100U << shift);
     }
     return places;
+}
+
+Failure Damaged()
+{
+    return Failure("is damaged: bzip2 data error");
 }
 
 std::uint64_t BigEndian(const char *bytes)
@@ -108,7 +114,7 @@ std::string UnpackBlock(std::string packed)
         throw std::bad_alloc();
     }
     if (result != BZ_STREAM_END) {
-        throw BadBlock();
+        throw Damaged();
     }
     bytes.resize(size);
     return bytes;
@@ -147,14 +153,14 @@ bool Bzip2Source::StartNextBlock()
         const auto sum = static_cast<std::uint32_t>(Bits(m_at + kMarkSize, kBlockSumSize));
         if (mark == kEndMark) {
             if (sum != m_sum) {
-                throw BadBlock();
+                throw Damaged();
             }
             m_inStream = false;
             m_at = (m_at + kMarkSize + kBlockSumSize + 7) / 8 * 8;
             continue;
         }
         if (mark != kBlockMark) {
-            throw BadBlock();
+            throw Damaged();
         }
         m_sum = (m_sum << 1U | m_sum >> 31U) ^ sum;
         const std::size_t end = FindMark(m_at + kMarkSize);
@@ -179,7 +185,7 @@ bool Bzip2Source::StartStream()
     }
     const std::uint64_t header = Bits(m_at, kHeaderSize);
     if (header < 0x425a6831 || header > 0x425a6839) { // "BZh1" to "BZh9"
-        throw BadBlock();
+        throw Damaged();
     }
     m_at += kHeaderSize;
     m_inStream = true;
@@ -217,14 +223,14 @@ std::size_t Bzip2Source::FindMark(std::size_t from)
             }
         }
     }
-    throw BadBlock();
+    throw Damaged();
 }
 
 /// The \a count bits, 48 at most, that begin at bit \a at of the input.
 std::uint64_t Bzip2Source::Bits(std::size_t at, int count)
 {
     if (!Need((at + static_cast<std::size_t>(count) + 7) / 8)) {
-        throw BadBlock();
+        throw Damaged();
     }
     std::uint64_t bits = 0;
     for (std::size_t bit = at; bit < at + static_cast<std::size_t>(count); ++bit) {

@@ -11,7 +11,7 @@
 ///
 /// The blocks of such a file are independent but stand in it bit by bit, with no sign of their
 /// length. They are found by the 48 bits with which each begins. That these occur by chance within
-/// a block, about once in 20 TB, is a BadBlock, too.
+/// a block, about once in 20 TB, is a Failure, too.
 class Bzip2Source : public ByteSource
 {
 public:

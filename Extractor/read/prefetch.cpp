@@ -5,12 +5,13 @@
 namespace {
 
 constexpr std::size_t kBlockSize = std::size_t{256} * 1024;
+constexpr std::size_t kBlocks = 8;
 
 } // namespace
 
-Prefetch::Prefetch(ByteSource &source, std::size_t ahead)
+Prefetch::Prefetch(ByteSource &source)
     : m_source(source)
-    , m_blocks(ahead / kBlockSize)
+    , m_blocks(kBlocks)
 {
     try {
         m_thread = std::thread(&Prefetch::Run, this);

@@ -10,17 +10,16 @@
 #include <vector>
 
 /// Reads a source ahead on a thread of its own, so that unpacking and writing go on side by side.
-class Prefetch : public PieceSource
+class Prefetch
 {
 public:
-    /// Holds about \a ahead bytes at most.
-    explicit Prefetch(ByteSource &source, std::size_t ahead = std::size_t{2} * 1024 * 1024);
-    ~Prefetch() override;
+    explicit Prefetch(ByteSource &source);
+    ~Prefetch();
     Prefetch(const Prefetch &) = delete;
     Prefetch &operator=(const Prefetch &) = delete;
 
-    /// Throws what the source threw.
-    std::string_view Next() override;
+    /// The next bytes, good until the next call; none at the end. Throws what the source threw.
+    std::string_view Next();
 
 private:
     struct Block

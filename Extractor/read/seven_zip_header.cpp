@@ -1,31 +1,52 @@
 #include "read/seven_zip_header.h"
 
-#include "read/byte_source.h"
+#include "base/failure.h"
 
 #include <initializer_list>
 #include <string>
 
 namespace {
 
-constexpr std::size_t kStartSize = 32;       // of what stands before the packed bytes
+constexpr std::size_t kSignatureHeaderSize = 32;
 constexpr std::size_t kLargestHeader = 4096; // that of one file is hardly larger than its name
 
-/// Reads the numbers that a 7z is described with.
-class Description
+// Property IDs of 7zFormat.txt.
+constexpr unsigned char kEnd = 0;
+constexpr unsigned char kHeader = 1;
+constexpr unsigned char kMainStreamsInfo = 4;
+constexpr unsigned char kFilesInfo = 5;
+constexpr unsigned char kPackInfo = 6;
+constexpr unsigned char kUnPackInfo = 7;
+constexpr unsigned char kSubStreamsInfo = 8;
+constexpr unsigned char kSize = 9;
+constexpr unsigned char kCRC = 10;
+constexpr unsigned char kFolder = 11;
+constexpr unsigned char kCodersUnPackSize = 12;
+
+constexpr unsigned char kLzma2 = 0x21;                  // the coder's ID
+constexpr unsigned char kOneByteIdAndProperties = 0x21; // flags of the coder
+
+Failure OtherKind()
+{
+    return Failure("is no 7z with a single file of LZMA2");
+}
+
+/// Reads a header of a 7z, front to back.
+class HeaderReader
 {
 public:
-    Description(const InputFile &file, std::uint64_t offset, std::size_t size)
+    HeaderReader(const InputFile &file, std::uint64_t offset, std::size_t size)
         : m_bytes(size, '\0')
     {
         if (file.ReadAt(offset, m_bytes.data(), size) != size) {
-            throw BadBlock();
+            throw OtherKind();
         }
     }
 
     unsigned char Byte()
     {
         if (m_at == m_bytes.size()) {
-            throw BadBlock();
+            throw OtherKind();
         }
         return static_cast<unsigned char>(m_bytes[m_at++]);
     }
@@ -34,7 +55,7 @@ public:
     {
         for (const unsigned char byte : bytes) {
             if (Byte() != byte) {
-                throw BadBlock();
+                throw OtherKind();
             }
         }
     }
@@ -58,7 +79,7 @@ public:
             ++size;
         }
         if (size == 8) {
-            throw BadBlock(); // no size of anything
+            throw OtherKind(); // no size of anything
         }
         const std::uint64_t top = first & (0x7fU >> size);
         return Fixed(size) | top << 8 * size;
@@ -80,29 +101,32 @@ std::uint32_t DictionarySize(unsigned property)
 
 Lzma2File ReadSevenZipHeader(const InputFile &file)
 {
-    Description start(file, 0, kStartSize);
-    start.Fixed(6); // the signature
-    start.Fixed(6); // the version, and a checksum of what follows
-    const std::uint64_t headerOffset = start.Fixed(8);
-    const std::uint64_t headerSize = start.Fixed(8);
-    if (headerOffset > file.Size() || headerSize > kLargestHeader) {
-        throw BadBlock();
+    HeaderReader start(file, 0, kSignatureHeaderSize);
+    start.Fixed(6); // signature
+    start.Fixed(2); // version
+    start.Fixed(4); // CRC of the three numbers that follow
+    const std::uint64_t nextHeaderOffset = start.Fixed(8);
+    const std::uint64_t nextHeaderSize = start.Fixed(8);
+    if (nextHeaderOffset > file.Size() || nextHeaderSize > kLargestHeader) {
+        throw OtherKind();
     }
-    Description header(file, kStartSize + headerOffset, headerSize);
-    Lzma2File packed = {};
-    packed.begin = kStartSize;
-    header.Expect({1, 4, 6, 0, 1, 9}); // one packed stream, behind the start
-    const std::uint64_t packedSize = header.Number();
-    if (packedSize > headerOffset) {
-        throw BadBlock();
+    HeaderReader header(file, kSignatureHeaderSize + nextHeaderOffset, nextHeaderSize);
+    Lzma2File content = {};
+    header.Expect({kHeader, kMainStreamsInfo});
+    header.Expect({kPackInfo, /* packPos */ 0, /* numPackStreams */ 1, kSize});
+    const std::uint64_t packSize = header.Number();
+    if (packSize > nextHeaderOffset) {
+        throw OtherKind();
     }
-    packed.end = kStartSize + packedSize;
-    header.Expect({0, 7, 11, 1, 0, 1, 0x21, 0x21, 1}); // unpacked by LZMA2, which has one property
-    packed.dictionary = DictionarySize(header.Byte());
-    header.Expect({12});
-    packed.size = header.Number();
-    header.Expect({0, 8, 10, 1}); // to a whole whose checksum is known
-    packed.crc = static_cast<std::uint32_t>(header.Fixed(4));
-    header.Expect({0, 0, 5, 1}); // which is one file
-    return packed;
+    content.begin = kSignatureHeaderSize;
+    content.end = kSignatureHeaderSize + packSize;
+    header.Expect({kEnd, kUnPackInfo, kFolder, /* numFolders */ 1, /* external */ 0});
+    header.Expect({/* numCoders */ 1, kOneByteIdAndProperties, kLzma2, /* propertiesSize */ 1});
+    content.dictionarySize = DictionarySize(header.Byte());
+    header.Expect({kCodersUnPackSize});
+    content.size = header.Number();
+    header.Expect({kEnd, kSubStreamsInfo, kCRC, /* allAreDefined */ 1});
+    content.crc = static_cast<std::uint32_t>(header.Fixed(4));
+    header.Expect({kEnd, kEnd, kFilesInfo, /* numFiles */ 1});
+    return content;
 }

@@ -4,17 +4,17 @@
 
 #include <cstdint>
 
-/// The only file in a 7z, packed with LZMA2 and nothing else, as 7z packs a tar.
+/// The only file in a 7z, compressed with LZMA2 and nothing else, as 7z compresses a tar.
 struct Lzma2File
 {
-    std::uint64_t begin;      // of the packed bytes in the archive, as is
-    std::uint64_t end;        // this
-    std::uint32_t dictionary; // bytes, that unpacking needs
-    std::uint64_t size;       // bytes unpacked
-    std::uint32_t crc;        // of those
+    std::uint64_t begin;          // offset in the archive of the first byte of the LZMA2 stream
+    std::uint64_t end;            // offset in the archive of the byte after the stream's last one
+    std::uint32_t dictionarySize; // bytes
+    std::uint64_t size;           // uncompressed size in bytes
+    std::uint32_t crc;            // CRC-32 of the uncompressed bytes
 };
 
-/// Throws a BadBlock for any other archive. The checksums of the description are not looked at:
-/// whoever told a 7z with a single file from others has read it already. The format's source is
+/// Throws a Failure for any other archive. The header's own checksums are not tested: whoever told
+/// a 7z with a single file from others has read the header before. The format's source is
 /// 7zFormat.txt of the LZMA SDK.
 Lzma2File ReadSevenZipHeader(const InputFile &file);

@@ -1,32 +1,23 @@
 #pragma once
 
 #include "read/byte_source.h"
-#include "read/lzma2_blocks.h"
+#include "read/lzma2_as_xz.h"
 #include "read/seven_zip_header.h"
+#include "read/xz_source.h"
 
-#include <memory>
-#include <vector>
-
-/// The only file in a 7z, unpacked on all processors, which libarchive can't.
-class SevenZipSource : public PieceSource
+/// The only file in a 7z, decompressed on all processors, which libarchive can't.
+class SevenZipSource : public ByteSource
 {
 public:
-    SevenZipSource(const InputFile &file, const Lzma2File &packed, Progress &progress);
-    ~SevenZipSource() override;
+    /// Throws a Failure for a 7z of any other kind.
+    SevenZipSource(const InputFile &file, Progress &progress);
 
-    /// Throws a BadBlock for damage, and for what only looks like it.
-    std::string_view Next() override;
+    std::size_t Read(char *to, std::size_t room) override;
 
 private:
-    class Worker;
-
-    const InputFile &m_file;
-    const Lzma2File m_packed;
-    Progress &m_progress;
-    Lzma2Blocks m_blocks;
-    std::vector<std::unique_ptr<Worker>> m_workers; // block by block it is another one's turn
-    std::size_t m_index = 0;                        // of the block that is read
-    std::uint64_t m_blockRead = 0;
+    const Lzma2File m_content;
+    Lzma2AsXz m_xz;
+    XzSource m_source;
     std::uint64_t m_read = 0; // bytes
-    std::uint32_t m_crc = 0;  // of those
+    std::uint32_t m_crc = 0;  // of the bytes read so far
 };

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "base/failure.h"
+#include "read/byte_source.h"
+
+#include <algorithm>
+#include <optional>
+#include <vector>
+#include <zlib.h>
+
+/// What a quick source brings, and from its first failure on what a sure one has in that place.
+///
+/// The quick one may fail because it was not made for the file, so that the sure one, which
+/// decompresses byte after byte, has the last word on damage. Nobody who reads notices the change:
+/// what was already brought must be the same in both, or the file counts as damaged.
+template <typename Quick> class FallbackSource : public ByteSource
+{
+public:
+    /// \a input is what a Quick is made from. \a sure must be at its beginning.
+    template <typename... Input>
+    explicit FallbackSource(ByteSource &sure, Input &...input)
+        : m_sure(sure)
+    {
+        try {
+            m_quick.emplace(input...);
+        } catch (const Failure &) {
+            // Then the sure one brings everything.
+        }
+    }
+
+    std::size_t Read(char *to, std::size_t room) override
+    {
+        if (!m_quick) {
+            return m_sure.Read(to, room);
+        }
+        try {
+            const std::size_t size = m_quick->Read(to, room);
+            m_crc = Crc(m_crc, to, size);
+            m_read += size;
+            return size;
+        } catch (const Failure &) {
+            m_quick.reset();
+        }
+        PassOverRead();
+        return m_sure.Read(to, room);
+    }
+
+private:
+    static uLong Crc(uLong crc, const char *bytes, std::size_t size)
+    {
+        return ::crc32_z(crc, reinterpret_cast<const Bytef *>(bytes), size);
+    }
+
+    void PassOverRead()
+    {
+        std::vector<char> bytes(kInputSize);
+        uLong crc = 0;
+        while (m_read > 0) {
+            const std::size_t size =
+                m_sure.Read(bytes.data(),
+                            static_cast<std::size_t>(std::min<std::uint64_t>(m_read, kInputSize)));
+            if (size == 0) {
+                break;
+            }
+            crc = Crc(crc, bytes.data(), size);
+            m_read -= size;
+        }
+        if (m_read > 0 || crc != m_crc) {
+            throw Failure("is damaged: it cannot be decompressed");
+        }
+    }
+
+    ByteSource &m_sure;
+    std::optional<Quick> m_quick;
+    std::uint64_t m_read = 0; // bytes that the quick source has brought
+    uLong m_crc = 0;          // of these bytes
+};
