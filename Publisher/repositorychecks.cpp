@@ -9,6 +9,7 @@
 #include "sourcefolder.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QHash>
 #include <QTextCodec>
 
@@ -94,6 +95,17 @@ QString PageFault(const QString &pagesDir, const QString &page)
     return {};
 }
 
+QStringList CheckPages(const RepositorySource &source)
+{
+    QStringList problems;
+    for (const QString &name : source.pages) {
+        const QString path = source.pagesDir + '/' + name;
+        if (QFileInfo(path).size() > kMostDescriptionBytes)
+            problems << QString("%1: it is too large to be shown").arg(path);
+    }
+    return problems;
+}
+
 QString TitleFault(const QString &title)
 {
     const bool broken = std::any_of(title.begin(), title.end(), [](QChar c) {
@@ -156,6 +168,6 @@ QStringList CheckRepository(const RepositorySource &source)
 {
     if (source.components.isEmpty())
         return {"repository.json names no directory that holds an archive"};
-    return CheckComponents(source.components) + CheckRivals(source.components)
+    return CheckComponents(source.components) + CheckRivals(source.components) + CheckPages(source)
            + CheckPackages(source);
 }

@@ -2,6 +2,9 @@
 
 #include <QString>
 
+/// The most bytes that the file of a description, or of a picture in it, may have to be shown.
+const qint64 kMostDescriptionBytes = 10000000;
+
 /// Cuts from a description page what Qt would lay out for minutes while the window waits for it:
 /// large spans, and tables deep in each other. False if the page is too long to be laid out.
 ///

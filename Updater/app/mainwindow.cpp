@@ -137,6 +137,7 @@ void MainWindow::Timer500()
         for (DN_FILE_STRUCT *record : *list)
             record->status_text = StatusText(record->status, record->progress);
     }
+    WatchDescriptions();
     if (MayWork()) {
         ProcessDownload();
         ProcessInstall();

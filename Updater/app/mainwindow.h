@@ -97,6 +97,7 @@ private:
     void AcceptDescriptions();
     void AcceptPackageList(const QByteArray &bytes);
     void AcceptProbe(FileDownloader *fd);
+    void WatchDescriptions();
     void MakeRecords();
     void EndProbes();
     void ReturnToIdle();
@@ -105,6 +106,7 @@ private:
     // Stages (pipeline/mainwindow_dnl_install.cpp)
     void ProcessDownload();
     void FollowDownload(DN_FILE_STRUCT *record);
+    void StopIfEndless(FileDownloader *transfer, const QString &path, qint64 announced);
     void StartDownload(DN_FILE_STRUCT *record);
     void AcceptDownload(DN_FILE_STRUCT *record);
     void RejectDownload(DN_FILE_STRUCT *record, const QString &error);

@@ -1,5 +1,6 @@
 #include "catalogue/descriptions.h"
 
+#include "Repository/description.h"
 #include "Repository/names.h"
 #include "app/datasingleton.h"
 #include "common/common_helper.h"
@@ -7,8 +8,6 @@
 #include <QFileInfo>
 
 namespace {
-
-const qint64 kMostBytes = 10000000; // what a page or picture needs at the most, and far more
 
 QString DescriptionsDir()
 {
@@ -20,7 +19,8 @@ QString DescriptionsDir()
 QByteArray DescriptionData(const QString &name)
 {
     QByteArray bytes;
-    if (DescriptionSize(name) > 0)
+    const qint64 size = DescriptionSize(name);
+    if (size > 0 && size <= kMostDescriptionBytes)
         GetFileData(DescriptionsDir() + "/" + name, bytes);
     return bytes;
 }
@@ -31,8 +31,8 @@ qint64 DescriptionSize(const QString &name)
         return 0; // a page that stands alone
     const QString home = QFileInfo(DescriptionsDir()).canonicalFilePath() + "/";
     const QFileInfo file(DescriptionsDir() + "/" + name);
-    const bool is_description = file.isFile() && file.isReadable() && file.size() <= kMostBytes
-                                && file.canonicalFilePath().startsWith(home);
+    const bool is_description =
+        file.isFile() && file.isReadable() && file.canonicalFilePath().startsWith(home);
     return is_description ? file.size() : 0;
 }
 

@@ -116,8 +116,21 @@ void MainWindow::AcceptFileList(const QByteArray &bytes)
         ReturnToIdle();
         return;
     }
+    if (!MayWork()) { // another updater may be unpacking the descriptions
+        StartFetch(PackageListPath(), QString());
+        return;
+    }
     StartFetch(DescriptionsPath(),
                DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsArchive);
+}
+
+/// Their archive goes to a file, without an end where the server announces no length.
+void MainWindow::WatchDescriptions()
+{
+    if (base_downloader && base_downloader->m_url.contains(kDescriptionsArchive))
+        StopIfEndless(base_downloader,
+                      DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsArchive,
+                      base_downloader->m_contentLength.toLongLong());
 }
 
 void MainWindow::AcceptDescriptions()

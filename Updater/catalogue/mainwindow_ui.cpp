@@ -2,6 +2,7 @@
 
 #include "app/mainwindow.h"
 
+#include "Repository/description.h"
 #include "Repository/manifests.h"
 #include "Repository/names.h"
 #include "Repository/platform.h"
@@ -75,7 +76,11 @@ QWidget *PageByType(const QTreeWidgetItem *item)
 void ShowDescription(const QTreeWidgetItem *item)
 {
     const QString name = item->data(0, kDescriptionRole).toString();
-    PageOf<DownloadWgt>(item)->SetHtmlText(TextUpToNul(DescriptionData(name)));
+    auto *page = PageOf<DownloadWgt>(item);
+    if (DescriptionSize(name) > kMostDescriptionBytes)
+        page->SayTooLarge();
+    else
+        page->SetHtmlText(TextUpToNul(DescriptionData(name)));
 }
 
 bool ShowsRecord(const QTreeWidgetItem *item, DN_FILE_STRUCT *record)

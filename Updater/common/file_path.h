@@ -41,7 +41,7 @@ bool DeleteFile(const QString &path);
 
 /// Removes the folder with all it holds; true if all went, or if there is no such folder.
 ///
-/// An empty path is refused with false: the toolkit would take it for the working folder.
+/// An empty path is refused with false: Qt would take it for the working folder.
 bool DeleteDirectory(const QString &path);
 
 /// Leaves \a path as an empty folder, made if need be. False, and nothing is made, if something in

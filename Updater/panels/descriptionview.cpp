@@ -41,13 +41,17 @@ QVariant DescriptionView::loadResource(int type, const QUrl &name)
     if (type != QTextDocument::ImageResource)
         return QByteArray("");
     QByteArray bytes;
+    PictureFile file;
     if (name.isRelative()) {
+        file.size = DescriptionSize(name.path());
         bytes = DescriptionData(name.path());
-        m_fileSizes[name] = bytes.size();
     } else if (name.scheme() == "data") { // RFC 2397
         bytes = QByteArray::fromBase64(name.path().section(',', 1).toLatin1());
     }
-    const QImage picture = Picture(bytes);
+    m_pixelsLeft += m_files.value(name).pixels; // of an earlier reading
+    const QImage picture = Picture(bytes, file.pixels);
+    if (name.isRelative())
+        m_files[name] = file;
     if (!picture.isNull())
         return picture;
     QImage nothing(1, 1, QImage::Format_ARGB32);
@@ -58,9 +62,9 @@ QVariant DescriptionView::loadResource(int type, const QUrl &name)
 void DescriptionView::ShowLatePictures()
 {
     bool is_changed = false;
-    const QList<QUrl> names = m_fileSizes.keys();
+    const QList<QUrl> names = m_files.keys();
     for (const QUrl &name : names) {
-        if (DescriptionSize(name.path()) == m_fileSizes[name])
+        if (DescriptionSize(name.path()) == m_files[name].size)
             continue;
         const int type = QTextDocument::ImageResource;
         document()->addResource(type, name, loadResource(type, name));
@@ -70,8 +74,7 @@ void DescriptionView::ShowLatePictures()
         document()->markContentsDirty(0, document()->characterCount());
 }
 
-/// Null for what is none, or more than the page has pixels left.
-QImage DescriptionView::Picture(QByteArray bytes)
+QImage DescriptionView::Picture(QByteArray bytes, qint64 &pixels)
 {
     const QByteArray format = BitmapFormat(bytes);
     if (format.isEmpty())
@@ -79,9 +82,10 @@ QImage DescriptionView::Picture(QByteArray bytes)
     QBuffer buffer(&bytes);
     QImageReader reader(&buffer, format);
     reader.setAutoDetectImageFormat(false);
-    const qint64 pixels = static_cast<qint64>(reader.size().width()) * reader.size().height();
-    if (!reader.size().isValid() || pixels > m_pixelsLeft)
+    const qint64 area = static_cast<qint64>(reader.size().width()) * reader.size().height();
+    if (!reader.size().isValid() || area > m_pixelsLeft)
         return QImage();
+    pixels = area;
     m_pixelsLeft -= pixels;
     return reader.read();
 }

@@ -19,8 +19,15 @@ public:
     void ShowLatePictures();
 
 private:
-    QImage Picture(QByteArray bytes);
+    struct PictureFile
+    {
+        qint64 size = 0; // bytes, when it was read
+        qint64 pixels = 0;
+    };
 
-    QHash<QUrl, qint64> m_fileSizes; // of the page's pictures, as they were read
-    qint64 m_pixelsLeft = 50000000;  // a few bytes can hold a picture of gigabytes
+    /// Null for what is none, or more than the page has pixels left; \a pixels are those it takes.
+    QImage Picture(QByteArray bytes, qint64 &pixels);
+
+    QHash<QUrl, PictureFile> m_files; // of the page's pictures, by the names that the page has
+    qint64 m_pixelsLeft = 50000000;   // a few bytes can hold a picture of gigabytes
 };

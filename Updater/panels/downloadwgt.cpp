@@ -55,7 +55,7 @@ void DownloadWgt::SetHtmlText(const QString &html)
 {
     QString text = html;
     if (!CutForLayout(text)) {
-        SetPlainText("The description is too large to be shown.");
+        SayTooLarge();
         return;
     }
     text.replace("10.0pt", "8.0pt"); // before the next one, or 12 points would end at 8
@@ -63,6 +63,11 @@ void DownloadWgt::SetHtmlText(const QString &html)
     text.replace("150%", "100%");
     text.replace("115%", "100%");
     ui->text->setHtml(text);
+}
+
+void DownloadWgt::SayTooLarge()
+{
+    SetPlainText("The description is too large to be shown.");
 }
 
 void DownloadWgt::SetPlainText(const QString &text)

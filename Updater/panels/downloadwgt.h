@@ -26,9 +26,10 @@ public:
     int MatchingRow(DN_FILE_STRUCT *record);
     int Rows();
 
-    /// Shows a description page, its fonts brought down to the size of the panel; one that is too
-    /// long for that becomes a sentence that says so.
+    /// Shows a description page, its fonts brought down to the size of the panel; of one that is
+    /// too long for that, SayTooLarge().
     void SetHtmlText(const QString &html);
+    void SayTooLarge();
     void SetPlainText(const QString &text);
     bool HasText() const;
     void UpdateButtons();

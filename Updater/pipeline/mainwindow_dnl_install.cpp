@@ -172,12 +172,18 @@ void MainWindow::ProcessDownload()
 
 void MainWindow::FollowDownload(DN_FILE_STRUCT *record)
 {
-    FileDownloader *transfer = record->downloader;
-    record->progress = ProgressFromPercent(transfer->m_percent);
-    if (GetFileSizeInBytes(PartialPath(*record)) <= MostBytes(record->file_size))
+    record->progress = ProgressFromPercent(record->downloader->m_percent);
+    StopIfEndless(record->downloader, PartialPath(*record), record->file_size);
+}
+
+/// Ends a transfer into the file at \a path that brings far more than \a announced bytes. The file
+/// goes, and the transfer has gone with its finish.
+void MainWindow::StopIfEndless(FileDownloader *transfer, const QString &path, qint64 announced)
+{
+    if (GetFileSizeInBytes(path) <= MostBytes(announced))
         return;
     transfer->m_error = "Server sends far more than the file's size";
-    transfer->Abort(true); // and the finish takes it away
+    transfer->Abort(true);
 }
 
 void MainWindow::StartDownload(DN_FILE_STRUCT *record)
@@ -328,13 +334,15 @@ void MainWindow::FinishDelete()
 /// be it one that the user has picked there.
 bool MainWindow::IsToBeUnpacked(const DN_FILE_STRUCT &record) const
 {
+    const QString downloads = DataSingleton::Inst()->GetDownloadsDir();
     const QFileInfo file(CompletePath(record));
     return file.exists()
-           && std::any_of(
-               install_queue.begin(), install_queue.end(), [&](const DN_FILE_STRUCT *other) {
-                   return other->file_name == record.file_name
-                          && QFileInfo(other->local_dir + "/" + other->file_name) == file;
-               });
+           && std::any_of(install_queue.begin(), install_queue.end(),
+                          [&](const DN_FILE_STRUCT *other) {
+                              if (other->local_dir == downloads)
+                                  return other->file_name == record.file_name;
+                              return QFileInfo(other->local_dir + "/" + other->file_name) == file;
+                          });
 }
 
 /// True while a transfer, be it another record's of the same name, writes the record's partial

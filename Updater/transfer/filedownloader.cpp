@@ -152,6 +152,8 @@ void FileDownloader::Resume()
     if (m_reply)
         return;
     m_stalled = false;
+    if (m_headOnly)
+        m_data.clear(); // of a part, the server would state the length of that part alone
     m_resumeOffset = DataHeld();
     if (m_resumeOffset > 0)
         m_request.setRawHeader("Range", "bytes=" + QByteArray::number(m_resumeOffset) + "-");

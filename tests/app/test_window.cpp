@@ -6,6 +6,7 @@
 #include "support/quiettest.h"
 #include "support/table.h"
 #include "support/testclass.h"
+#include "transfer/filedownloader.h"
 
 #include <QPlainTextEdit>
 #include <QProcess>
@@ -102,6 +103,9 @@ void TestWindow::LeavesTheWorkToAnotherUpdater()
     QCOMPARE(installation.Log().last(),
              QString("Another updater works on this installation and must be closed first. Until "
                      "then nothing is downloaded, installed or deleted here."));
+    window->AcceptFileList("//zeft_upt_fversions.info\r\nx\r\n");
+    QVERIFY(window->base_downloader->m_url.endsWith("/zeft_bsps.info")); // not the descriptions
+    delete std::exchange(window->base_downloader, nullptr);
     window->fversions_lines = QStringList("8#a.zip#core/version_latest#T#2#1");
     window->MakeRecords();
     window->AddTreeArchItems();
@@ -194,7 +198,7 @@ void TestWindow::AsksBeforeItCloses()
     QCOMPARE(window->isVisible(), !closes);
     QCOMPARE(QFile::exists(installation.Download("hwd_doc.zip")), !closes);
     for (QProcess **process : processes)
-        QCOMPARE((*process)->waitForFinished(closes ? 1000 : 10), closes);
+        QCOMPARE((*process)->waitForFinished(closes ? 60000 : 10), closes);
     QVERIFY(QFile::exists(installation.Download("local")));
 }
 

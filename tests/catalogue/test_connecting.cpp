@@ -4,6 +4,7 @@
 #include "support/nginxserver.h"
 #include "support/quiettest.h"
 #include "support/repository.h"
+#include "support/scriptedserver.h"
 #include "support/table.h"
 #include "support/testclass.h"
 #include "transfer/filedownloader.h"
@@ -25,6 +26,7 @@ private slots:
     void FetchesTheCatalogue();
     void FailsAndConnectsAgain_data();
     void FailsAndConnectsAgain();
+    void StopsDescriptionsWithoutAnEnd();
     void ChoosesTheEndpoint();
     void TakesTheAlternateLink();
 
@@ -147,6 +149,21 @@ void TestConnecting::FailsAndConnectsAgain()
     QVERIFY(installation.IsConnected());
     QCOMPARE(Requests().size(), 4);
     QCOMPARE(window->records.size(), 1);
+}
+
+void TestConnecting::StopsDescriptionsWithoutAnEnd()
+{
+    const QByteArray list = "//zeft_upt_fversions.info\r\n8#a.zip#core#T#1#1\r\n";
+    const QByteArray length = "Content-Length: " + QByteArray::number(list.size());
+    ScriptedServer server(list);
+    server.SetScript(
+        {{ScriptedServer::Head("200 OK", length) + list},
+         {ScriptedServer::Head("200 OK", "Server: test") + QByteArray(65000000, 'x')}});
+    Installation installation;
+    installation.Connect(server.Url().section("/a.zip", 0, 0));
+    QVERIFY(!installation.IsConnected());
+    QCOMPARE(installation.Log().last(), kFailed + "Server sends far more than the file's size");
+    QVERIFY(!QFile::exists(installation.Download("hwd_doc.zip")));
 }
 
 void TestConnecting::ChoosesTheEndpoint()

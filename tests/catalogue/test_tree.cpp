@@ -117,8 +117,11 @@ void TestTree::ShowsDescriptions()
         installation.Download("hwd_doc/a.htm"),
         QByteArray("<p style='font-size:12.0pt'>B\xC3\xB6<img src='x.png'>ard</p>\0more", 61));
     WriteFile(installation.Download("hwd_doc/long.htm"), QByteArray(2000001, 'x'));
+    WriteFile(installation.Download("hwd_doc/huge.htm"), "x");
+    QFile::resize(installation.Download("hwd_doc/huge.htm"), 10000001);
     QFile::link("../secret.htm", installation.Download("hwd_doc/link.htm"));
-    const QStringList pages = {"a.htm", "late.htm", "", "../secret.htm", "link.htm", "long.htm"};
+    const QStringList pages = {"a.htm",    "late.htm", "",        "../secret.htm",
+                               "link.htm", "long.htm", "huge.htm"};
     QStringList lines;
     for (const QString &page : pages)
         lines.append("8#0#Board####" + page);

@@ -37,7 +37,7 @@ protected:
     void run() override
     {
         CThread::run();
-        msleep(2); // the toolkit sees the end later than the owner does
+        msleep(2); // Qt sees the end later than the owner does
     }
     void PreRun() override { ++unguarded, ++before; }
     void Run() override

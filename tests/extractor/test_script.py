@@ -135,11 +135,11 @@ class Script(ExtractorTest):
         self.assertEqual(run.stdout.readline(), b" 50%\n")
         self.assertTrue(all(lives(pid) for pid in self.started()))
         run.kill()
-        for _ in range(200):
+        for _ in range(6000):
             if not any(lives(pid) for pid in self.started()):
                 return
             time.sleep(0.01)
-        self.fail("after 2 s there still live " + str([p for p in self.started() if lives(p)]))
+        self.fail("after a minute there still live " + str([p for p in self.started() if lives(p)]))
 
 
 if __name__ == "__main__":

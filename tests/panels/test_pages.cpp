@@ -365,6 +365,7 @@ void TestPages::ShowsLatePictures()
 {
     const Installation installation;
     DownloadWgt widget({"a", "b"}, nullptr);
+    widget.findChild<DescriptionView *>("text")->m_pixelsLeft = 30000; // it takes 20,000
     widget.SetHtmlText("<img src='late.bmp'>");
     widget.show();
     const QString file = installation.Download("hwd_doc/late.bmp");

@@ -71,7 +71,7 @@ bool Freeze(Installation &installation, QProcess *const &process,
     const QString path = record->install_root + "/" + record->install_dir + "/" + file;
     if (!installation.Work(runs))
         return false;
-    for (int wait = 0; wait < 5000 && !QFile::exists(path); ++wait)
+    for (int wait = 0; wait < 60000 && !QFile::exists(path); ++wait)
         QThread::msleep(1);
     // On a busy machine the start is not yet known to have succeeded.
     return process->state() != QProcess::NotRunning && kill(Pid(process).toInt(), SIGSTOP) == 0;

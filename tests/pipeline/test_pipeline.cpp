@@ -220,7 +220,10 @@ void TestPipeline::KeepsFilesThatOthersWaitFor()
     QVERIFY(m_installation->IsConnected() && WriteFile(file, archive));
     DN_FILE_STRUCT *first = window->records[0];
     DN_FILE_STRUCT *second = window->records[1];
+    const QString link = m_installation->Path("link.zip");
+    QVERIFY(QFile::link(file, link));
     window->AddToLocalInstall(file);
+    window->AddToLocalInstall(link);
     window->AddToDownload(first);
     window->AddToDownload(second);
     const qint64 size = std::exchange(second->file_size, 1);
@@ -228,7 +231,8 @@ void TestPipeline::KeepsFilesThatOthersWaitFor()
     window->UpdateStatus(second, false); // to it, the file is a wrong one
     QVERIFY(!first->downloader && ReadFile(file) == archive);
     QVERIFY(m_installation->Work([&] { return first->downloader != nullptr; }));
-    QCOMPARE(window->local_records[0]->status, int(RecordStatus::Installed));
+    for (const DN_FILE_STRUCT *picked : window->local_records)
+        QCOMPARE(picked->status, int(RecordStatus::Installed));
     QVERIFY(!second->downloader && !QFile::exists(file));
     QCOMPARE(first->downloader->m_timeout, 15000);
     second->file_size = size;

@@ -191,6 +191,7 @@ REFUSED = [
      "hwd_doc: No such file"),
     ("page in Latin-1", raw("hwd_doc/zeta.html", b"caf\xe9 au lait"), "not UTF-8 text"),
     ("page that is not shown", raw("hwd_doc/zeta.html", b"x" * 2000001), "too large"),
+    ("picture that is not shown", raw("hwd_doc/zeta_files/.a.png", b"x" * 10000001), "too large"),
     ("page with a NUL", raw("hwd_doc/zeta.html", b"a\0b"), "not UTF-8 text"),
 ]
 

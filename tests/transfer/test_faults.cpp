@@ -272,32 +272,39 @@ void TestFaults::EndsAsItMust()
 
 void TestFaults::ProbesAgainAfterAFault_data()
 {
-    const Table<Script, QString, QString, QString> row("script", "error", "length", "modified");
+    const Table<int, Script, QString, QString, QString> row("patience", "script", "error", "length",
+                                                            "modified");
     QByteArray good = ScriptedServer::Head("200 OK", Length(5) + "\r\nLast-Modified: " + kDate);
     const QByteArray bare = ScriptedServer::Head("200 OK", "Connection: close");
     const QByteArray refused = ScriptedServer::Head("405 Not Here", Length(0));
     const QByteArray moved = ScriptedServer::Head("302 Found", "Location: /\r\n" + Length(9));
     const QString error = "%1 - server replied: ";
-    row("none", {{good}}, "", "5", kStamp);
-    row("connection closed between the two", {{good, ScriptedServer::Close}}, "", "5", kStamp);
-    row("connection closed at the second one", {{good}, {"", ScriptedServer::Close}}, "", "5",
+    row("none", kLong, {{good}}, "", "5", kStamp);
+    row("connection closed between the two", kLong, {{good, ScriptedServer::Close}}, "", "5",
         kStamp);
-    row("no length, no date", {{bare, ScriptedServer::Close}}, "", "", "");
-    row("refused", {{refused}}, error + "Not Here", "0", "");
-    row("redirect", {{moved}}, error + "Found", "9", "");
-    row("silent, so that it is asked again as a GET", {{}}, "", QString::number(kSize), kStamp);
-    row("the same with a file of any size",
+    row("connection closed at the second one", kLong, {{good}, {"", ScriptedServer::Close}}, "",
+        "5", kStamp);
+    row("no length, no date", kLong, {{bare, ScriptedServer::Close}}, "", "", "");
+    row("refused", kLong, {{refused}}, error + "Not Here", "0", "");
+    row("redirect", kLong, {{moved}}, error + "Found", "9", "");
+    row("silent, so that it is asked again as a GET", kOneStall, {{}}, "", QString::number(kSize),
+        kStamp);
+    row("the same, and then a stall of the GET", kShort,
+        {{}, {Ok(m_content.left(1234567)), ScriptedServer::KeepOpen, 5000}}, "",
+        QString::number(kSize), kStamp);
+    row("the same with a file of any size", kOneStall,
         {{}, {good.replace(": 5", ": 70000000") + QByteArray(65000000, 'x')}}, "", "70000000",
         kStamp);
 }
 
 void TestFaults::ProbesAgainAfterAFault()
 {
+    QFETCH(int, patience);
     QFETCH(Script, script);
     QFETCH(QString, error);
     FileDownloader probe(nullptr);
     m_server->SetScript(script);
-    Run(probe, Head, script.first().bytes.isEmpty() ? kOneStall : kLong);
+    Run(probe, Head, patience);
     QCOMPARE(probe.m_error, Text(error));
     QTEST(probe.m_contentLength, "length");
     QTEST(probe.m_lastModified, "modified");
