@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <bzlib.h>
+#include <lzma.h>
 
 namespace {
 
@@ -16,12 +17,15 @@ constexpr int kBlockSumSize = 32;
 constexpr int kHeaderSize = 32; // "BZh" and a digit
 
 constexpr std::size_t kRefillSize = std::size_t{256} * 1024;
-constexpr std::size_t kLongestBlock = std::size_t{2} * 1024 * 1024; // packed; really about 1 MB
+constexpr std::size_t kLongestBlock =
+    std::size_t{2} * 1024 * 1024; // bytes, compressed; bzip2 makes about 1 MB
 
-/// For each byte, where the third byte of a mark or the second would begin if it were that byte:
-/// bit k stands for a mark that begins k bits into its first byte, bit k + 8 for the end mark.
+/// What the value of one byte says of the mark that may have begun some bytes before: bit k is set
+/// if it can be a block mark that begins k bits into its first byte, bit k + 8 if it can be an end
+/// mark that does.
 using Places = std::array<std::uint16_t, 256>;
 
+/// The places for the byte that comes \a byte bytes behind the first byte of a mark.
 Places FindPlaces(int byte)
 {
     Places places = {};
@@ -89,16 +93,16 @@ private:
     int m_count = 0; // bits in it
 };
 
-/// Unpacks a whole bzip2 stream of one block.
-std::string UnpackBlock(std::string packed)
+/// Decompresses a whole bzip2 stream of one block.
+std::string DecompressBlock(std::string compressed)
 {
-    constexpr std::size_t kBlockSize = 900'000; // more only where bytes repeat themselves
+    constexpr std::size_t kBlockSize = 900'000; // run-length encoding may make it larger
     bz_stream stream = {};
     if (BZ2_bzDecompressInit(&stream, 0, 0) != BZ_OK) {
         throw std::bad_alloc();
     }
-    stream.next_in = packed.data();
-    stream.avail_in = static_cast<unsigned>(packed.size());
+    stream.next_in = compressed.data();
+    stream.avail_in = static_cast<unsigned>(compressed.size());
     std::string bytes;
     std::size_t size = 0;
     int result = BZ_OK;
@@ -122,8 +126,8 @@ std::string UnpackBlock(std::string packed)
 
 } // namespace
 
-Bzip2Source::Bzip2Source(ByteSource &packed)
-    : m_packed(packed)
+Bzip2Source::Bzip2Source(ByteSource &compressed)
+    : m_compressed(compressed)
 {
 }
 
@@ -141,6 +145,7 @@ std::size_t Bzip2Source::Read(char *to, std::size_t room)
     }
     const std::size_t size = m_block.copy(to, room, m_read);
     m_read += size;
+    m_crc = lzma_crc32(reinterpret_cast<const std::uint8_t *>(to), size, m_crc);
     return size;
 }
 
@@ -170,14 +175,14 @@ bool Bzip2Source::StartNextBlock()
         stream.Add(kEndMark, kMarkSize);
         stream.Add(sum, kBlockSumSize);
         m_at = end;
-        // Where no thread can be had, a block is unpacked when its turn comes.
-        m_blocks.push_back(std::async(UnpackBlock, stream.Take()));
+        // Where no thread can be had, a block is decompressed when its turn comes.
+        m_blocks.push_back(std::async(DecompressBlock, stream.Take()));
         return true;
     }
     return false;
 }
 
-/// Reads a file header, of which there may be several in a file; false at its end.
+/// Reads the header of a stream, of which a file may hold several; false at the file's end.
 bool Bzip2Source::StartStream()
 {
     if (!Need(m_at / 8 + 1)) {
@@ -193,7 +198,8 @@ bool Bzip2Source::StartStream()
     return true;
 }
 
-/// Drops the input before m_at, but not for a few bytes: there may be thousands of tiny blocks.
+/// Drops the input before m_at once that is much: to drop each of thousands of tiny blocks would
+/// move the rest of the input as often.
 void Bzip2Source::DropUsed()
 {
     if (m_at / 8 >= kRefillSize) {
@@ -239,13 +245,13 @@ std::uint64_t Bzip2Source::Bits(std::size_t at, int count)
     return bits;
 }
 
-/// Reads until the input has that many bytes; false if the file ends before.
+/// Reads until m_input has as many \a bytes; false if the file ends before.
 bool Bzip2Source::Need(std::size_t bytes)
 {
     while (m_input.size() < bytes && !m_inputEnded) {
         const std::size_t size = m_input.size();
         m_input.resize(size + kRefillSize);
-        const std::size_t got = m_packed.Read(m_input.data() + size, kRefillSize);
+        const std::size_t got = m_compressed.Read(m_input.data() + size, kRefillSize);
         m_input.resize(size + got);
         m_inputEnded = got == 0;
     }

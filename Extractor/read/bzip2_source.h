@@ -7,17 +7,19 @@
 #include <future>
 #include <string>
 
-/// What a bzip2 file holds, unpacked on all processors.
+/// What a bzip2 file holds, decompressed on all processors.
 ///
 /// The blocks of such a file are independent but stand in it bit by bit, with no sign of their
-/// length. They are found by the 48 bits with which each begins. That these occur by chance within
-/// a block, about once in 20 TB, is a Failure, too.
+/// length. They are found by the 48 bits with which each begins. These bits may also occur within a
+/// block by chance, about once in 20 TB, and that is a Failure, too.
 class Bzip2Source : public ByteSource
 {
 public:
-    explicit Bzip2Source(ByteSource &packed);
+    explicit Bzip2Source(ByteSource &compressed);
 
     std::size_t Read(char *to, std::size_t room) override;
+
+    std::uint32_t Crc() const { return m_crc; }
 
 private:
     bool StartNextBlock();
@@ -27,13 +29,14 @@ private:
     std::uint64_t Bits(std::size_t at, int count);
     bool Need(std::size_t bytes);
 
-    ByteSource &m_packed;
-    std::string m_input;  // as far as it was read and is not yet handed to a thread
-    std::size_t m_at = 0; // the bit in it that is next
+    ByteSource &m_compressed;
+    std::string m_input;  // bytes of the file that no thread has got yet
+    std::size_t m_at = 0; // offset in m_input, in bits, of the next bit to look at
     bool m_inputEnded = false;
-    bool m_inStream = false;                       // between a file header and its end mark
-    std::uint32_t m_sum = 0;                       // of the stream's blocks so far
-    std::deque<std::future<std::string>> m_blocks; // at work, in order
-    std::string m_block;                           // the one that is being read
-    std::size_t m_read = 0;                        // bytes of it
+    bool m_inStream = false; // m_at is between a stream's header and its end mark
+    std::uint32_t m_sum = 0; // combined checksum of the stream's blocks so far
+    std::deque<std::future<std::string>> m_blocks; // that are being decompressed, in their order
+    std::string m_block;                           // the decompressed block that is being read
+    std::size_t m_read = 0;                        // bytes of m_block
+    std::uint32_t m_crc = 0;                       // CRC-32 of all bytes read so far
 };

@@ -4,15 +4,16 @@
 #include "read/byte_source.h"
 
 #include <algorithm>
+#include <lzma.h>
 #include <optional>
 #include <vector>
-#include <zlib.h>
 
 /// What a quick source brings, and from its first failure on what a sure one has in that place.
 ///
 /// The quick one may fail because it was not made for the file, so that the sure one, which
 /// decompresses byte after byte, has the last word on damage. Nobody who reads notices the change:
-/// what was already brought must be the same in both, or the file counts as damaged.
+/// what was already brought must be the same in both, or the file counts as damaged. That is why a
+/// Quick has a function Crc(), which gives the CRC-32 of the bytes that it has brought.
 template <typename Quick> class FallbackSource : public ByteSource
 {
 public:
@@ -35,26 +36,20 @@ public:
         }
         try {
             const std::size_t size = m_quick->Read(to, room);
-            m_crc = Crc(m_crc, to, size);
             m_read += size;
             return size;
         } catch (const Failure &) {
+            PassOverRead(m_quick->Crc());
             m_quick.reset();
         }
-        PassOverRead();
         return m_sure.Read(to, room);
     }
 
 private:
-    static uLong Crc(uLong crc, const char *bytes, std::size_t size)
-    {
-        return ::crc32_z(crc, reinterpret_cast<const Bytef *>(bytes), size);
-    }
-
-    void PassOverRead()
+    void PassOverRead(std::uint32_t quickCrc)
     {
         std::vector<char> bytes(kInputSize);
-        uLong crc = 0;
+        std::uint32_t crc = 0;
         while (m_read > 0) {
             const std::size_t size =
                 m_sure.Read(bytes.data(),
@@ -62,10 +57,10 @@ private:
             if (size == 0) {
                 break;
             }
-            crc = Crc(crc, bytes.data(), size);
+            crc = lzma_crc32(reinterpret_cast<const std::uint8_t *>(bytes.data()), size, crc);
             m_read -= size;
         }
-        if (m_read > 0 || crc != m_crc) {
+        if (m_read > 0 || crc != quickCrc) {
             throw Failure("is damaged: it cannot be decompressed");
         }
     }
@@ -73,5 +68,4 @@ private:
     ByteSource &m_sure;
     std::optional<Quick> m_quick;
     std::uint64_t m_read = 0; // bytes that the quick source has brought
-    uLong m_crc = 0;          // of these bytes
 };

@@ -14,6 +14,8 @@ public:
 
     std::size_t Read(char *to, std::size_t room) override;
 
+    std::uint32_t Crc() const { return m_crc; }
+
 private:
     const Lzma2File m_content;
     Lzma2AsXz m_xz;
