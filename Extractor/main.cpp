@@ -35,8 +35,8 @@ std::string Usage()
     return usage;
 }
 
-/// Without this, a file that is opened later could become the standard output of a caller that
-/// gave none, and the percent lines would end up in it.
+/// Opens the null device for each standard stream that the caller has closed. Else the next file
+/// that is opened would become standard output, and get the percent lines.
 void OpenMissingStreams()
 {
     while (true) {
@@ -51,7 +51,8 @@ void OpenMissingStreams()
     }
 }
 
-/// libarchive puts names into the locale's encoding, and refuses what "C" has no letters for.
+/// libarchive converts names to the locale's encoding, and refuses those that the locale "C" has no
+/// letters for.
 void ChooseLocale()
 {
     if (!std::setlocale(LC_CTYPE, "") || std::strcmp(::nl_langinfo(CODESET), "UTF-8") != 0) {
@@ -68,7 +69,8 @@ std::string PathOf(const std::string &argument)
     return argument.substr(1);
 }
 
-/// Names in archives may hold anything, and a terminal obeys some of it; and they may be long.
+/// Shortens \a text and replaces control characters: it may hold names from archives, which can be
+/// long and could control a terminal.
 void Complain(std::string text)
 {
     text.resize(std::min(text.size(), kLongestComplaint));
@@ -106,10 +108,10 @@ int Run(const std::vector<std::string> &arguments)
 int main(int argc, char *argv[])
 {
     OpenMissingStreams();
-    // A caller that is gone, or a limit on file sizes, ends a call and not the run.
+    // Writing to a closed pipe or beyond a limit on file sizes shall fail, not kill the process.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
-    std::signal(SIGCHLD, SIG_DFL); // where it is ignored, as a caller may pass on, no end is told
+    std::signal(SIGCHLD, SIG_DFL); // a caller may have it ignored, and then no child's end is told
     ChooseLocale();
     try {
         return Run({argv + std::min(1, argc), argv + argc});

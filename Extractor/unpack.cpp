@@ -36,7 +36,7 @@ bool StartsWith(const InputFile &file, std::string_view magic)
            && std::memcmp(start, magic.data(), magic.size()) == 0;
 }
 
-/// Every tar header holds the sum of its bytes, its own field counted as blanks.
+/// A tar header holds the sum of its bytes, where the field of the sum counts as blanks.
 bool IsTarHeader(std::string_view bytes)
 {
     constexpr std::size_t kSumAt = 148;
@@ -57,13 +57,13 @@ bool IsFolder(archive_entry *entry)
     return archive_entry_filetype(entry) == AE_IFDIR;
 }
 
-/// Nothing has to be unpacked to know it.
+/// Reads the names in the archive only; nothing is decompressed.
 bool HoldsOneFile(const InputFile &sevenZip, Progress &progress)
 {
     ArchiveReader reader(sevenZip, ArchiveReader::Format::SevenZip, progress);
     int files = 0;
     while (archive_entry *const entry = reader.NextEntry()) {
-        // A file that was packed from a pipe passes for a pipe.
+        // 7z stores a file that it has read from a pipe as a pipe.
         files += IsFolder(entry) ? 0 : 1;
         if (files > 1) {
             return false;
@@ -156,7 +156,7 @@ void UnpackAny(const InputFile &file, Destination &destination, Progress &progre
 
 void Unpack(const std::string &archivePath, const std::string &destinationPath, Progress &progress)
 {
-    // Without it the C library looks at that file anew for each time stamp of a zip.
+    // Unless TZ is set, the C library checks /etc/localtime anew for each time stamp of a zip.
     ::setenv("TZ", ":/etc/localtime", 0);
 
     const InputFile file(archivePath);

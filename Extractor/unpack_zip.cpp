@@ -17,11 +17,11 @@
 namespace {
 
 constexpr std::size_t kBatchEntries = 64;
-constexpr std::uint64_t kBatchBytes = std::uint64_t{512} * 1024; // packed
+constexpr std::uint64_t kBatchBytes = std::uint64_t{512} * 1024; // compressed
 
-/// What the workers share. Each reads the archive's directory for itself and then takes the next
-/// entries that nobody has taken: a reader only ever goes forward, which costs next to nothing.
-/// It takes a batch of them, since two workers that make files in one folder wait for one another.
+/// What the workers share. Each has a reader of its own, and again and again takes the next entries
+/// that nobody has taken; its reader passes over all others, which costs next to nothing. They come
+/// in batches, since two workers that make files in one folder wait for one another.
 class ZipWork
 {
 public:
@@ -38,7 +38,7 @@ public:
                 m_batches.push_back(i);
                 bytes = 0;
             }
-            bytes += directory.PackedSize(i);
+            bytes += directory.CompressedSize(i);
         }
     }
 

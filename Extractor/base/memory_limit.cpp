@@ -10,11 +10,11 @@ namespace {
 // Enough for a dictionary of 3 GB; packers seldom take more than 64 MB.
 constexpr rlim_t kMostMemory = rlim_t{4} << 30U;
 
-/// What counts against the limit already: next to nothing, but for sanitizers.
+/// Bytes that already count against the limit: few, unless a sanitizer is in use.
 rlim_t MemoryInUse()
 {
     std::ifstream statm("/proc/self/statm"); // proc(5)
-    rlim_t pages = 0;
+    rlim_t pages = 0;                        // the sixth field: data and stack
     for (int field = 0; field < 6; ++field) {
         statm >> pages;
     }

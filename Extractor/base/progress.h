@@ -9,12 +9,12 @@
 
 /// The percent lines on standard output, each written at once: "%3d%%" and a line feed.
 ///
-/// They never fall. Any thread may report. An output that is closed or broken is no fault, and one
-/// that is full loses the line, for then nobody reads: the work counts, not its display.
+/// They never fall. Any thread may report. An output that is closed or broken is no fault. A line
+/// that the output has no room for is dropped: nobody reads then, and the work may not wait.
 class Progress
 {
 public:
-    /// Writes to \a output in place of the standard output; -1 is nowhere.
+    /// Writes to \a output in place of the standard output; -1 writes nowhere.
     explicit Progress(int output = STDOUT_FILENO)
         : m_output(output)
     {
@@ -40,10 +40,10 @@ private:
     void Print(int percent);
 
     const int m_output;
-    std::mutex m_mutex; // of whoever prints
+    std::mutex m_mutex; // held while a line is printed
     std::condition_variable m_endCame;
     bool m_ended = false;
     std::atomic<int> m_percent{0};
-    std::atomic<std::uint64_t> m_done{0}; // by Advance()
+    std::atomic<std::uint64_t> m_done{0}; // what Advance() has counted so far
     std::thread m_repeater;
 };

@@ -9,9 +9,11 @@
 namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{256} * 1024;
+
+// Bytes of a tar that may follow one another without belonging to an entry.
 constexpr std::size_t kMostUnused = std::size_t{256} * 1024 * 1024;
 
-/// The filter that unpacks a file that begins so.
+/// libarchive's filter for files that begin with the magic bytes.
 struct FilterMagic
 {
     std::string_view magic;
@@ -23,7 +25,7 @@ constexpr FilterMagic kFilters[] = {
     {"LZIP", ARCHIVE_FILTER_LZIP},
     {"\x04\x22\x4d\x18", ARCHIVE_FILTER_LZ4},
     {"\x28\xb5\x2f\xfd", ARCHIVE_FILTER_ZSTD},
-    // LZMA has no magic, but its packers begin with the same properties.
+    // An .lzma file has no magic bytes, but compressors begin it with the same properties.
     {{"\x5d\0\0", 3}, ARCHIVE_FILTER_LZMA},
 };
 
@@ -45,8 +47,8 @@ void Support(archive *handle, ArchiveReader::Format format)
     using Format = ArchiveReader::Format;
     switch (format) {
     case Format::Zip:
-        // The other zip reader goes without the directory at the archive's end, and so without
-        // the permissions, and without a sign that the end is missing.
+        // libarchive's streaming reader ignores the central directory. So it knows no permissions,
+        // and doesn't notice that an archive is cut off.
         archive_read_support_format_zip_seekable(handle);
         break;
     case Format::SevenZip:
@@ -141,7 +143,7 @@ archive_entry *ArchiveReader::NextEntry()
         }
         return nullptr;
     }
-    m_place = Place(); // what was passed over may be another reader's
+    m_place = Place(); // the entries before it may have been another reader's work
     return entry;
 }
 

@@ -25,12 +25,12 @@ public:
         Filter // no archive but one stream, compressed once with one of libarchive's filters or not
     };
 
-    /// The file and the progress, which counts what is read of it, must outlive the reader. Several
-    /// readers may share both.
+    /// \a file and \a progress must outlive the reader. Several readers may share both: each adds
+    /// to the progress what it has read.
     ArchiveReader(const InputFile &file, Format format, Progress &progress);
 
-    /// Reads the bytes of \a tar, which must outlive the reader, as a tar archive. Whoever brings
-    /// them knows how far the run is.
+    /// Reads the bytes of \a tar, which must outlive the reader, as a tar archive. No progress is
+    /// told: that is up to the source of the bytes.
     explicit ArchiveReader(Prefetch &tar);
 
     ArchiveReader(const ArchiveReader &) = delete;
@@ -67,14 +67,14 @@ private:
 
     std::unique_ptr<archive, Free> m_archive;
     const Format m_format;
-    const InputFile *m_file = nullptr; // the input is this,
-    Prefetch *m_tar = nullptr;         // or this
-    Progress *m_progress = nullptr;    // of the file
-    bool m_tarEnded = false;           // the last that came of the tar was the mark of its end
+    const InputFile *m_file = nullptr; // null if the input is m_tar
+    Prefetch *m_tar = nullptr;         // null if the input is m_file
+    Progress *m_progress = nullptr;    // null if the input is m_tar
+    bool m_tarEnded = false;           // the last bytes read of the tar were zeros, as at its end
     std::vector<char> m_buffer;
-    std::uint64_t m_offset = 0; // where the next bytes of the file are read
-    std::uint64_t m_place = 0;  // in the file, up to which progress has been told
-    std::size_t m_unused = 0;   // bytes of the tar since the last that made a difference
+    std::uint64_t m_offset = 0; // in the file, of the next byte to read
+    std::uint64_t m_place = 0;  // offset in the file up to which progress has been told
+    std::size_t m_unused = 0;   // bytes read of the tar since its last entry or data of one
     std::exception_ptr m_inputFailure;
     Block m_givenBack = {};
 };

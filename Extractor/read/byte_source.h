@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <string_view>
 
-/// How much of its input a decoder asks for at a time.
+/// Bytes of its input that a decoder asks for at a time.
 constexpr std::size_t kInputSize = std::size_t{64} * 1024;
 
 /// Bytes that are read once, front to back, by one thread.
@@ -22,7 +22,7 @@ public:
     virtual std::size_t Read(char *to, std::size_t room) = 0;
 };
 
-/// The bytes of a file as they are; what was read of it is the run's progress.
+/// The bytes of a file, not decompressed. How far the file has been read is the run's progress.
 class FileSource : public ByteSource
 {
 public:

@@ -7,13 +7,13 @@
 
 namespace {
 
-constexpr Bytef kFirstByte = 0x1f;   // of a member
+constexpr Bytef kMemberStart = 0x1f; // the first byte of each member
 constexpr int kGzipWindow = 15 + 16; // the largest window, in a gzip wrapping
 
 } // namespace
 
-GzipSource::GzipSource(ByteSource &packed)
-    : m_packed(packed)
+GzipSource::GzipSource(ByteSource &compressed)
+    : m_compressed(compressed)
     , m_input(kInputSize)
 {
     if (inflateInit2(&m_stream, kGzipWindow) != Z_OK) {
@@ -47,12 +47,12 @@ std::size_t GzipSource::Read(char *to, std::size_t room)
 bool GzipSource::Refill()
 {
     m_stream.next_in = reinterpret_cast<Bytef *>(m_input.data());
-    m_stream.avail_in = static_cast<uInt>(m_packed.Read(m_input.data(), m_input.size()));
+    m_stream.avail_in = static_cast<uInt>(m_compressed.Read(m_input.data(), m_input.size()));
     return m_stream.avail_in > 0;
 }
 
-/// Members may follow one another, zeros may fill up the last one's block, and what follows else
-/// belongs to nobody.
+/// Another member may follow, behind zeros that fill up a block of the first one's medium. Any
+/// other bytes behind a member are ignored.
 bool GzipSource::StartNextMember()
 {
     for (;;) {
@@ -61,7 +61,7 @@ bool GzipSource::StartNextMember()
                                         [](Bytef byte) { return byte != 0; });
         m_stream.avail_in = static_cast<uInt>(end - m_stream.next_in);
         if (m_stream.avail_in > 0) {
-            if (*m_stream.next_in != kFirstByte) {
+            if (*m_stream.next_in != kMemberStart) {
                 return false;
             }
             inflateReset(&m_stream);

@@ -5,11 +5,11 @@
 #include <vector>
 #include <zlib.h>
 
-/// What a gzip stream holds, its checksums tested: libarchive's filter looks at none of them.
+/// What a gzip file holds, its checksums tested: libarchive's filter looks at none of them.
 class GzipSource : public ByteSource
 {
 public:
-    explicit GzipSource(ByteSource &packed);
+    explicit GzipSource(ByteSource &compressed);
     ~GzipSource() override;
     GzipSource(const GzipSource &) = delete;
     GzipSource &operator=(const GzipSource &) = delete;
@@ -20,7 +20,7 @@ private:
     bool Refill();
     bool StartNextMember();
 
-    ByteSource &m_packed;
+    ByteSource &m_compressed;
     std::vector<char> m_input;
     z_stream m_stream = {};
     bool m_inMember = true;

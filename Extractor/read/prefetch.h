@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-/// Reads a source ahead on a thread of its own, so that unpacking and writing go on side by side.
+/// Reads a source ahead on a thread of its own, so that decompressing and writing go on at a time.
 class Prefetch
 {
 public:
@@ -24,7 +24,7 @@ public:
 private:
     struct Block
     {
-        std::unique_ptr<char[]> bytes; // not filled with zeros, nor even touched, before use
+        std::unique_ptr<char[]> bytes; // null before its first use; never filled with zeros
         std::size_t size = 0;
     };
 
@@ -35,11 +35,11 @@ private:
     std::vector<Block> m_blocks; // a ring
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    std::size_t m_filled = 0;     // blocks that the thread has filled, ever
-    std::size_t m_taken = 0;      // blocks that the reader has done with, ever
+    std::size_t m_filled = 0;     // blocks that the thread has filled since the start
+    std::size_t m_taken = 0;      // blocks that the reader has done with since the start
     bool m_lent = false;          // the reader still looks at block m_taken
     bool m_ended = false;         // no block comes any more
     bool m_stopping = false;      // the reader wants no more
     std::exception_ptr m_failure; // why it ended; null for a good end
-    std::thread m_thread;         // last: it uses all the others
+    std::thread m_thread;         // declared last, since it uses all other members
 };

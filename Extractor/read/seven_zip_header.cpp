@@ -70,7 +70,8 @@ public:
         return number;
     }
 
-    /// As many bytes follow the first as it has leading ones; what is left of it is the top.
+    /// A NUMBER: the first byte has as many leading ones as bytes follow it; its other bits are the
+    /// highest of the number.
     std::uint64_t Number()
     {
         const unsigned first = Byte();
@@ -79,7 +80,7 @@ public:
             ++size;
         }
         if (size == 8) {
-            throw OtherKind(); // no size of anything
+            throw OtherKind(); // larger than any size can be
         }
         const std::uint64_t top = first & (0x7fU >> size);
         return Fixed(size) | top << 8 * size;
@@ -90,7 +91,7 @@ private:
     std::size_t m_at = 0;
 };
 
-/// From the property of LZMA2: two sizes for each power of two.
+/// The size in bytes that the property of LZMA2 stands for: 2 or 3 times a power of two.
 std::uint32_t DictionarySize(unsigned property)
 {
     constexpr unsigned kLargest = 40; // means 4 GB

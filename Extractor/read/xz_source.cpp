@@ -15,7 +15,8 @@ namespace {
 constexpr std::uint64_t kMostDecoderMemory = std::uint64_t{1024} * 1024 * 1024;
 
 #if LZMA_VERSION >= 50040002
-/// Whether so many threads can be had at a time: for want of one the decoder fails in the middle.
+/// Whether \a count threads can run at a time. The decoder would fail in the middle of a file where
+/// it can't start one.
 bool CanStartThreads(unsigned count)
 {
     std::promise<void> end;
@@ -39,7 +40,7 @@ bool CanStartThreads(unsigned count)
 lzma_ret StartDecoder(lzma_stream &stream)
 {
 #if LZMA_VERSION >= 50040002
-    if (!CanStartThreads(WorkerCount() + 1)) { // the last one is that of the Prefetch
+    if (!CanStartThreads(WorkerCount() + 1)) { // one more for the Prefetch
         return lzma_stream_decoder(&stream, kMostDecoderMemory, LZMA_CONCATENATED);
     }
     lzma_mt options = {};
@@ -55,8 +56,8 @@ lzma_ret StartDecoder(lzma_stream &stream)
 
 } // namespace
 
-XzSource::XzSource(ByteSource &packed)
-    : m_packed(packed)
+XzSource::XzSource(ByteSource &compressed)
+    : m_compressed(compressed)
     , m_input(kInputSize)
 {
     if (StartDecoder(m_stream) != LZMA_OK) {
@@ -76,7 +77,7 @@ std::size_t XzSource::Read(char *to, std::size_t room)
     while (m_stream.avail_out == room) {
         if (m_stream.avail_in == 0 && m_action == LZMA_RUN) {
             m_stream.next_in = reinterpret_cast<const std::uint8_t *>(m_input.data());
-            m_stream.avail_in = m_packed.Read(m_input.data(), m_input.size());
+            m_stream.avail_in = m_compressed.Read(m_input.data(), m_input.size());
             m_action = m_stream.avail_in == 0 ? LZMA_FINISH : LZMA_RUN;
         }
         switch (lzma_code(&m_stream, m_action)) {

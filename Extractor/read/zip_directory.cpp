@@ -10,14 +10,16 @@
 
 namespace {
 
-constexpr std::size_t kEndSize = 22; // of the end record, its comment left out
+// Sizes in bytes, without the names, extra fields and comments at their ends.
+constexpr std::size_t kEndRecordSize = 22; // end of central directory record
 constexpr std::size_t kLongestComment = 0xffff;
-constexpr std::size_t kLocatorSize = 20; // stands before the end record of a zip64
-constexpr std::size_t kEnd64Size = 56;   // stands before the locator
-constexpr std::size_t kEntrySize = 46;   // names and such left out
-constexpr std::size_t kLocalSize = 30;   // of the header before the data
-constexpr std::uint64_t kIn64 = 0xffffffff;
-constexpr std::uint64_t kZip64Field = 1;
+constexpr std::size_t kEndLocator64Size = 20; // zip64 end of central directory locator
+constexpr std::size_t kEndRecord64Size = 56;  // zip64 end of central directory record
+constexpr std::size_t kCentralHeaderSize = 46;
+constexpr std::size_t kLocalHeaderSize = 30; // local file header
+
+constexpr std::uint64_t kIsInZip64Field = 0xffffffff; // stands where a number has no room
+constexpr std::uint64_t kZip64FieldId = 1; // header ID of the extra field for such numbers
 
 Failure Damaged(const std::string &what)
 {
@@ -39,19 +41,19 @@ bool HasSignature(const char *bytes, const char *signature)
     return std::memcmp(bytes, signature, 4) == 0;
 }
 
-/// What the end records say of the directory.
-struct Whereabouts
+/// What the end of central directory record says of the central directory.
+struct EndRecord
 {
     std::uint64_t offset; // in the file
     std::uint64_t size;
     std::uint64_t count;
-    std::uint64_t before; // bytes in the file before the zip begins, which no offset counts
+    std::uint64_t before; // bytes in front of the zip, as of a self-extracting one, in no offset
 };
 
-std::optional<Whereabouts> FindDirectory(const InputFile &file)
+std::optional<EndRecord> FindEndRecord(const InputFile &file)
 {
-    const auto size = std::min<std::uint64_t>(file.Size(), kEnd64Size + kLocatorSize + kEndSize
-                                                               + kLongestComment);
+    const auto size = std::min<std::uint64_t>(file.Size(), kEndRecord64Size + kEndLocator64Size
+                                                               + kEndRecordSize + kLongestComment);
     const std::uint64_t tailOffset = file.Size() - size;
     std::vector<char> tail(size);
     tail.resize(file.ReadAt(tailOffset, tail.data(), tail.size()));
@@ -61,20 +63,21 @@ std::optional<Whereabouts> FindDirectory(const InputFile &file)
     const auto used = static_cast<std::size_t>(tail.rend() - lastUsed);
     for (std::size_t at = tail.size(); at-- > 0;) {
         const char *const end = tail.data() + at;
-        if (at + kEndSize > tail.size() || !HasSignature(end, "PK\5\6")) {
+        if (at + kEndRecordSize > tail.size() || !HasSignature(end, "PK\5\6")) {
             continue;
         }
-        const std::size_t stop = at + kEndSize + Number(end + 20, 2); // behind the comment
+        const std::size_t stop =
+            at + kEndRecordSize + Number(end + 20, 2); // offset behind the comment
         if (stop < used || stop > tail.size()) {
             continue;
         }
-        Whereabouts found = {Number(end + 16, 4), Number(end + 12, 4), Number(end + 10, 2), 0};
+        EndRecord found = {Number(end + 16, 4), Number(end + 12, 4), Number(end + 10, 2), 0};
         std::uint64_t endOffset = tailOffset + at;
-        const char *const end64 = end - kLocatorSize - kEnd64Size;
-        if (at >= kLocatorSize + kEnd64Size && HasSignature(end - kLocatorSize, "PK\6\7")
-            && HasSignature(end64, "PK\6\6")) {
+        const char *const end64 = end - kEndLocator64Size - kEndRecord64Size;
+        if (at >= kEndLocator64Size + kEndRecord64Size
+            && HasSignature(end - kEndLocator64Size, "PK\6\7") && HasSignature(end64, "PK\6\6")) {
             found = {Number(end64 + 48, 8), Number(end64 + 40, 8), Number(end64 + 32, 8), 0};
-            endOffset -= kLocatorSize + kEnd64Size;
+            endOffset -= kEndLocator64Size + kEndRecord64Size;
         }
         if (found.size > endOffset || found.offset > endOffset - found.size) {
             throw Damaged("its directory is not where it says");
@@ -86,11 +89,11 @@ std::optional<Whereabouts> FindDirectory(const InputFile &file)
     return std::nullopt;
 }
 
-/// A number of \a size bytes at \a at, or, if that is all ones, the next one of the zip64 field.
+/// The number of four bytes at \a at, or, if that stands for none, the next one of the zip64 field.
 std::uint64_t NumberOr64(const char *at, std::string_view &field64)
 {
     const std::uint64_t number = Number(at, 4);
-    if (number != kIn64 || field64.size() < 8) {
+    if (number != kIsInZip64Field || field64.size() < 8) {
         return number;
     }
     const std::uint64_t number64 = Number(field64.data(), 8);
@@ -115,13 +118,13 @@ std::string_view FindField(std::string_view extra, std::uint64_t id)
 
 bool ZipDirectory::IsIn(const InputFile &file)
 {
-    return FindDirectory(file).has_value();
+    return FindEndRecord(file).has_value();
 }
 
 ZipDirectory::ZipDirectory(const InputFile &file)
     : m_file(file)
 {
-    const std::optional<Whereabouts> found = FindDirectory(file);
+    const std::optional<EndRecord> found = FindEndRecord(file);
     if (!found) {
         throw Failure("is cut off: the directory at its end is missing");
     }
@@ -141,11 +144,11 @@ ZipDirectory::ZipDirectory(const InputFile &file)
 void ZipDirectory::CheckEntry(std::size_t index) const
 {
     const Entry &entry = m_entries[index];
-    std::string header(kLocalSize + entry.name.size(), '\0');
+    std::string header(kLocalHeaderSize + entry.name.size(), '\0');
     header.resize(m_file.ReadAt(entry.offset, header.data(), header.size()));
-    if (header.size() < kLocalSize || !HasSignature(header.data(), "PK\3\4")
+    if (header.size() < kLocalHeaderSize || !HasSignature(header.data(), "PK\3\4")
         || Number(header.data() + 26, 2) != entry.name.size()
-        || header.substr(kLocalSize) != entry.name) {
+        || header.substr(kLocalHeaderSize) != entry.name) {
         throw Damaged("two names for " + entry.name);
     }
 }
@@ -169,26 +172,27 @@ void ZipDirectory::CheckFolder(std::size_t index) const
 void ZipDirectory::Read(const std::vector<char> &directory, std::uint64_t before)
 {
     for (std::string_view rest(directory.data(), directory.size()); !rest.empty();) {
-        if (rest.size() < kEntrySize || !HasSignature(rest.data(), "PK\1\2")) {
+        if (rest.size() < kCentralHeaderSize || !HasSignature(rest.data(), "PK\1\2")) {
             throw Damaged("its directory cannot be read");
         }
         const std::size_t nameSize = Number(rest.data() + 28, 2);
-        if (rest.substr(kEntrySize, nameSize).find('\0') != std::string_view::npos) {
+        if (rest.substr(kCentralHeaderSize, nameSize).find('\0') != std::string_view::npos) {
             throw Damaged("a name in it holds a NUL");
         }
         const std::size_t extraSize = Number(rest.data() + 30, 2);
-        const std::size_t size = kEntrySize + nameSize + extraSize + Number(rest.data() + 32, 2);
+        const std::size_t size =
+            kCentralHeaderSize + nameSize + extraSize + Number(rest.data() + 32, 2);
         if (rest.size() < size) {
             throw Damaged("its directory cannot be read");
         }
-        // The zip64 field has the numbers that have no room elsewhere, in this order.
+        // The zip64 field has those of its numbers that have no room in the header, in this order.
         std::string_view field64 =
-            FindField(rest.substr(kEntrySize + nameSize, extraSize), kZip64Field);
+            FindField(rest.substr(kCentralHeaderSize + nameSize, extraSize), kZip64FieldId);
         NumberOr64(rest.data() + 24, field64);
-        const std::uint64_t packedSize = NumberOr64(rest.data() + 20, field64);
+        const std::uint64_t compressedSize = NumberOr64(rest.data() + 20, field64);
         const std::uint64_t offset = NumberOr64(rest.data() + 42, field64) + before;
-        m_entries.push_back({std::string(rest.substr(kEntrySize, nameSize)), offset, packedSize,
-                             Number(rest.data() + 16, 4)});
+        m_entries.push_back({std::string(rest.substr(kCentralHeaderSize, nameSize)), offset,
+                             compressedSize, Number(rest.data() + 16, 4)});
         rest.remove_prefix(size);
     }
 }
@@ -202,9 +206,9 @@ void ZipDirectory::CheckEntries(std::uint64_t directoryOffset) const
             throw Damaged("it holds " + entry.name + " twice");
         }
         if (entry.offset < end || entry.offset > directoryOffset
-            || entry.packedSize > directoryOffset - entry.offset) {
+            || entry.compressedSize > directoryOffset - entry.offset) {
             throw Damaged(entry.name + " is not where it should be");
         }
-        end = entry.offset + kLocalSize + entry.packedSize;
+        end = entry.offset + kLocalHeaderSize + entry.compressedSize;
     }
 }

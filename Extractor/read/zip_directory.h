@@ -7,24 +7,30 @@
 #include <string_view>
 #include <vector>
 
-/// What stands at a zip's end: all its entries. It is read besides what libarchive reads of it,
-/// since libarchive believes a damaged directory too much: entries can get lost, or get the names
-/// of their other, damaged header, without a word.
+/// The central directory of a zip, which lists all entries at the file's end.
+///
+/// It is read here although libarchive reads it, too, because libarchive trusts a damaged one:
+/// entries get lost, or get the names in their damaged local file headers, without a warning. The
+/// words are those of APPNOTE.TXT, the format's document.
 class ZipDirectory
 {
 public:
     /// Whether \a file ends as a zip does; a truncated one doesn't.
     static bool IsIn(const InputFile &file);
 
-    /// Throws a Failure if the directory contradicts itself: a wrong number of entries, two of one
-    /// name, or two that share bytes, as those of a small archive do that is to fill a disk.
+    /// Throws a Failure if the central directory contradicts itself: it has a wrong number of
+    /// entries, two entries have one name, or two share bytes of the file, which lets a small
+    /// archive fill a disk.
     explicit ZipDirectory(const InputFile &file);
 
     /// Entries are numbered in the order of their place in the file, as libarchive brings them.
     std::size_t Size() const { return m_entries.size(); }
-    std::uint64_t PackedSize(std::size_t index) const { return m_entries[index].packedSize; }
+    std::uint64_t CompressedSize(std::size_t index) const
+    {
+        return m_entries[index].compressedSize;
+    }
 
-    /// Throws a Failure unless the header that stands before the entry's data says the same name.
+    /// Throws a Failure unless the entry's local file header has the same name.
     void CheckEntry(std::size_t index) const;
 
     /// Throws a Failure unless \a target, of a symbolic link, has the entry's checksum, which
@@ -38,8 +44,8 @@ private:
     struct Entry
     {
         std::string name;
-        std::uint64_t offset; // of its other header, in the file
-        std::uint64_t packedSize;
+        std::uint64_t offset; // of its local file header, in the file
+        std::uint64_t compressedSize;
         std::uint64_t checksum;
     };
 

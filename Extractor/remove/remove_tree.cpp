@@ -14,8 +14,8 @@
 
 namespace {
 
-constexpr std::size_t kOpenLevels = 64; // of a deep tree, so that the handles suffice
-constexpr int kMostListings = 8;        // of a folder that somebody else fills meanwhile
+constexpr std::size_t kOpenLevels = 64; // open at a time: a process has few handles
+constexpr int kMostListings = 8;        // of one folder, should somebody else keep filling it
 
 struct CloseFolder
 {
@@ -86,7 +86,7 @@ private:
     struct Level
     {
         std::string name; // in the level above
-        Folder folder;    // null while the work is far below
+        Folder folder;    // null while kOpenLevels deeper ones are open
         Identity identity;
         std::vector<std::string> folders; // in it, still to be removed
         double share;                     // of the whole work, for each entry in it
@@ -121,7 +121,7 @@ private:
             return;
         }
         if ((status.stx_mode & S_IRWXU) != S_IRWXU) {
-            // Where that fails, so does what follows, and tells so.
+            // If it fails, so does the removal of what is in the folder, which is told.
             ::fchmod(::dirfd(folder.get()), S_IRWXU);
         }
         if (m_levels.empty()) {
@@ -153,7 +153,7 @@ private:
             }
         }
         level.share /= static_cast<double>(files.size() + level.folders.size() + 1);
-        // As they lie on the disk: with many files that saves most of the seeking.
+        // Inodes mostly lie on the disk in this order, so that many files need less seeking.
         std::sort(files.begin(), files.end());
         for (const auto &[inode, file] : files) {
             RemoveFile(fd, file);

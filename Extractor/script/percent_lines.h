@@ -21,5 +21,5 @@ public:
 
 private:
     Progress &m_progress;
-    std::string m_line; // the beginning of one that is not yet complete
+    std::string m_line; // what has come of the line that has no line feed yet
 };

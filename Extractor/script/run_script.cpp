@@ -35,13 +35,14 @@ public:
     explicit Log(const std::string &name)
         : m_name(name)
     {
-        ::unlink(name.c_str()); // others may still write to the last run's log, or it is a link
+        ::unlink(name.c_str()); // a process of the last run may still write to it, or it is a link
         constexpr mode_t kMode = 0644;
         m_file =
             UniqueFd(::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC, kMode));
         if (!m_file) {
             std::fprintf(stderr, "%s: %s\n", name.c_str(), std::strerror(errno));
-            m_file = UniqueFd(::memfd_create("log", MFD_CLOEXEC)); // the script matters more
+            m_file = UniqueFd(
+                ::memfd_create("log", MFD_CLOEXEC)); // without a log the script can still run
         }
         if (!m_file) {
             throw SystemFailure(name);

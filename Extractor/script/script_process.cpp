@@ -81,7 +81,7 @@ struct ScriptSetup
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != watcher) {
-        ::_exit(1); // it died before the line above
+        ::_exit(1); // the watcher died before the call of prctl()
     }
     sigset_t none;
     ::sigemptyset(&none);
@@ -150,7 +150,7 @@ void KillDescendants(pid_t script)
         [[maybe_unused]] const ssize_t written = ::write(setup.failure, &error, sizeof error);
         ::_exit(1);
     }
-    ::setpgid(script, script); // whoever of the two comes first
+    ::setpgid(script, script); // both processes do it, since either may be first
     ::close(setup.failure);
     ::close(setup.output);
     const int null = ::open("/dev/null", O_RDWR);

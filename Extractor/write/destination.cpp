@@ -8,9 +8,10 @@
 
 namespace {
 
-constexpr std::size_t kMostKeptBytes = std::size_t{256} * 1024 * 1024; // in memory
+constexpr std::size_t kMostKeptBytes =
+    std::size_t{256} * 1024 * 1024; // of links and attributes in memory
 
-/// It can't be asked for without being set.
+/// The process's umask. It can only be read by setting it.
 mode_t CurrentMask()
 {
     const mode_t mask = ::umask(0);
@@ -65,7 +66,7 @@ void Destination::KeepLink(const EntryPath &path, const std::string &target)
     m_links[path] = target;
 }
 
-/// A name of few bytes can have many parts.
+/// Counts the memory of what is kept; a path of few bytes can have many parts.
 void Destination::TakeMemory(const EntryPath &path, std::size_t textSize)
 {
     m_keptBytes += textSize;
@@ -103,7 +104,7 @@ void Destination::LinkNow(TreeWalk &walk, const EntryPath &path, const EntryPath
                       + ", which is no file of the archive");
     }
     if (path == target) {
-        return; // tar writes a file that it is told to pack twice so
+        return; // tar stores a file that it was told to pack twice as a link to itself
     }
     const int folder = walk.Make(ParentOf(path));
     const std::string name = StagingName(path);

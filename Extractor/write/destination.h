@@ -43,8 +43,11 @@ public:
         mode_t mode;
         std::optional<timespec> modified;
     };
+    /// Sets the permissions and the time of a folder when all else is done.
     void SetAttributesLater(const EntryPath &folder, const Attributes &attributes);
+    /// Makes a symbolic link when all files are there; one that leads out is a Failure then.
     void LinkLater(const EntryPath &path, const std::string &target);
+    /// Makes a hard link to a file that the run has made; any other target is a Failure.
     void LinkNow(TreeWalk &walk, const EntryPath &path, const EntryPath &target);
 
     /// Does all that was put off, and has a component written to the disk; an archive without an
@@ -66,10 +69,10 @@ private:
 
     NewTree m_tree;
     const std::string m_onlyFolder;
-    const mode_t m_mask; // what the user takes from the permissions of all that is new
+    const mode_t m_mask; // permission bits that nothing new gets
     std::atomic<bool> m_hasEntries{false};
 
-    std::mutex m_mutex;                           // of all below
+    std::mutex m_mutex;                           // guards all members below
     std::map<EntryPath, std::string> m_links;     // symbolic, to make
     std::map<EntryPath, Attributes> m_attributes; // of folders, to set
     std::size_t m_keptBytes = 0;                  // that links and attributes take in memory

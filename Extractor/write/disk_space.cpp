@@ -11,11 +11,12 @@ namespace {
 // What a component grows to is a few times its archive's size, and some of its files may be empty
 // or full of zeros; a bomb grows to thousands of times its size.
 constexpr std::uint64_t kHonestGrowth = 100;
-constexpr std::uint64_t kSmall = std::uint64_t{16} * 1024 * 1024; // harmless, whatever it grew from
-constexpr std::uint64_t kFileCost = 4096; // bytes, of a file's place in its folder and on the disk
+constexpr std::uint64_t kSmall =
+    std::uint64_t{16} * 1024 * 1024;      // bytes; harmless, whatever the archive
+constexpr std::uint64_t kFileCost = 4096; // bytes on the disk that even an empty file may take
 
 constexpr std::uint64_t kLargestReserve = std::uint64_t{256} * 1024 * 1024;
-constexpr std::uint64_t kReservePart = 50; // of the file system, so 2 percent
+constexpr std::uint64_t kReservePart = 50; // one part in so many of the disk: 2 percent
 
 constexpr std::uint64_t kBytesBetweenLooks = std::uint64_t{16} * 1024 * 1024;
 constexpr std::uint64_t kFilesBetweenLooks = 1000;

@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <mutex>
 
-/// Keeps an archive that is made to fill the disk from doing so: once it has grown to far more than
-/// a component would, a reserve stays free. Others may take the last free block. Any thread may
-/// ask.
+/// Keeps an archive that is made to fill the disk from doing so: once its content has become far
+/// larger than a component's would, a reserve of the disk stays free. A component may take the last
+/// free block. Any thread may ask.
 class DiskSpace
 {
 public:
@@ -20,9 +20,9 @@ private:
     void Look(std::uint64_t bytes, std::uint64_t files);
 
     int m_folder;
-    const std::uint64_t m_honest; // bytes that the archive may take without a look
+    const std::uint64_t m_honest; // bytes that may be taken without any look at the disk
     std::mutex m_mutex;
-    std::uint64_t m_taken = 0; // bytes, ever
-    std::uint64_t m_bytes = 0; // that may be taken before the file system is asked again
-    std::uint64_t m_files = 0;
+    std::uint64_t m_taken = 0; // bytes taken since the start
+    std::uint64_t m_bytes = 0; // that may be taken until the next look at the disk
+    std::uint64_t m_files = 0; // that may be made until the next look at the disk
 };

@@ -26,7 +26,7 @@ public:
     DiskSpace &Space() { return m_space; }
 
     /// Makes the folder \a name in \a parent unless it is there. A top folder that was there loses
-    /// its `version.info`: from now on it isn't what that file says.
+    /// its `version.info`: from now on it holds another version than that file states.
     void MakeFolder(int parent, const std::string &name, bool isTop);
 
     /// Makes a file, in place of a file or link that is there; it is open for writing. \a name is
@@ -41,8 +41,8 @@ public:
     void MakeSymbolicLink(const EntryPath &path, int folder, const std::string &name,
                           const std::string &target);
 
-    /// Whether this run has made \a file. By a hard link to one that was there before, whoever
-    /// changes the one later changes the other.
+    /// Whether this run has made \a file. A hard link to any other file would share its
+    /// content: whoever changes the one later changes the other.
     bool HasMade(const struct stat &file);
 
     /// Removes what this run has made, as far as it can be.
@@ -57,7 +57,7 @@ private:
     UniqueFd m_destination;
     DiskSpace m_space;
 
-    std::mutex m_mutex;                        // of all below
+    std::mutex m_mutex;                        // guards all members below
     std::set<std::pair<dev_t, ino_t>> m_files; // that this run has made
     std::set<std::string> m_tops; // folders directly in the destination that this run has entered
     std::vector<std::string> m_made; // names directly in the destination that this run has made
