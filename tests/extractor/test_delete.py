@@ -32,7 +32,7 @@ class Delete(ExtractorTest):
         for folder in (home, home + "//", os.path.join(home, "."), work, own, "..",
                        self.path("home", "new", ".."), self.path("own"), self.path("work"),
                        self.home, self.path("link"), self.path("link", ".."), "/",
-                       self.path("link", "..", "home"), ".", "//", "/.",
+                       self.path("link", "..", "home"), ".", "//", "/.", "/srv",
                        self.path("slash", "usr", "..")):
             with self.subTest(folder):
                 # Should the refusal ever break, the kernel is told to let nothing be deleted.

@@ -6,6 +6,7 @@ import lzma
 import os
 import random
 import re
+import resource
 import struct
 import subprocess
 import tarfile
@@ -160,14 +161,16 @@ class Hostile(ExtractorTest):
                         self.assertEqual(tree, whole)
 
     def test_a_directory_that_lies_is_noticed(self):
-        zip_(self.path("a"), [entry("C/a", data=b"a" * 9000), entry("C/b"), entry("C/c")])
+        zip_(self.path("a"), [entry("C/a", data=b"a" * 9000), entry("C/b"), entry("C/c"),
+                              link("C/l", "text")])
         data = Path(self.path("a")).read_bytes()
         first, second = (at.start() for at in list(re.finditer(b"PK\1\2", data))[:2])
         end = data.rindex(b"PK\5\6")
         for name, at, bytes_ in (
-                ("more entries than there are", end + 8, b"\4\0\4\0"),
+                ("more entries than there are", end + 8, b"\5\0\5\0"),
                 ("fewer", end + 8, b"\2\0\2\0"),
                 ("begins with the second", end + 12, struct.pack("<LL", end - second, second)),
+                ("another target of a link", data.index(b"text"), b"next"),
                 ("another name", data.index(b"C/b"), b"C/d"),
                 ("one name twice", second + 46, b"C/a"),
                 ("one place twice", second + 42, bytes(4)),
@@ -199,6 +202,17 @@ class Hostile(ExtractorTest):
         self.refuse("too much stands between its files", "#xtar", self.path("a"), self.target)
         self.assertEqual(read_tree(self.target), {})
 
+    def test_no_half_file_stays_in_an_old_folder(self):
+        make_tree(self.target, {"C": (0o755, None), "C/old": (0o644, b"old")})
+        before = read_tree(self.target)
+        tar(self.path("a"), [entry("C/f", data=random.Random(1).randbytes(1 << 20))])
+        for size, most, text in ((1 << 20, 1 << 16, "File too large"), (1 << 19, 1 << 30, "cut off")):
+            with self.subTest(text):
+                os.truncate(self.path("a"), size)
+                self.refuse(text, "#xtar", self.path("a"), self.target, preexec_fn=lambda most=most:
+                            resource.setrlimit(resource.RLIMIT_FSIZE, (most, most)))
+                self.assertEqual(read_tree(self.target), before)
+
     def test_a_bomb_of_names_does_not_fill_the_memory(self):
         seven_zip_of_long_names(self.path("a"), 6 << 30)
         self.refuse("Couldn't allocate memory", "#xtar", self.path("a"), self.target,
@@ -216,11 +230,15 @@ class Hostile(ExtractorTest):
         tar(self.path("a"), [entry("C/f")])
         shell('tar -c text | zstd | zstd > "$1"')(self.home, self.path("twice"))
         shell('tar -c text | head -c 2048 | gzip > "$1"')(self.home, self.path("without an end"))
+        shell('head -c 9999 /dev/urandom > r; tar -cf t r; 7z a n.7z t; mv n.7z "$1";'
+              'printf damage | dd of="$1" bs=1 seek=5000 conv=notrunc')(self.home, self.path("noise"))
+        shell('tar -cj text | head -c -3 > "$1"; echo 12 >> "$1"')(self.home, self.path("wrong sum"))
         for archive, target, text in (
                 ("missing", "t", "missing: No such file"), ("shut folder", "t", ": not a file"),
                 ("shut", "t", "shut: Permission denied"), ("text", "target", "no archive of a known"),
                 ("none", "target", "none: is "), ("zeros", "target", "zeros: holds nothing"),
                 ("empty 7z", "target", "7z: holds nothing"),
+                ("noise", "target", "is damaged"), ("wrong sum", "target", "is damaged"),
                 ("without an end", "target", "cut off: the mark at its end is missing"),
                 ("twice", "target", "no archive of a known"), ("a", "shut folder", "Permission denied"),
                 ("a", "shut folder/new", "new: No such file"), ("a", "text", "text: Not a directory"),

@@ -50,6 +50,7 @@ FORMATS = {  # the archive's ending, how it is made, the tree that comes out
     "tar.bz2 in many blocks": (".tar.bz2", shell('tar -c Comp | bzip2 -1 > "$1"'), COMPONENT),
     "tar.bz2 in two streams and trailing garbage": (".tar.bz2", shell('(tar -c Comp | split -b 999999 --filter=bzip2 -; echo end) > "$1"'), COMPONENT),
     "tar.xz of tar": (".tar.xz", shell('tar -cJf "$1" Comp'), COMPONENT),
+    "tar.xz in two streams": (".tar.xz", shell('tar -c Comp | split -b 999999 --filter=xz - > "$1"'), COMPONENT),
     "tar.xz in many blocks": (".tar.xz", shell('tar -c Comp | xz -T2 --block-size=100000 > "$1"'), COMPONENT),
     "tar.7z of 7z": (".tar.7z", shell('tar -cf t.tar Comp; 7z a "$1" t.tar'), COMPONENT),
     "tar.7z in many blocks": (".tar.7z", shell('tar -cf t.tar Comp; 7z a -m0=lzma2:d=64k:c=300k "$1" t.tar'), COMPONENT),
@@ -164,9 +165,13 @@ class Formats(ExtractorTest):
                 strace = ["strace", "-fqqo", self.path("trace")]
                 run = [EXTRACTOR, "#uzip", "#" + self.path("a"), "#" + self.target]
                 environment = {"ASAN_OPTIONS": "detect_leaks=0"}
-                subprocess.run([*strace, "-e", "trace=pwrite64,symlinkat,syncfs,renameat", *run],
-                               check=True, stdout=subprocess.DEVNULL, env=environment)
-                calls = [line.split("(")[0].split()[1] for line in open(self.path("trace"))]
+                percents = subprocess.run(
+                    [*strace, "-e", "trace=pwrite64,symlinkat,syncfs,renameat", "-e",
+                     "inject=syncfs:delay_enter=600000:when=1", *run], check=True,
+                    stdout=subprocess.PIPE, env=environment).stdout.splitlines()
+                self.assertEqual(len(set(percents[-4:-1])), 1)  # repeated while nothing goes on
+                calls = [line.split("(")[0].split()[1]
+                         for line in Path(self.path("trace")).read_text().splitlines()]
                 self.assertEqual(calls[-3:], ["syncfs", "renameat", "syncfs"])
                 shutil.rmtree(self.target)
                 failed = subprocess.run([*strace, "-e", "inject=syncfs:error=EIO", *run],
