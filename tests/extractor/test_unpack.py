@@ -85,7 +85,9 @@ class Formats(ExtractorTest):
         make_tree(self.path("source"), {**pages, **others})
         for name, pack, expected in (("hwd_doc.zip", 'zip -qr "$1" *', pages),
                                      ("hwd_doc.zip", 'tar -czf "$1" .', pages),
-                                     ("hwd_doc.zip.zip", 'zip -qr "$1" *', {**pages, **others})):
+                                     ("hwd_doc.zip.zip", 'zip -qr "$1" *', {**pages, **others}),
+                                     ("hwd_doc.zip", 'ln -s . link; tar -czf "$1" link'
+                                      ' --transform s,link,hwd_doc,', {})):
             with self.subTest(name, pack=pack):
                 shell("rm -f $1;" + pack)(self.path("source"), self.path(name))
                 self.succeed("#uzip", self.path(name), self.path(pack + name))
