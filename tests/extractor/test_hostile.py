@@ -230,8 +230,8 @@ class Hostile(ExtractorTest):
         tar(self.path("a"), [entry("C/f")])
         shell('tar -c text | zstd | zstd > "$1"')(self.home, self.path("twice"))
         shell('tar -c text | head -c 2048 | gzip > "$1"')(self.home, self.path("without an end"))
-        shell('head -c 9999 /dev/urandom > r; tar -cf t r; 7z a n.7z t; mv n.7z "$1";'
-              'printf damage | dd of="$1" bs=1 seek=5000 conv=notrunc')(self.home, self.path("noise"))
+        shell('head -c 300K /dev/urandom > r; tar -cf t r; 7z a n.7z t; mv n.7z "$1";'
+              'printf damage | dd of="$1" bs=1 seek=150000 conv=notrunc')(self.home, self.path("noise"))
         shell('tar -cj text | head -c -3 > "$1"; echo 12 >> "$1"')(self.home, self.path("wrong sum"))
         for archive, target, text in (
                 ("missing", "t", "missing: No such file"), ("shut folder", "t", ": not a file"),
