@@ -88,7 +88,7 @@ int Run(const std::vector<std::string> &arguments)
     if ((command == kUnpackZipCommand || command == kUnpackTarCommand) && arguments.size() == 3) {
         LimitMemory();
         progress.Start();
-        Unpack(PathOf(arguments[1]), PathOf(arguments[2]), progress);
+        Unpack(PathOf(arguments[1]), PathOf(arguments[2]), Purpose::Install, progress);
         return 0;
     }
     if (command == kDeleteFolderCommand && arguments.size() == 2) {

@@ -52,6 +52,13 @@ bool IsTarHeader(std::string_view bytes)
     return sum == std::strtoul(std::string(bytes.substr(kSumAt, kSumSize)).c_str(), nullptr, 8);
 }
 
+/// A tar's last file may be a zip.
+bool IsTar(const InputFile &file)
+{
+    char start[kTarHeaderSize];
+    return IsTarHeader({start, file.ReadAt(0, start, sizeof start)});
+}
+
 bool IsFolder(archive_entry *entry)
 {
     return archive_entry_filetype(entry) == AE_IFDIR;
@@ -145,7 +152,7 @@ void UnpackAny(const InputFile &file, Destination &destination, Progress &progre
         UnpackCompressedTar<XzSource>(file, destination, progress);
     } else if (StartsWith(file, "BZh")) {
         UnpackBzip2Tar(file, destination, progress);
-    } else if (StartsWith(file, "PK\3\4") || ZipDirectory::IsIn(file)) {
+    } else if (StartsWith(file, "PK\3\4") || (!IsTar(file) && ZipDirectory::IsIn(file))) {
         UnpackZip(file, destination, progress);
     } else {
         UnpackOtherTar(file, destination, progress);
@@ -154,7 +161,8 @@ void UnpackAny(const InputFile &file, Destination &destination, Progress &progre
 
 } // namespace
 
-void Unpack(const std::string &archivePath, const std::string &destinationPath, Progress &progress)
+void Unpack(const std::string &archivePath, const std::string &destinationPath, Purpose purpose,
+            Progress &progress)
 {
     // Unless TZ is set, the C library checks /etc/localtime anew for each time stamp of a zip.
     ::setenv("TZ", ":/etc/localtime", 0);
@@ -166,7 +174,7 @@ void Unpack(const std::string &archivePath, const std::string &destinationPath, 
                             isDescriptions ? kDescriptionsFolder : "");
     try {
         UnpackAny(file, destination, progress);
-        destination.Complete();
+        destination.Complete(purpose == Purpose::Install);
     } catch (const std::bad_alloc &) {
         destination.Undo();
         throw Failure(archivePath + ": needs more memory than can be had");

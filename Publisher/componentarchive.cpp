@@ -39,7 +39,7 @@ QString ArchiveFault(const QString &path, const QString &dir, const QString &dat
     Progress silence(-1);
     QString fault;
     try {
-        Unpack(QFile::encodeName(path).toStdString(), destination, silence);
+        Unpack(QFile::encodeName(path).toStdString(), destination, Purpose::Trial, silence);
         fault = ContentFault(place.path(), dir, date);
     } catch (const std::exception &failure) {
         fault = QString("it cannot be unpacked in %1: %2")

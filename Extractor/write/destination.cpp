@@ -122,7 +122,7 @@ std::string Destination::StagingName(const EntryPath &path)
     return kStagedVersionInfo;
 }
 
-void Destination::Complete()
+void Destination::Complete(bool isSynced)
 {
     if (!m_hasEntries) {
         throw Failure("holds nothing");
@@ -135,10 +135,14 @@ void Destination::Complete()
     }
     // A version.info that outlives a power cut says that all else has outlived it. The archive may
     // be deleted after this run, so the version.info, too, has to be on the disk by then.
-    Sync();
+    if (isSynced) {
+        Sync();
+    }
     RevealVersionInfos(walk);
     SetAttributes(walk, true);
-    Sync();
+    if (isSynced) {
+        Sync();
+    }
 }
 
 void Destination::MakeLinks(TreeWalk &walk)

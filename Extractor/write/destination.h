@@ -50,9 +50,9 @@ public:
     /// Makes a hard link to a file that the run has made; any other target is a Failure.
     void LinkNow(TreeWalk &walk, const EntryPath &path, const EntryPath &target);
 
-    /// Does all that was put off, and has a component written to the disk; an archive without an
-    /// entry is a Failure.
-    void Complete();
+    /// Does all that was put off, and has a component written to the disk where \a isSynced is set;
+    /// an archive without an entry is a Failure.
+    void Complete(bool isSynced);
 
     /// Removes what this run has made, as far as it can be.
     void Undo() { m_tree.Undo(); }

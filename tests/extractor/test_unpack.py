@@ -58,6 +58,7 @@ FORMATS = {  # the archive's ending, how it is made, the tree that comes out
     "tar.7z of a pipe": (".tar.7z", shell('tar -c Comp | 7z a -si "$1"'), COMPONENT),
     "two tars in one": (".tar.gz", shell('(tar -c Comp/bin; tar -c Comp) | gzip > "$1"'), COMPONENT),
     "no compression": (".tar.gz", shell('tar -cf "$1" Comp'), COMPONENT),
+    "no compression, a zip at the end": (".tar.gz", shell('printf "PK\\5\\6" > z; head -c18 /dev/zero >> z; chmod 644 z; tar -cf "$1" Comp z'), {**COMPONENT, "z": (0o644, b"PK\5\6" + bytes(18))}),
     "another compression": (".tar.gz", shell('tar -c Comp | zstd > "$1"'), COMPONENT),
     "zip named as a tar": (".tar.xz", shell('zip -qryX x.zip Comp; mv x.zip "$1"'), COMPONENT),
     "tar named as a zip": (".zip", shell('tar -cJf "$1" Comp'), COMPONENT),

@@ -111,7 +111,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     Require(::write(archive.Get(), data, size) == static_cast<ssize_t>(size), "archive");
     try {
         Progress progress;
-        Unpack("/proc/self/fd/" + std::to_string(archive.Get()), scratch.Target(), progress);
+        Unpack("/proc/self/fd/" + std::to_string(archive.Get()), scratch.Target(), Purpose::Trial,
+               progress);
     } catch (const Failure &) {
         // Most inputs are no archives.
     }
