@@ -1,7 +1,7 @@
 #include "base/memory_limit.h"
-#include "repositorychecks.h"
-#include "repositorysource.h"
-#include "repositorywriter.h"
+#include "repository_checks.h"
+#include "repository_source.h"
+#include "repository_writer.h"
 
 #include <QCoreApplication>
 

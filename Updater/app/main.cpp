@@ -1,7 +1,7 @@
 #include "app/datasingleton.h"
-#include "app/installationlock.h"
+#include "app/installation_lock.h"
 #include "app/mainwindow.h"
-#include "app/rootdirectory.h"
+#include "app/root_directory.h"
 #include "common/desktop.h"
 
 #include <QApplication>

@@ -1,9 +1,9 @@
 #include "app/mainwindow.h"
 
 #include "app/datasingleton.h"
-#include "app/installationlock.h"
+#include "app/installation_lock.h"
 #include "app/mainwindow_helper.h"
-#include "app/rootdirectory.h"
+#include "app/root_directory.h"
 #include "catalogue/endpoints.h"
 #include "common/desktop.h"
 #include "panels/helpwnd.h"

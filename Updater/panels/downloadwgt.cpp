@@ -5,7 +5,7 @@
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
 #include "common/desktop.h"
-#include "panels/recordtable.h"
+#include "panels/record_table.h"
 #include "ui_downloadwgt.h"
 
 namespace {

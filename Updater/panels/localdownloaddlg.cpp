@@ -5,7 +5,7 @@
 #include "app/mainwindow_helper.h"
 #include "common/common_helper.h"
 #include "common/desktop.h"
-#include "panels/recordtable.h"
+#include "panels/record_table.h"
 #include "ui_localdownloaddlg.h"
 
 #include <QFileDialog>

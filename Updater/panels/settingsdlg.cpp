@@ -3,7 +3,7 @@
 #include "app/datasingleton.h"
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
-#include "panels/recordtable.h"
+#include "panels/record_table.h"
 #include "transfer/filedownloader.h"
 #include "ui_settingsdlg.h"
 

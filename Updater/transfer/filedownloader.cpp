@@ -1,7 +1,7 @@
 #include "transfer/filedownloader.h"
 
 #include "app/datasingleton.h"
-#include "transfer/partialfile.h"
+#include "transfer/partial_file.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>

@@ -54,7 +54,7 @@ public:
     /// Discards the received data, and all that still arrives.
     void DelDownloadedData();
 
-    // The partial file (transfer/partialfile.cpp)
+    // The partial file (transfer/partial_file.cpp)
 
     /// The number of data bytes of a partial file that its tail proves for \a stamp; 0 for none.
     static qint64 GetDownloadedFileDetails(const QString &path, const QString &stamp);

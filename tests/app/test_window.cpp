@@ -1,11 +1,11 @@
 #include "app/datasingleton.h"
-#include "app/installationlock.h"
+#include "app/installation_lock.h"
 #include "app/mainwindow_helper.h"
-#include "app/rootdirectory.h"
+#include "app/root_directory.h"
 #include "support/installation.h"
-#include "support/quiettest.h"
+#include "support/quiet_test.h"
 #include "support/table.h"
-#include "support/testclass.h"
+#include "support/test_class.h"
 #include "transfer/filedownloader.h"
 
 #include <QPlainTextEdit>

@@ -1,12 +1,12 @@
 #include "app/mainwindow_helper.h"
 #include "catalogue/endpoints.h"
 #include "support/installation.h"
-#include "support/nginxserver.h"
-#include "support/quiettest.h"
+#include "support/nginx_server.h"
+#include "support/quiet_test.h"
 #include "support/repository.h"
-#include "support/scriptedserver.h"
+#include "support/scripted_server.h"
 #include "support/table.h"
-#include "support/testclass.h"
+#include "support/test_class.h"
 #include "transfer/filedownloader.h"
 
 #include <QCheckBox>

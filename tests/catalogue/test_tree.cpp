@@ -1,8 +1,8 @@
 #include "app/mainwindow_helper.h"
 #include "panels/downloadwgt.h"
 #include "support/installation.h"
-#include "support/quiettest.h"
-#include "support/testclass.h"
+#include "support/quiet_test.h"
+#include "support/test_class.h"
 
 #include <QGuiApplication>
 #include <QLayout>

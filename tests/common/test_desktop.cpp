@@ -1,5 +1,5 @@
 #include "common/common_helper.h"
-#include "support/testclass.h"
+#include "support/test_class.h"
 
 #include <QAbstractButton>
 #include <QFileDialog>

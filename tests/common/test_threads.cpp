@@ -1,7 +1,7 @@
 #include "common/common_helper.h"
 #include "common/cthread.h"
 #include "common/realtimer.h"
-#include "support/testclass.h"
+#include "support/test_class.h"
 
 #include <QtTest>
 #include <memory>

@@ -1,15 +1,15 @@
 #include "Repository/description.h"
 #include "app/mainwindow_helper.h"
-#include "panels/descriptionview.h"
+#include "panels/description_view.h"
 #include "panels/downloadwgt.h"
 #include "panels/helpwnd.h"
 #include "panels/localdownloaddlg.h"
 #include "panels/settingsdlg.h"
 #include "support/installation.h"
-#include "support/quiettest.h"
+#include "support/quiet_test.h"
 #include "support/repository.h"
 #include "support/table.h"
-#include "support/testclass.h"
+#include "support/test_class.h"
 #include "transfer/filedownloader.h"
 
 #include <QComboBox>

@@ -1,11 +1,11 @@
 #include "app/mainwindow_helper.h"
-#include "support/filebytes.h"
+#include "support/file_bytes.h"
 #include "support/installation.h"
-#include "support/nginxserver.h"
-#include "support/quiettest.h"
+#include "support/nginx_server.h"
+#include "support/quiet_test.h"
 #include "support/repository.h"
 #include "support/table.h"
-#include "support/testclass.h"
+#include "support/test_class.h"
 
 #include <QProgressBar>
 #include <QTableWidget>

@@ -1,6 +1,6 @@
 #include "app/mainwindow_helper.h"
 #include "pipeline/extractor.h"
-#include "support/testclass.h"
+#include "support/test_class.h"
 
 #include <QProcess>
 #include <QtTest>

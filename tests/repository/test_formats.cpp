@@ -4,7 +4,7 @@
 #include "app/mainwindow_helper.h"
 #include "catalogue/records.h"
 #include "support/installation.h"
-#include "support/testclass.h"
+#include "support/test_class.h"
 
 #include <QSysInfo>
 #include <QtTest>

@@ -3,7 +3,7 @@
 // Runs the test class whose source is CLASS.cpp, with the options of Qt Test. Without a class it
 // lists them.
 
-#include "support/testclass.h"
+#include "support/test_class.h"
 
 #include <QApplication>
 #include <QFileInfo>

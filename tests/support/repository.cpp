@@ -1,6 +1,6 @@
 #include "support/repository.h"
 
-#include "support/filebytes.h"
+#include "support/file_bytes.h"
 #include "support/installation.h"
 
 #include <QDateTime>

@@ -5,9 +5,9 @@
 // be the remote one.
 
 #include "app/datasingleton.h"
-#include "support/filebytes.h"
+#include "support/file_bytes.h"
 #include "support/installation.h"
-#include "support/nginxserver.h"
+#include "support/nginx_server.h"
 #include "transfer/filedownloader.h"
 
 #include <QCoreApplication>

@@ -1,10 +1,10 @@
 #include "app/datasingleton.h"
-#include "support/filebytes.h"
+#include "support/file_bytes.h"
 #include "support/installation.h"
-#include "support/quiettest.h"
-#include "support/scriptedserver.h"
+#include "support/quiet_test.h"
+#include "support/scripted_server.h"
 #include "support/table.h"
-#include "support/testclass.h"
+#include "support/test_class.h"
 #include "transfer/filedownloader.h"
 
 #include <QNetworkAccessManager>

@@ -1,7 +1,7 @@
-#include "support/filebytes.h"
+#include "support/file_bytes.h"
 #include "support/installation.h"
 #include "support/table.h"
-#include "support/testclass.h"
+#include "support/test_class.h"
 #include "transfer/filedownloader.h"
 
 #include <QTemporaryDir>

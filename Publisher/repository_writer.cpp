@@ -1,11 +1,11 @@
-#include "repositorywriter.h"
+#include "repository_writer.h"
 
 #include "Repository/checksum.h"
 #include "Repository/manifests.h"
 #include "Repository/names.h"
-#include "repositorysource.h"
-#include "sitefile.h"
-#include "sourcefolder.h"
+#include "repository_source.h"
+#include "site_file.h"
+#include "source_folder.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,4 +1,4 @@
-#include "sitefile.h"
+#include "site_file.h"
 
 #include <QFileInfo>
 

@@ -1,4 +1,4 @@
-#include "app/rootdirectory.h"
+#include "app/root_directory.h"
 
 #include "common/common_helper.h"
 

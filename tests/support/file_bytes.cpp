@@ -1,4 +1,4 @@
-#include "support/filebytes.h"
+#include "support/file_bytes.h"
 
 #include <QRandomGenerator>
 

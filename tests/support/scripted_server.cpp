@@ -1,4 +1,4 @@
-#include "support/scriptedserver.h"
+#include "support/scripted_server.h"
 
 #include <QRegularExpression>
 #include <QTcpSocket>

@@ -1,4 +1,4 @@
-#include "transfer/partialfile.h"
+#include "transfer/partial_file.h"
 
 #include "common/common_helper.h"
 #include "transfer/filedownloader.h"

@@ -1,4 +1,4 @@
-#include "componentarchive.h"
+#include "component_archive.h"
 
 #include "Repository/version_info.h"
 #include "remove/delete_folder.h"

@@ -1,4 +1,4 @@
-#include "panels/descriptionview.h"
+#include "panels/description_view.h"
 
 #include "catalogue/descriptions.h"
 #include "common/desktop.h"

@@ -1,4 +1,4 @@
-#include "support/nginxserver.h"
+#include "support/nginx_server.h"
 
 #include <QDir>
 #include <QElapsedTimer>

@@ -1,12 +1,12 @@
-#include "repositorychecks.h"
+#include "repository_checks.h"
 
 #include "Repository/description.h"
 #include "Repository/manifests.h"
 #include "Repository/names.h"
 #include "Repository/platform.h"
-#include "componentarchive.h"
-#include "repositorysource.h"
-#include "sourcefolder.h"
+#include "component_archive.h"
+#include "repository_source.h"
+#include "source_folder.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,4 +1,4 @@
-#include "panels/recordtable.h"
+#include "panels/record_table.h"
 
 #include "app/mainwindow_helper.h"
 

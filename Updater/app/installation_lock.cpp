@@ -1,4 +1,4 @@
-#include "app/installationlock.h"
+#include "app/installation_lock.h"
 
 #include <QFile>
 

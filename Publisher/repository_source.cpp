@@ -1,8 +1,8 @@
-#include "repositorysource.h"
+#include "repository_source.h"
 
 #include "Repository/names.h"
 
-#include "sourcefolder.h"
+#include "source_folder.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -1,4 +1,4 @@
-#include "sourcefolder.h"
+#include "source_folder.h"
 
 #include <QFile>
 

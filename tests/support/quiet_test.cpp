@@ -1,4 +1,4 @@
-#include "support/quiettest.h"
+#include "support/quiet_test.h"
 
 #include <QMutex>
 #include <QTest>
