@@ -11,9 +11,8 @@ namespace {
 
 std::optional<timespec> ModifiedOf(archive_entry *entry)
 {
-    if (!archive_entry_mtime_is_set(entry)) {
+    if (!archive_entry_mtime_is_set(entry))
         return std::nullopt;
-    }
     return timespec{archive_entry_mtime(entry), archive_entry_mtime_nsec(entry)};
 }
 
@@ -25,16 +24,14 @@ mode_t PermissionsOf(archive_entry *entry)
 /// The name of an entry, or of what it links to.
 std::string NameOf(const ArchiveReader &reader, const char *name)
 {
-    if (!name) {
+    if (!name)
         throw Failure("is damaged: a name cannot be read");
-    }
     const ArchiveReader::Format format = reader.GetFormat();
-    if (std::strlen(name) >= PATH_MAX) {
+    if (std::strlen(name) >= PATH_MAX)
         throw Failure("holds a name that is too long");
-    }
-    const bool isOfDos =
+    const bool is_of_dos =
         format == ArchiveReader::Format::Zip || format == ArchiveReader::Format::Cab;
-    return isOfDos ? ReadDosName(name) : name;
+    return is_of_dos ? ReadDosName(name) : name;
 }
 
 } // namespace
@@ -43,12 +40,11 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
 {
     m_destination.NoteEntry();
     const EntryPath path = ParseEntryPath(NameOf(reader, archive_entry_pathname(entry)));
-    if (!m_destination.Wants(path)) {
+    if (!m_destination.Wants(path))
         return;
-    }
-    const char *const hardLink = archive_entry_hardlink(entry);
-    if (hardLink && archive_entry_size(entry) == 0) {
-        m_destination.LinkNow(m_walk, path, ParseEntryPath(NameOf(reader, hardLink)));
+    const char *const hard_link = archive_entry_hardlink(entry);
+    if (hard_link && archive_entry_size(entry) == 0) {
+        m_destination.LinkNow(m_walk, path, ParseEntryPath(NameOf(reader, hard_link)));
         return;
     }
     switch (archive_entry_filetype(entry)) {
@@ -57,9 +53,8 @@ void EntryWriter::Write(ArchiveReader &reader, archive_entry *entry)
         m_destination.SetAttributesLater(path, {PermissionsOf(entry), ModifiedOf(entry)});
         break;
     case AE_IFREG:
-        if ((archive_entry_perm(entry) & (S_ISUID | S_ISGID)) != 0) {
+        if ((archive_entry_perm(entry) & (S_ISUID | S_ISGID)) != 0)
             throw Failure(JoinPath(path) + ": would run with rights that are not its user's");
-        }
         WriteFile(reader, entry, path);
         break;
     case AE_IFLNK:
@@ -74,12 +69,10 @@ void EntryWriter::WriteFile(ArchiveReader &reader, archive_entry *entry, const E
 {
     NewFile file = m_destination.MakeFile(m_walk, path, PermissionsOf(entry));
     ArchiveReader::Block block;
-    while (reader.NextBlock(block)) {
+    while (reader.NextBlock(block))
         file.Write(block.bytes, block.offset);
-    }
     if (archive_entry_size_is_set(entry)
-        && block.offset != static_cast<std::uint64_t>(archive_entry_size(entry))) {
+        && block.offset != static_cast<std::uint64_t>(archive_entry_size(entry)))
         throw Failure(JoinPath(path) + ": has another size than the archive says");
-    }
     file.Finish(block.offset, ModifiedOf(entry));
 }

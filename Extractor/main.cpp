@@ -41,9 +41,8 @@ void OpenMissingStreams()
 {
     while (true) {
         const int fd = ::open("/dev/null", O_RDWR);
-        if (fd < 0) {
+        if (fd < 0)
             return;
-        }
         if (fd > STDERR_FILENO) {
             ::close(fd);
             return;
@@ -55,17 +54,15 @@ void OpenMissingStreams()
 /// letters for.
 void ChooseLocale()
 {
-    if (!std::setlocale(LC_CTYPE, "") || std::strcmp(::nl_langinfo(CODESET), "UTF-8") != 0) {
+    if (!std::setlocale(LC_CTYPE, "") || std::strcmp(::nl_langinfo(CODESET), "UTF-8") != 0)
         std::setlocale(LC_CTYPE, "C.UTF-8");
-    }
 }
 
 /// Every path comes with a "#" before it.
 std::string PathOf(const std::string &argument)
 {
-    if (argument.size() < 2 || argument.front() != '#') {
+    if (argument.size() < 2 || argument.front() != '#')
         throw Failure("\"" + argument + "\" is not \"#\" and a path\n" + Usage(), kBadUsage);
-    }
     return argument.substr(1);
 }
 

@@ -41,13 +41,12 @@ bool IsTarHeader(std::string_view bytes)
 {
     constexpr std::size_t kSumAt = 148;
     constexpr std::size_t kSumSize = 8;
-    if (bytes.size() < kTarHeaderSize) {
+    if (bytes.size() < kTarHeaderSize)
         return false;
-    }
     unsigned long sum = 0;
     for (std::size_t i = 0; i < kTarHeaderSize; ++i) {
-        const bool isSumField = i >= kSumAt && i < kSumAt + kSumSize;
-        sum += isSumField ? ' ' : static_cast<unsigned char>(bytes[i]);
+        const bool is_sum_field = i >= kSumAt && i < kSumAt + kSumSize;
+        sum += is_sum_field ? ' ' : static_cast<unsigned char>(bytes[i]);
     }
     return sum == std::strtoul(std::string(bytes.substr(kSumAt, kSumSize)).c_str(), nullptr, 8);
 }
@@ -65,16 +64,15 @@ bool IsFolder(archive_entry *entry)
 }
 
 /// Reads the names in the archive only; nothing is decompressed.
-bool HoldsOneFile(const InputFile &sevenZip, Progress &progress)
+bool HoldsOneFile(const InputFile &seven_zip, Progress &progress)
 {
-    ArchiveReader reader(sevenZip, ArchiveReader::Format::SevenZip, progress);
+    ArchiveReader reader(seven_zip, ArchiveReader::Format::SevenZip, progress);
     int files = 0;
     while (archive_entry *const entry = reader.NextEntry()) {
         // 7z stores a file that it has read from a pipe as a pipe.
         files += IsFolder(entry) ? 0 : 1;
-        if (files > 1) {
+        if (files > 1)
             return false;
-        }
     }
     return files == 1;
 }
@@ -83,13 +81,11 @@ bool HoldsOneFile(const InputFile &sevenZip, Progress &progress)
 bool ReachTar(ArchiveReader &reader)
 {
     archive_entry *entry = reader.NextEntry();
-    while (entry && IsFolder(entry)) {
+    while (entry && IsFolder(entry))
         entry = reader.NextEntry();
-    }
     ArchiveReader::Block block;
-    if (!entry || !reader.NextBlock(block)) {
+    if (!entry || !reader.NextBlock(block))
         return false;
-    }
     reader.GiveBack(block);
     return IsTarHeader(block.bytes);
 }
@@ -99,9 +95,8 @@ void UnpackEntries(const InputFile &file, ArchiveReader::Format format, Destinat
 {
     ArchiveReader reader(file, format, progress);
     EntryWriter writer(destination);
-    while (archive_entry *const entry = reader.NextEntry()) {
+    while (archive_entry *const entry = reader.NextEntry())
         writer.Write(reader, entry);
-    }
 }
 
 void UnpackSevenZip(const InputFile &file, Destination &destination, Progress &progress)
@@ -141,46 +136,45 @@ void UnpackOtherTar(const InputFile &file, Destination &destination, Progress &p
 
 void UnpackAny(const InputFile &file, Destination &destination, Progress &progress)
 {
-    if (StartsWith(file, "7z\xbc\xaf\x27\x1c")) {
+    if (StartsWith(file, "7z\xbc\xaf\x27\x1c"))
         UnpackSevenZip(file, destination, progress);
-    } else if (StartsWith(file, "MSCF")) {
+    else if (StartsWith(file, "MSCF"))
         UnpackEntries(file, ArchiveReader::Format::Cab, destination, progress);
-    } else if (StartsWith(file, "\x1f\x8b")) {
+    else if (StartsWith(file, "\x1f\x8b"))
         UnpackCompressedTar<GzipSource>(file, destination, progress);
-    } else if (StartsWith(file, "\xfd"
-                                "7zXZ")) {
+    else if (StartsWith(file, "\xfd"
+                              "7zXZ"))
         UnpackCompressedTar<XzSource>(file, destination, progress);
-    } else if (StartsWith(file, "BZh")) {
+    else if (StartsWith(file, "BZh"))
         UnpackBzip2Tar(file, destination, progress);
-    } else if (StartsWith(file, "PK\3\4") || (!IsTar(file) && ZipDirectory::IsIn(file))) {
+    else if (StartsWith(file, "PK\3\4") || (!IsTar(file) && ZipDirectory::IsIn(file)))
         UnpackZip(file, destination, progress);
-    } else {
+    else
         UnpackOtherTar(file, destination, progress);
-    }
 }
 
 } // namespace
 
-void Unpack(const std::string &archivePath, const std::string &destinationPath, Purpose purpose,
+void Unpack(const std::string &archive_path, const std::string &destination_path, Purpose purpose,
             Progress &progress)
 {
     // Unless TZ is set, the C library checks /etc/localtime anew for each time stamp of a zip.
     ::setenv("TZ", ":/etc/localtime", 0);
 
-    const InputFile file(archivePath);
-    const bool isDescriptions =
-        archivePath.substr(archivePath.rfind('/') + 1) == kDescriptionsArchive;
-    Destination destination(destinationPath, file.Size(),
-                            isDescriptions ? kDescriptionsFolder : "");
+    const InputFile file(archive_path);
+    const bool is_descriptions =
+        archive_path.substr(archive_path.rfind('/') + 1) == kDescriptionsArchive;
+    Destination destination(destination_path, file.Size(),
+                            is_descriptions ? kDescriptionsFolder : "");
     try {
         UnpackAny(file, destination, progress);
         destination.Complete(purpose == Purpose::Install);
     } catch (const std::bad_alloc &) {
         destination.Undo();
-        throw Failure(archivePath + ": needs more memory than can be had");
+        throw Failure(archive_path + ": needs more memory than can be had");
     } catch (const std::exception &failure) {
         destination.Undo();
-        throw Failure(archivePath + ": " + failure.what());
+        throw Failure(archive_path + ": " + failure.what());
     }
     progress.Finish();
 }

@@ -9,7 +9,6 @@ void UnpackTar(ByteSource &tar, Destination &destination)
     Prefetch ahead(tar);
     ArchiveReader reader(ahead);
     EntryWriter writer(destination);
-    while (archive_entry *const entry = reader.NextEntry()) {
+    while (archive_entry *const entry = reader.NextEntry())
         writer.Write(reader, entry);
-    }
 }

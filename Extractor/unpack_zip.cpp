@@ -51,18 +51,16 @@ public:
             TakeBatches();
         } catch (...) {
             const std::lock_guard<std::mutex> lock(m_mutex);
-            if (!m_failure) {
+            if (!m_failure)
                 m_failure = std::current_exception();
-            }
             m_next = m_batches.size(); // the others stop after their batch
         }
     }
 
     void ThrowFailure()
     {
-        if (m_failure) {
+        if (m_failure)
             std::rethrow_exception(m_failure);
-        }
     }
 
 private:
@@ -76,12 +74,10 @@ private:
                 mine + 1 < m_batches.size() ? m_batches[mine + 1] : m_directory.Size();
             for (; read < end; ++read) {
                 archive_entry *const entry = reader.NextEntry();
-                if (!entry) {
+                if (!entry)
                     throw Failure("is damaged: entries are missing");
-                }
-                if (read >= m_batches[mine]) {
+                if (read >= m_batches[mine])
                     Write(writer, reader, entry, read);
-                }
             }
         }
     }
@@ -89,12 +85,10 @@ private:
     void Write(EntryWriter &writer, ArchiveReader &reader, archive_entry *entry, std::size_t index)
     {
         m_directory.CheckEntry(index);
-        if (const char *const target = archive_entry_symlink(entry)) {
+        if (const char *const target = archive_entry_symlink(entry))
             m_directory.CheckLink(index, target);
-        }
-        if (archive_entry_filetype(entry) == AE_IFDIR) {
+        if (archive_entry_filetype(entry) == AE_IFDIR)
             m_directory.CheckFolder(index);
-        }
         writer.Write(reader, entry);
     }
 
@@ -117,15 +111,13 @@ void UnpackZip(const InputFile &file, Destination &destination, Progress &progre
     const std::size_t workers = std::min<std::size_t>(WorkerCount(), work.BatchCount());
     std::vector<std::thread> others;
     try {
-        while (others.size() + 1 < workers) {
+        while (others.size() + 1 < workers)
             others.emplace_back(&ZipWork::Run, &work);
-        }
     } catch (const std::system_error &) {
         // Fewer workers do it as well.
     }
     work.Run();
-    for (std::thread &other : others) {
+    for (std::thread &other : others)
         other.join();
-    }
     work.ThrowFailure();
 }

@@ -26,20 +26,20 @@ int Fail(const QStringList &problems)
     return 1;
 }
 
-int Build(const QString &sourceDir, const QString &destDir)
+int Build(const QString &source_dir, const QString &dest_dir)
 {
     LimitMemory();
     RepositorySource source;
-    QStringList problems = ReadRepositorySource(sourceDir, source);
+    QStringList problems = ReadRepositorySource(source_dir, source);
     if (problems.isEmpty())
         problems = CheckRepository(source);
     if (problems.isEmpty())
-        problems = WriteRepository(source, destDir);
+        problems = WriteRepository(source, dest_dir);
     if (!problems.isEmpty())
         return Fail(problems);
 
     std::printf("%d components and %d packages in %s\n", source.components.size(),
-                source.packages.size(), qUtf8Printable(destDir));
+                source.packages.size(), qUtf8Printable(dest_dir));
     return 0;
 }
 } // namespace

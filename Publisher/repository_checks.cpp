@@ -20,19 +20,19 @@ const int kLongestName = 251; // bytes, as a file system has 255 and the updater
 
 QString FileNameFault(const Component &component)
 {
-    QString fault = NameFault(component.fileName);
+    QString fault = NameFault(component.file_name);
     if (!fault.isEmpty())
         return fault;
-    if (!IsArchiveName(component.fileName))
+    if (!IsArchiveName(component.file_name))
         return QString("its name must end in one of %1, and hold no other of them")
             .arg(ArchiveSuffixes().join(", "));
-    if (QFile::encodeName(component.fileName).size() > kLongestName)
+    if (QFile::encodeName(component.file_name).size() > kLongestName)
         return "its name is too long";
-    if (component.fileName == kDescriptionsArchive)
+    if (component.file_name == kDescriptionsArchive)
         return "its name is that of the description pages";
-    if (!IsInstallable(component.fileName))
+    if (!IsInstallable(component.file_name))
         return QString("its folder, \"%1\", would not be its own")
-            .arg(InstallTargetOf(component.fileName).Path());
+            .arg(InstallTargetOf(component.file_name).Path());
     return {};
 }
 
@@ -44,7 +44,7 @@ QStringList CheckComponents(const QList<Component> &components)
         if (fault.isEmpty() && !IsPlatformCode(component.platform))
             fault = QString("%1 is not a platform code").arg(component.platform);
         if (fault.isEmpty())
-            fault = ArchiveFault(component.path, InstallTargetOf(component.fileName).dir,
+            fault = ArchiveFault(component.path, InstallTargetOf(component.file_name).dir,
                                  component.modified.date().toString(Qt::ISODate));
         if (!fault.isEmpty())
             problems << QString("%1: %2").arg(component.Name(), fault);
@@ -59,8 +59,8 @@ QStringList CheckRivals(const QList<Component> &components)
     QStringList problems;
     QHash<QString, QString> owners;
     for (const Component &component : components) {
-        const QStringList keys = {"the stem " + ArchiveStem(component.fileName),
-                                  "the folder " + InstallTargetOf(component.fileName).Path()};
+        const QStringList keys = {"the stem " + ArchiveStem(component.file_name),
+                                  "the folder " + InstallTargetOf(component.file_name).Path()};
         for (const QString &machine : Architectures()) {
             if (!IsForArchitecture(component.platform, machine))
                 continue;
@@ -77,13 +77,13 @@ QStringList CheckRivals(const QList<Component> &components)
     return problems;
 }
 
-QString PageFault(const QString &pagesDir, const QString &page)
+QString PageFault(const QString &pages_dir, const QString &page)
 {
     QString fault = NameFault(page);
     if (!fault.isEmpty())
         return fault;
     QByteArray bytes;
-    if (!ReadSourceFile(pagesDir + '/' + page, bytes).isEmpty())
+    if (!ReadSourceFile(pages_dir + '/' + page, bytes).isEmpty())
         return QString("the page \"%1\" cannot be read").arg(page);
     QTextCodec::ConverterState state;
     QString text =
@@ -99,7 +99,7 @@ QStringList CheckPages(const RepositorySource &source)
 {
     QStringList problems;
     for (const QString &name : source.pages) {
-        const QString path = source.pagesDir + '/' + name;
+        const QString path = source.pages_dir + '/' + name;
         if (QFileInfo(path).size() > kMostDescriptionBytes)
             problems << QString("%1: it is too large to be shown").arg(path);
     }
@@ -124,7 +124,7 @@ bool IsOffered(const QList<Component> &components, const QString &stem, int plat
         return !IsForArchitecture(platform, machine)
                || std::any_of(components.begin(), components.end(), [&](const Component &c) {
                       return IsForArchitecture(c.platform, machine)
-                             && ArchiveStem(c.fileName) == stem;
+                             && ArchiveStem(c.file_name) == stem;
                   });
     });
 }
@@ -133,23 +133,23 @@ QString PackageFault(const RepositorySource &source, const Package &package)
 {
     if (!IsPlatformCode(package.platform))
         return QString("%1 is not a platform code").arg(package.platform);
-    if (package.classIndex < 0 || package.classIndex >= ClassNames().size())
+    if (package.class_index < 0 || package.class_index >= ClassNames().size())
         return QString("the class is not a number from 0 to %1").arg(ClassNames().size() - 1);
-    QString titleFault = TitleFault(package.title);
-    if (!titleFault.isEmpty())
-        return titleFault;
+    QString title_fault = TitleFault(package.title);
+    if (!title_fault.isEmpty())
+        return title_fault;
     if (package.archives.isEmpty() || package.archives.size() > 2)
         return "it needs one or two archives";
     for (const QString &archive : package.archives) {
         const bool published =
             std::any_of(source.components.begin(), source.components.end(),
-                        [&](const Component &c) { return c.fileName == archive; });
+                        [&](const Component &c) { return c.file_name == archive; });
         if (!published || package.archives.count(archive) > 1)
             return QString("the archive \"%1\" is in no directory, or named twice").arg(archive);
         if (!IsOffered(source.components, ArchiveStem(archive), package.platform))
             return QString("the archive \"%1\" is not for all of its platforms").arg(archive);
     }
-    return PageFault(source.pagesDir, package.page);
+    return PageFault(source.pages_dir, package.page);
 }
 
 QStringList CheckPackages(const RepositorySource &source)

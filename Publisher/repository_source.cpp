@@ -65,26 +65,25 @@ bool LeadsTo(const QStringList &directories, const QString &dir)
     });
 }
 
-/// The components in \a remoteDir, which is one of the \a directories of the repository.
-QList<Component> ComponentsOf(const QDir &base, const QString &remoteDir, int platform,
+/// The components in \a remote_dir, which is one of the \a directories of the repository.
+QList<Component> ComponentsOf(const QDir &base, const QString &remote_dir, int platform,
                               const QStringList &directories, QStringList &problems)
 {
-    const QString fault = PathFault(remoteDir);
+    const QString fault = PathFault(remote_dir);
     if (!fault.isEmpty()) {
-        problems << QString("directory \"%1\": %2").arg(remoteDir, fault);
+        problems << QString("directory \"%1\": %2").arg(remote_dir, fault);
         return {};
     }
-    const QString path = base.filePath(remoteDir);
+    const QString path = base.filePath(remote_dir);
     const SourceFolder folder = ReadSourceFolder(path, problems);
-    for (const QString &name : folder.folders) {
-        if (!LeadsTo(directories, remoteDir + '/' + name))
+    for (const QString &name : folder.folders)
+        if (!LeadsTo(directories, remote_dir + '/' + name))
             problems << QString("%1/%2: repository.json doesn't name this folder").arg(path, name);
-    }
     QList<Component> components;
     for (const QString &name : folder.files) {
         const QFileInfo info(path + '/' + name);
         const qint64 seconds = info.lastModified().toSecsSinceEpoch();
-        components << Component{info.filePath(), remoteDir, name, platform,
+        components << Component{info.filePath(), remote_dir, name, platform,
                                 QDateTime::fromSecsSinceEpoch(seconds, Qt::UTC)};
     }
     return components;
@@ -132,8 +131,8 @@ QStringList ReadRepositorySource(const QString &dir, RepositorySource &source)
     for (const QJsonObject &entry : EntriesOf(description, "packages", keys, problems))
         source.packages << PackageOf(entry);
 
-    source.pagesDir = base.filePath(kDescriptionsFolder);
-    if (QFileInfo(source.pagesDir).isSymLink() || QFileInfo::exists(source.pagesDir))
-        source.pages = FilesBelow(source.pagesDir, {}, problems);
+    source.pages_dir = base.filePath(kDescriptionsFolder);
+    if (QFileInfo(source.pages_dir).isSymLink() || QFileInfo::exists(source.pages_dir))
+        source.pages = FilesBelow(source.pages_dir, {}, problems);
     return problems;
 }

@@ -7,20 +7,20 @@
 /// One archive that the repository is to offer.
 struct Component
 {
-    QString path;      // of the archive on this machine
-    QString remoteDir; // below "zeft/" in the repository
-    QString fileName;
+    QString path;       // of the archive on this machine
+    QString remote_dir; // below "zeft/" in the repository
+    QString file_name;
     int platform;       // code; 0 where repository.json gives none
     QDateTime modified; // UTC, whole seconds, as HTTP can say it
 
-    QString Name() const { return remoteDir + '/' + fileName; }
+    QString Name() const { return remote_dir + '/' + file_name; }
 };
 
 /// One board support package in the updater's tree.
 struct Package
 {
     int platform;         // as above
-    int classIndex;       // -1 where repository.json gives none
+    int class_index;      // -1 where repository.json gives none
     QString title;        // text of the tree's item
     QStringList archives; // file names of components, in the order of the page's rows
     QString page;         // file name in the folder of description pages
@@ -30,7 +30,7 @@ struct RepositorySource
 {
     QList<Component> components; // by directory as in repository.json, then by name
     QList<Package> packages;
-    QString pagesDir;  // folder of the description pages
+    QString pages_dir; // folder of the description pages
     QStringList pages; // all files in it, by their path in it
 };
 

@@ -104,7 +104,7 @@ QString PackPages(const RepositorySource &source, const QString &path)
         || !AddPagesFolder(writer.get()))
         return PackFailure(path, writer.get());
     for (const QString &name : source.pages) {
-        const QString page = source.pagesDir + '/' + name;
+        const QString page = source.pages_dir + '/' + name;
         QByteArray bytes;
         QString failure = ReadSourceFile(page, bytes);
         if (!failure.isEmpty())
@@ -121,14 +121,14 @@ FileLine LineOf(const Component &component, const Contents &contents)
 {
     const QString stamp =
         component.modified.toString(Qt::ISODateWithMs); // as Qt reads HTTP's dates
-    return {component.platform, component.fileName, component.remoteDir, stamp,
+    return {component.platform, component.file_name, component.remote_dir, stamp,
             contents.size,      contents.sum};
 }
 
 PackageLine LineOf(const Package &package)
 {
     return {package.platform,
-            package.classIndex,
+            package.class_index,
             package.title,
             QString(),
             ArchiveStem(package.archives.value(0)),
@@ -137,14 +137,14 @@ PackageLine LineOf(const Package &package)
 }
 } // namespace
 
-QStringList WriteRepository(const RepositorySource &source, const QString &destDir)
+QStringList WriteRepository(const RepositorySource &source, const QString &dest_dir)
 {
-    const QString root = QDir(destDir).path(); // "." for an empty text
+    const QString root = QDir(dest_dir).path(); // "." for an empty text
     QList<FileLine> files;
     QString failure;
     for (const Component &component : source.components) {
         Contents contents;
-        const QString path = ComponentFilePath(component.remoteDir, component.fileName);
+        const QString path = ComponentFilePath(component.remote_dir, component.file_name);
         failure = CopyArchive(component, root + path, contents);
         if (!failure.isEmpty())
             return {failure};

@@ -16,14 +16,14 @@ QString PathOf(const fs::path &path)
 QString EntryFault(const fs::path &path)
 {
     std::error_code error;
-    const bool isLink = fs::is_symlink(path, error);
+    const bool is_link = fs::is_symlink(path, error);
     const fs::file_status status = fs::status(path, error); // of what a link leads to
-    if (isLink && status.type() == fs::file_type::not_found)
+    if (is_link && status.type() == fs::file_type::not_found)
         return "a link that leads nowhere";
     if (error)
         return QString::fromStdString(error.message());
     if (fs::is_directory(status))
-        return isLink ? "a link to a folder" : QString();
+        return is_link ? "a link to a folder" : QString();
     if (!fs::is_regular_file(status))
         return "neither a file nor a folder";
     QFile file(PathOf(path));

@@ -4,9 +4,8 @@
 
 Failure SystemFailure(const std::string &subject, int error)
 {
-    if (error == ENOSPC || error == EDQUOT) {
+    if (error == ENOSPC || error == EDQUOT)
         return NotEnoughSpace();
-    }
     return Failure(subject + ": " + std::generic_category().message(error));
 }
 

@@ -8,9 +8,9 @@
 class Failure : public std::runtime_error
 {
 public:
-    explicit Failure(const std::string &text, int exitCode = 1)
+    explicit Failure(const std::string &text, int exit_code = 1)
         : std::runtime_error(text)
-        , m_exitCode(exitCode)
+        , m_exitCode(exit_code)
     {
     }
 

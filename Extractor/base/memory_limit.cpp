@@ -15,9 +15,8 @@ rlim_t MemoryInUse()
 {
     std::ifstream statm("/proc/self/statm"); // proc(5)
     rlim_t pages = 0;                        // the sixth field: data and stack
-    for (int field = 0; field < 6; ++field) {
+    for (int field = 0; field < 6; ++field)
         statm >> pages;
-    }
     return pages * static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
 }
 

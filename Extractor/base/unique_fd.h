@@ -29,9 +29,8 @@ public:
     int Release() { return std::exchange(m_fd, -1); }
     void Reset()
     {
-        if (m_fd >= 0) {
+        if (m_fd >= 0)
             ::close(std::exchange(m_fd, -1));
-        }
     }
 
 private:

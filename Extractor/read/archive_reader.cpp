@@ -35,11 +35,9 @@ void AppendFilter(archive *handle, const InputFile &file)
 {
     char start[4];
     const std::string_view bytes(start, file.ReadAt(0, start, sizeof start));
-    for (const FilterMagic &known : kFilters) {
-        if (bytes.substr(0, known.magic.size()) == known.magic) {
+    for (const FilterMagic &known : kFilters)
+        if (bytes.substr(0, known.magic.size()) == known.magic)
             archive_read_append_filter(handle, known.filter);
-        }
-    }
 }
 
 void Support(archive *handle, ArchiveReader::Format format)
@@ -71,9 +69,8 @@ void Support(archive *handle, ArchiveReader::Format format)
 archive *NewReader(ArchiveReader::Format format)
 {
     archive *const handle = archive_read_new();
-    if (!handle) {
+    if (!handle)
         throw std::bad_alloc();
-    }
     Support(handle, format);
     return handle;
 }
@@ -95,9 +92,8 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
     , m_buffer(kBufferSize)
 {
     archive *const handle = m_archive.get();
-    if (format == Format::Filter) {
+    if (format == Format::Filter)
         AppendFilter(handle, file);
-    }
     archive_read_set_skip_callback(handle, [](archive *, void *self, la_int64_t bytes) {
         auto *const reader = static_cast<ArchiveReader *>(self);
         reader->m_offset += static_cast<std::uint64_t>(bytes);
@@ -124,9 +120,8 @@ ArchiveReader::ArchiveReader(Prefetch &tar)
     , m_format(Format::Tar)
     , m_tar(&tar)
 {
-    if (Open() != ARCHIVE_OK && !m_inputFailure) {
+    if (Open() != ARCHIVE_OK && !m_inputFailure)
         throw Failure("is no archive of a known kind");
-    }
     Check(ARCHIVE_OK);
 }
 
@@ -138,9 +133,8 @@ archive_entry *ArchiveReader::NextEntry()
     const int result = archive_read_next_header(m_archive.get(), &entry);
     Check(result == ARCHIVE_EOF ? ARCHIVE_OK : result);
     if (result == ARCHIVE_EOF) {
-        if (m_tar && !m_tarEnded) {
+        if (m_tar && !m_tarEnded)
             throw Failure("is cut off: the mark at its end is missing");
-        }
         return nullptr;
     }
     m_place = Place(); // the entries before it may have been another reader's work
@@ -181,13 +175,11 @@ int ArchiveReader::Open()
 
 void ArchiveReader::Check(int result)
 {
-    if (m_inputFailure) {
+    if (m_inputFailure)
         std::rethrow_exception(m_inputFailure);
-    }
     if (result != ARCHIVE_OK) {
-        if (archive_errno(m_archive.get()) == ENOMEM) {
+        if (archive_errno(m_archive.get()) == ENOMEM)
             throw std::bad_alloc();
-        }
         const char *const text = archive_error_string(m_archive.get());
         throw Failure(std::string("is damaged: ") + (text ? text : "unknown error"));
     }
@@ -215,9 +207,8 @@ la_ssize_t ArchiveReader::Feed(const void **bytes)
         if (m_tar) {
             block = m_tar->Next();
             m_unused += block.size();
-            if (m_unused > kMostUnused) {
+            if (m_unused > kMostUnused)
                 throw Failure("is damaged: too much stands between its files");
-            }
             m_tarEnded = block.empty() ? m_tarEnded : EndsInZeros(block);
         } else {
             block = {m_buffer.data(), m_file->ReadAt(m_offset, m_buffer.data(), m_buffer.size())};

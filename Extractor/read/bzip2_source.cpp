@@ -45,9 +45,8 @@ Failure Damaged()
 std::uint64_t BigEndian(const char *bytes)
 {
     std::uint64_t number = 0;
-    for (int i = 0; i < 8; ++i) {
+    for (int i = 0; i < 8; ++i)
         number = number << 8U | static_cast<unsigned char>(bytes[i]);
-    }
     return number;
 }
 
@@ -76,9 +75,8 @@ public:
                              | static_cast<unsigned char>(bytes[begin / 8 + 1]);
             m_bytes += static_cast<char>(two >> (8U - shift));
         }
-        for (; begin < end; ++begin) {
+        for (; begin < end; ++begin)
             Add(static_cast<unsigned char>(bytes[begin / 8]) >> (7U - begin % 8), 1);
-        }
     }
 
     std::string Take()
@@ -98,9 +96,8 @@ std::string DecompressBlock(std::string compressed)
 {
     constexpr std::size_t kBlockSize = 900'000; // run-length encoding may make it larger
     bz_stream stream = {};
-    if (BZ2_bzDecompressInit(&stream, 0, 0) != BZ_OK) {
+    if (BZ2_bzDecompressInit(&stream, 0, 0) != BZ_OK)
         throw std::bad_alloc();
-    }
     stream.next_in = compressed.data();
     stream.avail_in = static_cast<unsigned>(compressed.size());
     std::string bytes;
@@ -114,12 +111,10 @@ std::string DecompressBlock(std::string compressed)
         size = bytes.size() - stream.avail_out;
     }
     BZ2_bzDecompressEnd(&stream);
-    if (result == BZ_MEM_ERROR) {
+    if (result == BZ_MEM_ERROR)
         throw std::bad_alloc();
-    }
-    if (result != BZ_STREAM_END) {
+    if (result != BZ_STREAM_END)
         throw Damaged();
-    }
     bytes.resize(size);
     return bytes;
 }
@@ -136,9 +131,8 @@ std::size_t Bzip2Source::Read(char *to, std::size_t room)
     while (m_read == m_block.size()) {
         while (m_blocks.size() < WorkerCount() && StartNextBlock()) {
         }
-        if (m_blocks.empty()) {
+        if (m_blocks.empty())
             return 0;
-        }
         m_block = m_blocks.front().get();
         m_blocks.pop_front();
         m_read = 0;
@@ -157,16 +151,14 @@ bool Bzip2Source::StartNextBlock()
         const std::uint64_t mark = Bits(m_at, kMarkSize);
         const auto sum = static_cast<std::uint32_t>(Bits(m_at + kMarkSize, kBlockSumSize));
         if (mark == kEndMark) {
-            if (sum != m_sum) {
+            if (sum != m_sum)
                 throw Damaged();
-            }
             m_inStream = false;
             m_at = (m_at + kMarkSize + kBlockSumSize + 7) / 8 * 8;
             continue;
         }
-        if (mark != kBlockMark) {
+        if (mark != kBlockMark)
             throw Damaged();
-        }
         m_sum = (m_sum << 1U | m_sum >> 31U) ^ sum;
         const std::size_t end = FindMark(m_at + kMarkSize);
         BitWriter stream;
@@ -185,13 +177,11 @@ bool Bzip2Source::StartNextBlock()
 /// Reads the header of a stream, of which a file may hold several; false at the file's end.
 bool Bzip2Source::StartStream()
 {
-    if (!Need(m_at / 8 + 1)) {
+    if (!Need(m_at / 8 + 1))
         return false;
-    }
     const std::uint64_t header = Bits(m_at, kHeaderSize);
-    if (header < 0x425a6831 || header > 0x425a6839) { // "BZh1" to "BZh9"
+    if (header < 0x425a6831 || header > 0x425a6839) // "BZh1" to "BZh9"
         throw Damaged();
-    }
     m_at += kHeaderSize;
     m_inStream = true;
     m_sum = 0;
@@ -218,15 +208,13 @@ std::size_t Bzip2Source::FindMark(std::size_t from)
     for (std::size_t byte = from / 8; byte < last && Need(byte + 8); ++byte) {
         const unsigned places = second[static_cast<unsigned char>(m_input[byte + 1])]
                                 & third[static_cast<unsigned char>(m_input[byte + 2])];
-        if (places == 0) {
+        if (places == 0)
             continue;
-        }
         for (std::size_t bit = std::max(from, byte * 8); bit < byte * 8 + 8; ++bit) {
             const std::uint64_t mark =
                 BigEndian(m_input.data() + byte) >> (16U - bit % 8) & 0xffffffffffffU;
-            if (mark == kBlockMark || mark == kEndMark) {
+            if (mark == kBlockMark || mark == kEndMark)
                 return bit;
-            }
         }
     }
     throw Damaged();
@@ -235,13 +223,11 @@ std::size_t Bzip2Source::FindMark(std::size_t from)
 /// The \a count bits, 48 at most, that begin at bit \a at of the input.
 std::uint64_t Bzip2Source::Bits(std::size_t at, int count)
 {
-    if (!Need((at + static_cast<std::size_t>(count) + 7) / 8)) {
+    if (!Need((at + static_cast<std::size_t>(count) + 7) / 8))
         throw Damaged();
-    }
     std::uint64_t bits = 0;
-    for (std::size_t bit = at; bit < at + static_cast<std::size_t>(count); ++bit) {
+    for (std::size_t bit = at; bit < at + static_cast<std::size_t>(count); ++bit)
         bits = bits << 1U | (static_cast<unsigned char>(m_input[bit / 8]) >> (7U - bit % 8) & 1U);
-    }
     return bits;
 }
 

@@ -17,9 +17,8 @@ public:
     std::size_t Read(char *to, std::size_t room) override
     {
         ArchiveReader::Block block;
-        while (m_left.empty() && m_reader.NextBlock(block)) {
+        while (m_left.empty() && m_reader.NextBlock(block))
             m_left = block.bytes;
-        }
         const std::size_t size = m_left.copy(to, room);
         m_left.remove_prefix(size);
         return size;

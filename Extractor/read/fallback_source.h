@@ -31,9 +31,8 @@ public:
 
     std::size_t Read(char *to, std::size_t room) override
     {
-        if (!m_quick) {
+        if (!m_quick)
             return m_sure.Read(to, room);
-        }
         try {
             const std::size_t size = m_quick->Read(to, room);
             m_read += size;
@@ -46,7 +45,7 @@ public:
     }
 
 private:
-    void PassOverRead(std::uint32_t quickCrc)
+    void PassOverRead(std::uint32_t quick_crc)
     {
         std::vector<char> bytes(kInputSize);
         std::uint32_t crc = 0;
@@ -54,15 +53,13 @@ private:
             const std::size_t size =
                 m_sure.Read(bytes.data(),
                             static_cast<std::size_t>(std::min<std::uint64_t>(m_read, kInputSize)));
-            if (size == 0) {
+            if (size == 0)
                 break;
-            }
             crc = lzma_crc32(reinterpret_cast<const std::uint8_t *>(bytes.data()), size, crc);
             m_read -= size;
         }
-        if (m_read > 0 || crc != quickCrc) {
+        if (m_read > 0 || crc != quick_crc)
             throw Failure("is damaged: it cannot be decompressed");
-        }
     }
 
     ByteSource &m_sure;

@@ -16,9 +16,8 @@ GzipSource::GzipSource(ByteSource &compressed)
     : m_compressed(compressed)
     , m_input(kInputSize)
 {
-    if (inflateInit2(&m_stream, kGzipWindow) != Z_OK) {
+    if (inflateInit2(&m_stream, kGzipWindow) != Z_OK)
         throw std::bad_alloc();
-    }
 }
 
 GzipSource::~GzipSource()
@@ -31,15 +30,13 @@ std::size_t GzipSource::Read(char *to, std::size_t room)
     m_stream.next_out = reinterpret_cast<Bytef *>(to);
     m_stream.avail_out = static_cast<uInt>(room);
     while (m_stream.avail_out == room && (m_inMember || StartNextMember())) {
-        if (m_stream.avail_in == 0 && !Refill()) {
+        if (m_stream.avail_in == 0 && !Refill())
             throw Failure("is cut off");
-        }
         const int result = inflate(&m_stream, Z_NO_FLUSH);
-        if (result == Z_STREAM_END) {
+        if (result == Z_STREAM_END)
             m_inMember = false;
-        } else if (result != Z_OK) {
+        else if (result != Z_OK)
             throw Failure("is damaged: gzip data error");
-        }
     }
     return room - m_stream.avail_out;
 }
@@ -61,15 +58,13 @@ bool GzipSource::StartNextMember()
                                         [](Bytef byte) { return byte != 0; });
         m_stream.avail_in = static_cast<uInt>(end - m_stream.next_in);
         if (m_stream.avail_in > 0) {
-            if (*m_stream.next_in != kMemberStart) {
+            if (*m_stream.next_in != kMemberStart)
                 return false;
-            }
             inflateReset(&m_stream);
             m_inMember = true;
             return true;
         }
-        if (!Refill()) {
+        if (!Refill())
             return false;
-        }
     }
 }

@@ -26,20 +26,19 @@ bool ResetsDictionary(unsigned char control)
 
 void Check(lzma_ret result)
 {
-    if (result != LZMA_OK) {
+    if (result != LZMA_OK)
         throw Failure("is damaged: LZMA2 data error");
-    }
 }
 
 } // namespace
 
 Lzma2AsXz::Lzma2AsXz(const InputFile &file, std::uint64_t begin, std::uint64_t end,
-                     std::uint32_t dictionarySize, Progress &progress)
+                     std::uint32_t dictionary_size, Progress &progress)
     : m_file(file)
     , m_progress(progress)
     , m_begin(begin)
     , m_end(end)
-    , m_dictionarySize(dictionarySize)
+    , m_dictionarySize(dictionary_size)
     , m_wrapping(LZMA_STREAM_HEADER_SIZE, '\0')
     , m_at(begin)
     , m_blockBegin(begin)
@@ -79,27 +78,26 @@ void Lzma2AsXz::EndBlock()
 void Lzma2AsXz::StartBlock()
 {
     m_blockBegin = m_blockEnd;
-    std::uint64_t uncompressedSize = 0;
+    std::uint64_t uncompressed_size = 0;
     Chunk next = ChunkAt(m_blockEnd);
     while (next.control != kEndOfStream
-           && (uncompressedSize < kSmallestBlock || !ResetsDictionary(next.control))) {
+           && (uncompressed_size < kSmallestBlock || !ResetsDictionary(next.control))) {
         m_blockEnd += next.size;
-        uncompressedSize += next.uncompressedSize;
+        uncompressed_size += next.uncompressed_size;
         next = ChunkAt(m_blockEnd);
     }
-    if (m_blockBegin == m_blockEnd) {
+    if (m_blockBegin == m_blockEnd)
         return; // the end of the stream
-    }
     lzma_options_lzma options = {};
     options.dict_size =
-        static_cast<std::uint32_t>(std::min<std::uint64_t>(m_dictionarySize, uncompressedSize));
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(m_dictionarySize, uncompressed_size));
     lzma_filter filters[] = {{LZMA_FILTER_LZMA2, &options}, {LZMA_VLI_UNKNOWN, nullptr}};
     lzma_block block = {};
     block.check = LZMA_CHECK_NONE;
     // Without its sizes a block is not kept in memory whole, for which a single one has no need.
-    const bool isSingle = m_blockBegin == m_begin && next.control == kEndOfStream;
-    block.compressed_size = isSingle ? LZMA_VLI_UNKNOWN : m_blockEnd - m_blockBegin + 1;
-    block.uncompressed_size = isSingle ? LZMA_VLI_UNKNOWN : uncompressedSize;
+    const bool is_single = m_blockBegin == m_begin && next.control == kEndOfStream;
+    block.compressed_size = is_single ? LZMA_VLI_UNKNOWN : m_blockEnd - m_blockBegin + 1;
+    block.uncompressed_size = is_single ? LZMA_VLI_UNKNOWN : uncompressed_size;
     block.filters = filters;
     Check(lzma_block_header_size(&block));
     const std::size_t size = m_wrapping.size();
@@ -118,17 +116,16 @@ Lzma2AsXz::Chunk Lzma2AsXz::ChunkAt(std::uint64_t offset) const
     const unsigned char control = header[0];
     Chunk chunk{control, 1, 0};
     if (control >= kCompressed) {
-        chunk.uncompressedSize = size(1) + (std::size_t{control & 0x1fU} << 16U);
+        chunk.uncompressed_size = size(1) + (std::size_t{control & 0x1fU} << 16U);
         chunk.size = header.size() + size(3) + (control >= kCompressedNewProperties ? 1 : 0);
     } else if (control != kEndOfStream) {
-        chunk.uncompressedSize = size(1);
-        chunk.size = 3 + chunk.uncompressedSize;
+        chunk.uncompressed_size = size(1);
+        chunk.size = 3 + chunk.uncompressed_size;
     }
-    const bool isLast = control == kEndOfStream;
-    const bool isKnown = control <= kUncompressed || control >= kCompressed;
+    const bool is_last = control == kEndOfStream;
+    const bool is_known = control <= kUncompressed || control >= kCompressed;
     const std::uint64_t end = offset + chunk.size;
-    if (got == 0 || !isKnown || (isLast ? end != m_end : end >= m_end)) {
+    if (got == 0 || !is_known || (is_last ? end != m_end : end >= m_end))
         throw Failure("is damaged: LZMA2 data error");
-    }
     return chunk;
 }

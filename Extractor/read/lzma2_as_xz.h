@@ -18,9 +18,9 @@ class Lzma2AsXz : public ByteSource
 {
 public:
     /// The stream goes from \a begin to \a end, the byte that marks its end included.
-    /// Decompressing it takes a dictionary of \a dictionarySize bytes.
+    /// Decompressing it takes a dictionary of \a dictionary_size bytes.
     Lzma2AsXz(const InputFile &file, std::uint64_t begin, std::uint64_t end,
-              std::uint32_t dictionarySize, Progress &progress);
+              std::uint32_t dictionary_size, Progress &progress);
 
     std::size_t Read(char *to, std::size_t room) override;
 
@@ -29,7 +29,7 @@ private:
     {
         unsigned char control;
         std::size_t size; // bytes, with the header of the chunk
-        std::size_t uncompressedSize;
+        std::size_t uncompressed_size;
     };
 
     void EndBlock();

@@ -27,9 +27,8 @@ Prefetch::~Prefetch()
         m_stopping = true;
     }
     m_changed.notify_all();
-    if (m_thread.joinable()) {
+    if (m_thread.joinable())
         m_thread.join();
-    }
 }
 
 std::string_view Prefetch::Next()
@@ -50,9 +49,8 @@ std::string_view Prefetch::Next()
         const Block &block = m_blocks[m_taken % m_blocks.size()];
         return {block.bytes.get(), block.size};
     }
-    if (m_failure) {
+    if (m_failure)
         std::rethrow_exception(m_failure);
-    }
     return {};
 }
 
@@ -65,15 +63,13 @@ void Prefetch::Run()
                 std::unique_lock<std::mutex> lock(m_mutex);
                 m_changed.wait(
                     lock, [this] { return m_filled - m_taken < m_blocks.size() || m_stopping; });
-                if (m_stopping) {
+                if (m_stopping)
                     return;
-                }
             }
             Block &block = m_blocks[m_filled % m_blocks.size()];
             Fill(block);
-            if (block.size == 0) {
+            if (block.size == 0)
                 break;
-            }
             const std::lock_guard<std::mutex> lock(m_mutex);
             ++m_filled;
             m_changed.notify_all();
@@ -89,16 +85,14 @@ void Prefetch::Run()
 
 void Prefetch::Fill(Block &block)
 {
-    if (!block.bytes) {
+    if (!block.bytes)
         block.bytes.reset(new char[kBlockSize]);
-    }
     block.size = 0;
     while (block.size < kBlockSize) {
         const std::size_t got =
             m_source.Read(block.bytes.get() + block.size, kBlockSize - block.size);
-        if (got == 0) {
+        if (got == 0)
             break;
-        }
         block.size += got;
     }
 }

@@ -38,35 +38,30 @@ public:
     HeaderReader(const InputFile &file, std::uint64_t offset, std::size_t size)
         : m_bytes(size, '\0')
     {
-        if (file.ReadAt(offset, m_bytes.data(), size) != size) {
+        if (file.ReadAt(offset, m_bytes.data(), size) != size)
             throw OtherKind();
-        }
     }
 
     unsigned char Byte()
     {
-        if (m_at == m_bytes.size()) {
+        if (m_at == m_bytes.size())
             throw OtherKind();
-        }
         return static_cast<unsigned char>(m_bytes[m_at++]);
     }
 
     void Expect(std::initializer_list<unsigned char> bytes)
     {
-        for (const unsigned char byte : bytes) {
-            if (Byte() != byte) {
+        for (const unsigned char byte : bytes)
+            if (Byte() != byte)
                 throw OtherKind();
-            }
-        }
     }
 
     /// A number of \a size bytes, the lowest first.
     std::uint64_t Fixed(unsigned size)
     {
         std::uint64_t number = 0;
-        for (unsigned i = 0; i < size; ++i) {
+        for (unsigned i = 0; i < size; ++i)
             number |= std::uint64_t{Byte()} << 8 * i;
-        }
         return number;
     }
 
@@ -76,12 +71,10 @@ public:
     {
         const unsigned first = Byte();
         unsigned size = 0;
-        while ((first << size & 0x80U) != 0) {
+        while ((first << size & 0x80U) != 0)
             ++size;
-        }
-        if (size == 8) {
+        if (size == 8)
             throw OtherKind(); // larger than any size can be
-        }
         const std::uint64_t top = first & (0x7fU >> size);
         return Fixed(size) | top << 8 * size;
     }
@@ -106,24 +99,22 @@ Lzma2File ReadSevenZipHeader(const InputFile &file)
     start.Fixed(6); // signature
     start.Fixed(2); // version
     start.Fixed(4); // CRC of the three numbers that follow
-    const std::uint64_t nextHeaderOffset = start.Fixed(8);
-    const std::uint64_t nextHeaderSize = start.Fixed(8);
-    if (nextHeaderOffset > file.Size() || nextHeaderSize > kLargestHeader) {
+    const std::uint64_t next_header_offset = start.Fixed(8);
+    const std::uint64_t next_header_size = start.Fixed(8);
+    if (next_header_offset > file.Size() || next_header_size > kLargestHeader)
         throw OtherKind();
-    }
-    HeaderReader header(file, kSignatureHeaderSize + nextHeaderOffset, nextHeaderSize);
+    HeaderReader header(file, kSignatureHeaderSize + next_header_offset, next_header_size);
     Lzma2File content = {};
     header.Expect({kHeader, kMainStreamsInfo});
     header.Expect({kPackInfo, /* packPos */ 0, /* numPackStreams */ 1, kSize});
-    const std::uint64_t packSize = header.Number();
-    if (packSize > nextHeaderOffset) {
+    const std::uint64_t pack_size = header.Number();
+    if (pack_size > next_header_offset)
         throw OtherKind();
-    }
     content.begin = kSignatureHeaderSize;
-    content.end = kSignatureHeaderSize + packSize;
+    content.end = kSignatureHeaderSize + pack_size;
     header.Expect({kEnd, kUnPackInfo, kFolder, /* numFolders */ 1, /* external */ 0});
     header.Expect({/* numCoders */ 1, kOneByteIdAndProperties, kLzma2, /* propertiesSize */ 1});
-    content.dictionarySize = DictionarySize(header.Byte());
+    content.dictionary_size = DictionarySize(header.Byte());
     header.Expect({kCodersUnPackSize});
     content.size = header.Number();
     header.Expect({kEnd, kSubStreamsInfo, kCRC, /* allAreDefined */ 1});

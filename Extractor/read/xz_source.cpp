@@ -23,16 +23,14 @@ bool CanStartThreads(unsigned count)
     const std::shared_future<void> ended = end.get_future().share();
     std::vector<std::thread> threads;
     try {
-        while (threads.size() < count) {
+        while (threads.size() < count)
             threads.emplace_back([ended] { ended.wait(); });
-        }
     } catch (const std::system_error &) {
         // Then there are fewer.
     }
     end.set_value();
-    for (std::thread &thread : threads) {
+    for (std::thread &thread : threads)
         thread.join();
-    }
     return threads.size() == count;
 }
 #endif
@@ -40,9 +38,8 @@ bool CanStartThreads(unsigned count)
 lzma_ret StartDecoder(lzma_stream &stream)
 {
 #if LZMA_VERSION >= 50040002
-    if (!CanStartThreads(WorkerCount() + 1)) { // one more for the Prefetch
+    if (!CanStartThreads(WorkerCount() + 1)) // one more for the Prefetch
         return lzma_stream_decoder(&stream, kMostDecoderMemory, LZMA_CONCATENATED);
-    }
     lzma_mt options = {};
     options.flags = LZMA_CONCATENATED;
     options.threads = WorkerCount();
@@ -60,9 +57,8 @@ XzSource::XzSource(ByteSource &compressed)
     : m_compressed(compressed)
     , m_input(kInputSize)
 {
-    if (StartDecoder(m_stream) != LZMA_OK) {
+    if (StartDecoder(m_stream) != LZMA_OK)
         throw std::bad_alloc();
-    }
 }
 
 XzSource::~XzSource()

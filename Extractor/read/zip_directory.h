@@ -27,7 +27,7 @@ public:
     std::size_t Size() const { return m_entries.size(); }
     std::uint64_t CompressedSize(std::size_t index) const
     {
-        return m_entries[index].compressedSize;
+        return m_entries[index].compressed_size;
     }
 
     /// Throws a Failure unless the entry's local file header has the same name.
@@ -45,12 +45,12 @@ private:
     {
         std::string name;
         std::uint64_t offset; // of its local file header, in the file
-        std::uint64_t compressedSize;
+        std::uint64_t compressed_size;
         std::uint64_t checksum;
     };
 
     void Read(const std::vector<char> &directory, std::uint64_t before);
-    void CheckEntries(std::uint64_t directoryOffset) const;
+    void CheckEntries(std::uint64_t directory_offset) const;
 
     const InputFile &m_file;
     std::vector<Entry> m_entries;

@@ -25,9 +25,8 @@ bool Encloses(const struct stat &folder, const std::string &inner)
     struct stat status = {};
     struct stat below = {};
     while (level && ::fstat(level.Get(), &status) == 0 && !IsSame(status, below)) {
-        if (IsSame(status, folder)) {
+        if (IsSame(status, folder))
             return true;
-        }
         below = status; // the root is its own parent
         level = UniqueFd(::openat(level.Get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
     }
@@ -63,29 +62,25 @@ bool IsProtected(const struct stat &folder)
 void DeleteFolder(const std::string &path, Progress &progress)
 {
     const std::size_t end = path.find_last_not_of('/');
-    if (end == std::string::npos) {
+    if (end == std::string::npos)
         throw Failure("refusing to delete \"" + path + "\"");
-    }
     const std::string clean = path.substr(0, end + 1);
     const std::size_t slash = clean.rfind('/');
     const std::string name = clean.substr(slash + 1); // npos + 1 is 0
     const std::string above = slash == std::string::npos ? "." : clean.substr(0, slash + 1);
-    if (name == "." || name == "..") {
+    if (name == "." || name == "..")
         throw Failure("refusing to delete " + path);
-    }
 
     const UniqueFd parent(::open(above.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     struct stat status = {};
     if (!parent || ::fstatat(parent.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-        if (errno != ENOENT && errno != ENOTDIR) {
+        if (errno != ENOENT && errno != ENOTDIR)
             throw SystemFailure(path);
-        }
     } else {
         // A link, too, may be the very name by which the system finds one of these.
         ::fstatat(parent.Get(), name.c_str(), &status, 0);
-        if (IsProtected(status)) {
+        if (IsProtected(status))
             throw Failure("refusing to delete " + path);
-        }
         RemoveTree(parent.Get(), name, &progress);
     }
     progress.Finish();

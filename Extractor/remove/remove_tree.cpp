@@ -26,23 +26,23 @@ using Folder = std::unique_ptr<DIR, CloseFolder>;
 Folder ListFolder(UniqueFd fd)
 {
     Folder folder(fd ? ::fdopendir(fd.Get()) : nullptr);
-    if (folder) {
+    if (folder)
         static_cast<void>(fd.Release()); // now the folder's
-    }
     return folder;
 }
 
 /// What tells one folder from all others.
 struct Identity
 {
-    unsigned deviceMajor;
-    unsigned deviceMinor;
+    unsigned device_major;
+    unsigned device_minor;
     std::uint64_t inode;
 };
 
 bool operator!=(const Identity &a, const Identity &b)
 {
-    return a.inode != b.inode || a.deviceMajor != b.deviceMajor || a.deviceMinor != b.deviceMinor;
+    return a.inode != b.inode || a.device_major != b.device_major
+           || a.device_minor != b.device_minor;
 }
 
 class TreeRemover
@@ -58,9 +58,8 @@ public:
     {
         struct stat status = {};
         if (::fstatat(m_base, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
-            if (errno != ENOENT) {
+            if (errno != ENOENT)
                 Keep(name, errno);
-            }
         } else if (!S_ISDIR(status.st_mode)) {
             RemoveFile(m_base, name);
         } else {
@@ -76,9 +75,8 @@ public:
                 Enter(::dirfd(level.folder.get()), next, level.share);
             }
         }
-        if (m_failure) {
+        if (m_failure)
             throw Failure(*m_failure);
-        }
     }
 
 private:
@@ -101,9 +99,8 @@ private:
         };
         Folder folder = open();
         if (!folder && errno == EACCES
-            && ::fchmodat(parent, name.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0) {
+            && ::fchmodat(parent, name.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0)
             folder = open();
-        }
         struct statx status = {};
         if (!folder
             || ::statx(::dirfd(folder.get()), "", AT_EMPTY_PATH,
@@ -115,8 +112,8 @@ private:
         const Identity identity = {status.stx_dev_major, status.stx_dev_minor, status.stx_ino};
         if ((status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0
             || (!m_levels.empty()
-                && (identity.deviceMajor != m_levels.front().identity.deviceMajor
-                    || identity.deviceMinor != m_levels.front().identity.deviceMinor))) {
+                && (identity.device_major != m_levels.front().identity.device_major
+                    || identity.device_minor != m_levels.front().identity.device_minor))) {
             Keep(name, EXDEV);
             return;
         }
@@ -129,9 +126,8 @@ private:
             ::unlinkat(::dirfd(folder.get()), "version.info", 0);
         }
         m_levels.push_back({name, std::move(folder), identity, {}, share});
-        if (m_levels.size() > kOpenLevels) {
+        if (m_levels.size() > kOpenLevels)
             m_levels[m_levels.size() - kOpenLevels - 1].folder.reset();
-        }
         List(m_levels.back());
     }
 
@@ -143,14 +139,12 @@ private:
         std::vector<std::pair<ino_t, std::string>> files;
         while (const dirent *const entry = ::readdir(level.folder.get())) {
             const std::string name = entry->d_name;
-            if (name == "." || name == "..") {
+            if (name == "." || name == "..")
                 continue;
-            }
-            if (IsFolder(fd, *entry)) {
+            if (IsFolder(fd, *entry))
                 level.folders.push_back(name);
-            } else {
+            else
                 files.emplace_back(entry->d_ino, name);
-            }
         }
         level.share /= static_cast<double>(files.size() + level.folders.size() + 1);
         // Inodes mostly lie on the disk in this order, so that many files need less seeking.
@@ -163,9 +157,8 @@ private:
 
     static bool IsFolder(int parent, const dirent &entry)
     {
-        if (entry.d_type != DT_UNKNOWN) {
+        if (entry.d_type != DT_UNKNOWN)
             return entry.d_type == DT_DIR;
-        }
         struct stat status = {};
         return ::fstatat(parent, entry.d_name, &status, AT_SYMLINK_NOFOLLOW) == 0
                && S_ISDIR(status.st_mode);
@@ -173,9 +166,8 @@ private:
 
     void RemoveFile(int parent, const std::string &name)
     {
-        if (::unlinkat(parent, name.c_str(), 0) != 0 && errno != ENOENT) {
+        if (::unlinkat(parent, name.c_str(), 0) != 0 && errno != ENOENT)
             Keep(name, errno);
-        }
     }
 
     /// Removes the innermost folder, which should be empty by now.
@@ -204,9 +196,8 @@ private:
     /// The handle of the folder above \a level, the innermost one; -1 if it is there no more.
     int Parent(const Level &level)
     {
-        if (m_levels.size() == 1) {
+        if (m_levels.size() == 1)
             return m_base;
-        }
         Level &above = m_levels[m_levels.size() - 2];
         if (!above.folder) {
             Folder folder = ListFolder(UniqueFd(
@@ -227,13 +218,11 @@ private:
     /// Notes that \a name in the innermost folder stays; the first one is told in the end.
     void Keep(const std::string &name, int error)
     {
-        if (m_failure) {
+        if (m_failure)
             return;
-        }
         std::string path;
-        for (const Level &level : m_levels) {
+        for (const Level &level : m_levels)
             path += level.name + "/";
-        }
         m_failure = error == EXDEV ? Failure(path + name + ": another file system is mounted there")
                                    : SystemFailure(path + name, error);
     }

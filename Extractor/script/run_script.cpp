@@ -20,9 +20,8 @@ constexpr std::chrono::milliseconds kBetweenLooks(100);
 std::string Absolute(const std::string &path)
 {
     char here[PATH_MAX];
-    if (path.front() != '/' && !::getcwd(here, sizeof here)) {
+    if (path.front() != '/' && !::getcwd(here, sizeof here))
         throw SystemFailure(path);
-    }
     const std::string absolute = path.front() == '/' ? path : std::string(here) + "/" + path;
     return absolute.substr(0, absolute.find_last_not_of('/') + 1);
 }
@@ -44,19 +43,17 @@ public:
             m_file = UniqueFd(
                 ::memfd_create("log", MFD_CLOEXEC)); // without a log the script can still run
         }
-        if (!m_file) {
+        if (!m_file)
             throw SystemFailure(name);
-        }
     }
     ~Log()
     {
-        const bool isEmpty = Size() == 0;
+        const bool is_empty = Size() == 0;
         m_file.Reset();
         // No lease is to be had of a file that a process left running may still write to.
         const UniqueFd again(::open(m_name.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
-        if (isEmpty && ::fcntl(again.Get(), F_SETLEASE, F_RDLCK) == 0) {
+        if (is_empty && ::fcntl(again.Get(), F_SETLEASE, F_RDLCK) == 0)
             ::unlink(m_name.c_str());
-        }
     }
     Log(const Log &) = delete;
     Log &operator=(const Log &) = delete;
@@ -70,9 +67,8 @@ public:
         char text[4096];
         while (m_read < size) {
             const ssize_t got = ::pread(m_file.Get(), text, sizeof text, m_read);
-            if (got <= 0) {
+            if (got <= 0)
                 return;
-            }
             m_read += got;
             lines.Add({text, static_cast<std::size_t>(got)});
         }
@@ -93,20 +89,19 @@ private:
 
 } // namespace
 
-void RunScript(const std::string &scriptPath, const std::string &folderPath, Progress &progress)
+void RunScript(const std::string &script_path, const std::string &folder_path, Progress &progress)
 {
-    const std::string script = Absolute(scriptPath);
-    const std::string folder = Absolute(folderPath);
+    const std::string script = Absolute(script_path);
+    const std::string folder = Absolute(folder_path);
     Log log(folder.substr(folder.rfind('/') + 1) + "_install.log");
     PercentLines lines(progress);
     ScriptProcess process(script, folder, log.File());
-    while (!process.WaitFor(kBetweenLooks)) {
+    while (!process.WaitFor(kBetweenLooks))
         log.Follow(lines);
-    }
     log.Follow(lines);
     lines.End();
     if (process.ExitCode() != 0) {
-        throw Failure(scriptPath + ": ended with code " + std::to_string(process.ExitCode()),
+        throw Failure(script_path + ": ended with code " + std::to_string(process.ExitCode()),
                       process.ExitCode());
     }
 }

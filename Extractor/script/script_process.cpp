@@ -24,9 +24,8 @@ struct Pipe
 Pipe MakePipe()
 {
     int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) {
+    if (::pipe2(ends, O_CLOEXEC) != 0)
         throw SystemFailure("pipe");
-    }
     return {UniqueFd(ends[0]), UniqueFd(ends[1])};
 }
 
@@ -56,11 +55,9 @@ std::vector<std::string> ReadCommand(const std::string &script)
     if (line.substr(0, 2) == "#!") {
         line = Trimmed(line.substr(2));
         const std::size_t end = std::min(line.find_first_of(" \t"), line.size());
-        for (const std::string_view word : {line.substr(0, end), Trimmed(line.substr(end))}) {
-            if (!word.empty()) {
+        for (const std::string_view word : {line.substr(0, end), Trimmed(line.substr(end))})
+            if (!word.empty())
                 command.emplace_back(word);
-            }
-        }
     }
     command.push_back(script);
     return command;
@@ -80,9 +77,8 @@ struct ScriptSetup
 {
     ::setpgid(0, 0);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != watcher) {
+    if (::getppid() != watcher)
         ::_exit(1); // the watcher died before the call of prctl()
-    }
     sigset_t none;
     ::sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -93,10 +89,9 @@ struct ScriptSetup
         && ::dup2(setup.output, STDERR_FILENO) >= 0 && ::chdir(setup.folder.c_str()) == 0) {
         const char *const program = setup.command[0];
         ::execv(program, setup.command);
-        const bool namesNone = !setup.command[1];
-        if (namesNone && (errno == ENOEXEC || errno == EACCES)) {
+        const bool names_none = !setup.command[1];
+        if (names_none && (errno == ENOEXEC || errno == EACCES))
             ::execl("/bin/sh", "sh", program, nullptr);
-        }
     }
     const int error = errno;
     [[maybe_unused]] const ssize_t written = ::write(setup.failure, &error, sizeof error);
@@ -108,9 +103,8 @@ std::vector<pid_t> Children()
     const std::string self = std::to_string(::getpid());
     std::ifstream list("/proc/self/task/" + self + "/children");
     std::vector<pid_t> children;
-    for (pid_t child = 0; list >> child;) {
+    for (pid_t child = 0; list >> child;)
         children.push_back(child);
-    }
     return children;
 }
 
@@ -122,16 +116,14 @@ void KillDescendants(pid_t script)
     constexpr unsigned kMicrosecondsBetween = 2000;
     ::kill(-script, SIGKILL);
     for (int round = 0; round < kMostRounds; ++round) {
-        for (const pid_t child : Children()) {
+        for (const pid_t child : Children())
             ::kill(child, SIGKILL);
-        }
         pid_t ended = 0;
         do {
             ended = ::waitpid(-1, nullptr, WNOHANG);
         } while (ended > 0);
-        if (ended < 0) {
+        if (ended < 0)
             return;
-        }
         ::usleep(kMicrosecondsBetween);
     }
 }
@@ -142,9 +134,8 @@ void KillDescendants(pid_t script)
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     const pid_t self = ::getpid();
     const pid_t script = ::fork();
-    if (script == 0) {
+    if (script == 0)
         BecomeScript(setup, self);
-    }
     if (script < 0) {
         const int error = errno;
         [[maybe_unused]] const ssize_t written = ::write(setup.failure, &error, sizeof error);
@@ -154,12 +145,11 @@ void KillDescendants(pid_t script)
     ::close(setup.failure);
     ::close(setup.output);
     const int null = ::open("/dev/null", O_RDWR);
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
         ::dup2(null, stream);
-    }
 
-    const sigset_t childSignal = ChildSignal();
-    const int ends = ::signalfd(-1, &childSignal, SFD_CLOEXEC | SFD_NONBLOCK);
+    const sigset_t child_signal = ChildSignal();
+    const int ends = ::signalfd(-1, &child_signal, SFD_CLOEXEC | SFD_NONBLOCK);
     pollfd events[2] = {{life.Get(), POLLIN, 0}, {ends, POLLIN, 0}};
     for (;;) {
         ::poll(events, 2, -1);
@@ -171,11 +161,9 @@ void KillDescendants(pid_t script)
         while (::read(ends, &ignored, sizeof ignored) > 0) {
         }
         int status = 0;
-        for (pid_t ended = 0; (ended = ::waitpid(-1, &status, WNOHANG)) > 0;) {
-            if (ended == script) {
+        for (pid_t ended = 0; (ended = ::waitpid(-1, &status, WNOHANG)) > 0;)
+            if (ended == script)
                 ::_exit(ExitCodeOf(status));
-            }
-        }
     }
 }
 
@@ -186,16 +174,15 @@ ScriptProcess::ScriptProcess(const std::string &script, const std::string &folde
     std::vector<std::string> words = ReadCommand(script);
     std::vector<char *> command;
     command.reserve(words.size() + 1);
-    for (std::string &word : words) {
+    for (std::string &word : words)
         command.push_back(word.data());
-    }
     command.push_back(nullptr);
 
     Pipe life = MakePipe();
     Pipe failure = MakePipe();
     // Blocked, so that it can be waited for here and in the watcher.
-    const sigset_t childSignal = ChildSignal();
-    ::sigprocmask(SIG_BLOCK, &childSignal, nullptr);
+    const sigset_t child_signal = ChildSignal();
+    ::sigprocmask(SIG_BLOCK, &child_signal, nullptr);
     m_watcher = ::fork();
     if (m_watcher == 0) {
         life.writing.Reset();
@@ -203,9 +190,8 @@ ScriptProcess::ScriptProcess(const std::string &script, const std::string &folde
         BecomeWatcher({command.data(), folder, output, failure.writing.Get()},
                       std::move(life.reading));
     }
-    if (m_watcher < 0) {
+    if (m_watcher < 0)
         throw SystemFailure(script);
-    }
     m_life = std::move(life.writing);
     failure.writing.Reset();
     int error = 0;
@@ -226,14 +212,13 @@ ScriptProcess::~ScriptProcess()
 
 bool ScriptProcess::WaitFor(std::chrono::milliseconds limit)
 {
-    const sigset_t childSignal = ChildSignal();
+    const sigset_t child_signal = ChildSignal();
     const std::chrono::nanoseconds nanoseconds = limit;
     const timespec time = {0, nanoseconds.count()};
-    ::sigtimedwait(&childSignal, nullptr, &time);
+    ::sigtimedwait(&child_signal, nullptr, &time);
     int status = 0;
-    if (::waitpid(m_watcher, &status, WNOHANG) != m_watcher) {
+    if (::waitpid(m_watcher, &status, WNOHANG) != m_watcher)
         return false;
-    }
     m_watcher = -1;
     m_exitCode = ExitCodeOf(status);
     return true;

@@ -24,8 +24,9 @@ class Destination
 {
 public:
     /// Makes the folder if it is missing. Of the archive only what lies below its top folder
-    /// \a onlyFolder is wanted, or everything if that is empty.
-    Destination(const std::string &path, std::uint64_t archiveSize, const std::string &onlyFolder);
+    /// \a only_folder is wanted, or everything if that is empty.
+    Destination(const std::string &path, std::uint64_t archive_size,
+                const std::string &only_folder);
 
     NewTree &Tree() { return m_tree; }
 
@@ -50,9 +51,9 @@ public:
     /// Makes a hard link to a file that the run has made; any other target is a Failure.
     void LinkNow(TreeWalk &walk, const EntryPath &path, const EntryPath &target);
 
-    /// Does all that was put off, and has a component written to the disk where \a isSynced is set;
-    /// an archive without an entry is a Failure.
-    void Complete(bool isSynced);
+    /// Does all that was put off, and has a component written to the disk where \a is_synced is
+    /// set; an archive without an entry is a Failure.
+    void Complete(bool is_synced);
 
     /// Removes what this run has made, as far as it can be.
     void Undo() { m_tree.Undo(); }
@@ -60,10 +61,10 @@ public:
 private:
     std::string StagingName(const EntryPath &path);
     void KeepLink(const EntryPath &path, const std::string &target);
-    void TakeMemory(const EntryPath &path, std::size_t textSize);
+    void TakeMemory(const EntryPath &path, std::size_t text_size);
     void MakeLinks(TreeWalk &walk);
     void CheckLink(TreeWalk &walk, const EntryPath &path, const std::string &target);
-    void SetAttributes(TreeWalk &walk, bool ofStaged);
+    void SetAttributes(TreeWalk &walk, bool of_staged);
     void Sync();
     void RevealVersionInfos(TreeWalk &walk);
 

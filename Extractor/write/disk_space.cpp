@@ -34,9 +34,9 @@ std::uint64_t Allowance(std::uint64_t left, std::uint64_t wanted, std::uint64_t 
 
 } // namespace
 
-DiskSpace::DiskSpace(int folder, std::uint64_t archiveSize)
+DiskSpace::DiskSpace(int folder, std::uint64_t archive_size)
     : m_folder(folder)
-    , m_honest(kSmall + kHonestGrowth * archiveSize)
+    , m_honest(kSmall + kHonestGrowth * archive_size)
 {
 }
 
@@ -44,12 +44,10 @@ void DiskSpace::Take(std::uint64_t bytes, std::uint64_t files)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_taken += bytes + files * kFileCost;
-    if (m_taken <= m_honest) {
+    if (m_taken <= m_honest)
         return;
-    }
-    if (bytes > m_bytes || files > m_files) {
+    if (bytes > m_bytes || files > m_files)
         Look(bytes, files);
-    }
     m_bytes -= bytes;
     m_files -= files;
 }
@@ -57,19 +55,17 @@ void DiskSpace::Take(std::uint64_t bytes, std::uint64_t files)
 void DiskSpace::Look(std::uint64_t bytes, std::uint64_t files)
 {
     struct statvfs disk = {};
-    if (::fstatvfs(m_folder, &disk) != 0) {
+    if (::fstatvfs(m_folder, &disk) != 0)
         throw SystemFailure("free space");
-    }
     const std::uint64_t size = disk.f_blocks * disk.f_frsize;
-    const std::uint64_t bytesLeft =
+    const std::uint64_t bytes_left =
         Above(std::min(size / kReservePart, kLargestReserve), disk.f_bavail * disk.f_frsize);
     // Some file systems have no fixed number of files and say 0.
-    const std::uint64_t filesLeft = disk.f_files == 0
-                                        ? std::numeric_limits<std::uint64_t>::max()
-                                        : Above(disk.f_files / kReservePart, disk.f_favail);
-    if (bytes > bytesLeft || files > filesLeft) {
+    const std::uint64_t files_left = disk.f_files == 0
+                                         ? std::numeric_limits<std::uint64_t>::max()
+                                         : Above(disk.f_files / kReservePart, disk.f_favail);
+    if (bytes > bytes_left || files > files_left)
         throw NotEnoughSpace();
-    }
-    m_bytes = Allowance(bytesLeft, bytes, kBytesBetweenLooks);
-    m_files = Allowance(filesLeft, files, kFilesBetweenLooks);
+    m_bytes = Allowance(bytes_left, bytes, kBytesBetweenLooks);
+    m_files = Allowance(files_left, files, kFilesBetweenLooks);
 }

@@ -10,7 +10,7 @@ class DiskSpace
 {
 public:
     /// \a folder is a descriptor on the file system in question, and must stay open.
-    DiskSpace(int folder, std::uint64_t archiveSize);
+    DiskSpace(int folder, std::uint64_t archive_size);
 
     /// To be called before \a bytes are written or a file or folder is made (\a files is 1);
     /// throws a Failure if that would eat into a reserve that has to be kept.

@@ -18,9 +18,8 @@ constexpr wchar_t kAbove127[] = // of code page 437
 
 std::string ReadDosName(const std::string &bytes)
 {
-    if (std::mbstowcs(nullptr, bytes.c_str(), 0) != static_cast<std::size_t>(-1)) {
+    if (std::mbstowcs(nullptr, bytes.c_str(), 0) != static_cast<std::size_t>(-1))
         return bytes; // the locale's encoding is UTF-8
-    }
     std::string name;
     for (const char byte : bytes) {
         const auto code = static_cast<unsigned char>(byte);
@@ -33,19 +32,16 @@ std::string ReadDosName(const std::string &bytes)
 
 EntryPath ParseEntryPath(std::string_view name)
 {
-    if (!name.empty() && name.front() == '/') {
+    if (!name.empty() && name.front() == '/')
         throw Failure(std::string(name) + ": leads out of the destination");
-    }
     EntryPath path;
     for (std::size_t begin = 0; begin < name.size();) {
         const std::size_t end = std::min(name.find('/', begin), name.size());
         const std::string_view part = name.substr(begin, end - begin);
-        if (part == "..") {
+        if (part == "..")
             throw Failure(std::string(name) + ": leads out of the destination");
-        }
-        if (!part.empty() && part != ".") {
+        if (!part.empty() && part != ".")
             path.emplace_back(part);
-        }
         begin = end + 1;
     }
     return path;
@@ -59,9 +55,8 @@ EntryPath ParentOf(const EntryPath &path)
 std::string JoinPath(const EntryPath &path)
 {
     std::string joined;
-    for (const std::string &part : path) {
+    for (const std::string &part : path)
         joined += (joined.empty() ? "" : "/") + part;
-    }
     return joined;
 }
 

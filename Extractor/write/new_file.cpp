@@ -14,9 +14,8 @@ NewFile::NewFile(UniqueFd file, int folder, const std::string &name, DiskSpace &
 
 NewFile::~NewFile()
 {
-    if (m_file) {
+    if (m_file)
         ::unlinkat(m_folder, m_name.c_str(), 0);
-    }
 }
 
 void NewFile::Write(std::string_view bytes, std::uint64_t offset)
@@ -26,9 +25,8 @@ void NewFile::Write(std::string_view bytes, std::uint64_t offset)
         const ssize_t written =
             ::pwrite(m_file.Get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
         if (written < 0) {
-            if (errno == EINTR) {
+            if (errno == EINTR)
                 continue;
-            }
             throw SystemFailure(m_name);
         }
         bytes.remove_prefix(static_cast<std::size_t>(written));
@@ -39,14 +37,12 @@ void NewFile::Write(std::string_view bytes, std::uint64_t offset)
 
 void NewFile::Finish(std::uint64_t size, const std::optional<timespec> &modified)
 {
-    if (size > m_end && ::ftruncate(m_file.Get(), static_cast<off_t>(size)) != 0) {
+    if (size > m_end && ::ftruncate(m_file.Get(), static_cast<off_t>(size)) != 0)
         throw SystemFailure(m_name);
-    }
     if (modified) {
         const timespec times[2] = {{0, UTIME_OMIT}, *modified};
         ::futimens(m_file.Get(), times); // a time that the file system can't hold is no loss
     }
-    if (::close(m_file.Release()) != 0) {
+    if (::close(m_file.Release()) != 0)
         throw SystemFailure(m_name);
-    }
 }

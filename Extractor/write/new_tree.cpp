@@ -14,22 +14,20 @@ UniqueFd OpenDestination(const std::string &path)
         end = path.find('/', end + 1);
         const std::string part = path.substr(0, end);
         if (::mkdir(part.c_str(), 0777) != 0 && errno != EEXIST && errno != EROFS
-            && errno != EACCES) {
+            && errno != EACCES)
             throw SystemFailure(part);
-        }
     }
     UniqueFd folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder) {
+    if (!folder)
         throw SystemFailure(path);
-    }
     return folder;
 }
 
 } // namespace
 
-NewTree::NewTree(const std::string &path, std::uint64_t archiveSize)
+NewTree::NewTree(const std::string &path, std::uint64_t archive_size)
     : m_destination(OpenDestination(path))
-    , m_space(m_destination.Get(), archiveSize)
+    , m_space(m_destination.Get(), archive_size)
 {
 }
 
@@ -37,45 +35,39 @@ template <typename Make>
 int NewTree::MakeInPlace(const EntryPath &path, int folder, const std::string &name, Make make)
 {
     int made = make();
-    const bool isNew = made >= 0;
-    if (!isNew && errno == EEXIST && ::unlinkat(folder, name.c_str(), 0) == 0) {
+    const bool is_new = made >= 0;
+    if (!is_new && errno == EEXIST && ::unlinkat(folder, name.c_str(), 0) == 0)
         made = make();
-    }
-    if (made < 0) {
+    if (made < 0)
         throw SystemFailure(JoinPath(path));
-    }
-    if (isNew && path.size() == 1) {
+    if (is_new && path.size() == 1) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_made.push_back(name);
     }
     return made;
 }
 
-void NewTree::MakeFolder(int parent, const std::string &name, bool isTop)
+void NewTree::MakeFolder(int parent, const std::string &name, bool is_top)
 {
     // Two threads must agree on who has made a top folder.
     std::unique_lock<std::mutex> lock(m_mutex, std::defer_lock);
-    if (isTop) {
+    if (is_top) {
         lock.lock();
-        if (!m_tops.insert(name).second) {
+        if (!m_tops.insert(name).second)
             return;
-        }
     }
     m_space.Take(0, 1);
     if (::mkdirat(parent, name.c_str(), 0777) == 0) {
-        if (isTop) {
+        if (is_top)
             m_made.push_back(name);
-        }
     } else if (errno != EEXIST) {
         throw SystemFailure(name);
-    } else if (isTop) {
+    } else if (is_top) {
         const UniqueFd top(
             ::openat(parent, name.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-        for (const char *const old : {kVersionInfo, kStagedVersionInfo}) {
-            if (top && ::unlinkat(top.Get(), old, 0) != 0 && errno != ENOENT) {
+        for (const char *const old : {kVersionInfo, kStagedVersionInfo})
+            if (top && ::unlinkat(top.Get(), old, 0) != 0 && errno != ENOENT)
                 throw SystemFailure(JoinPath({name, old}));
-            }
-        }
     }
 }
 
@@ -94,10 +86,10 @@ UniqueFd NewTree::MakeFile(const EntryPath &path, int folder, const std::string 
 }
 
 void NewTree::MakeHardLink(const EntryPath &path, int folder, const std::string &name,
-                           int targetFolder, const std::string &targetName)
+                           int target_folder, const std::string &target_name)
 {
     MakeInPlace(path, folder, name, [&] {
-        return ::linkat(targetFolder, targetName.c_str(), folder, name.c_str(), 0);
+        return ::linkat(target_folder, target_name.c_str(), folder, name.c_str(), 0);
     });
 }
 

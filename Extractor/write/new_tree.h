@@ -20,22 +20,22 @@ class NewTree
 {
 public:
     /// Makes the destination, the folder at \a path, if it is missing.
-    NewTree(const std::string &path, std::uint64_t archiveSize);
+    NewTree(const std::string &path, std::uint64_t archive_size);
 
     int Destination() const { return m_destination.Get(); }
     DiskSpace &Space() { return m_space; }
 
     /// Makes the folder \a name in \a parent unless it is there. A top folder that was there loses
     /// its `version.info`: from now on it holds another version than that file states.
-    void MakeFolder(int parent, const std::string &name, bool isTop);
+    void MakeFolder(int parent, const std::string &name, bool is_top);
 
     /// Makes a file, in place of a file or link that is there; it is open for writing. \a name is
     /// its name in \a folder for now; \a path is where it will be.
     UniqueFd MakeFile(const EntryPath &path, int folder, const std::string &name, mode_t mode);
 
-    /// Makes a hard link to \a targetName in \a targetFolder in the same way.
-    void MakeHardLink(const EntryPath &path, int folder, const std::string &name, int targetFolder,
-                      const std::string &targetName);
+    /// Makes a hard link to \a target_name in \a target_folder in the same way.
+    void MakeHardLink(const EntryPath &path, int folder, const std::string &name, int target_folder,
+                      const std::string &target_name);
 
     /// Makes a symbolic link that holds \a target in the same way.
     void MakeSymbolicLink(const EntryPath &path, int folder, const std::string &name,

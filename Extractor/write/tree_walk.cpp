@@ -22,9 +22,8 @@ int TreeWalk::Make(const EntryPath &path)
         const std::string &name = path[m_levels.size()];
         m_tree.MakeFolder(parent, name, m_levels.empty());
         UniqueFd folder = OpenFolder(parent, name);
-        if (!folder) {
+        if (!folder)
             throw SystemFailure(JoinPath(path));
-        }
         parent = folder.Get();
         m_levels.push_back({name, std::move(folder)});
     }
@@ -37,9 +36,8 @@ int TreeWalk::Find(const EntryPath &path)
     while (m_levels.size() < path.size()) {
         const std::string &name = path[m_levels.size()];
         UniqueFd folder = OpenFolder(parent, name);
-        if (!folder) {
+        if (!folder)
             return -1;
-        }
         parent = folder.Get();
         m_levels.push_back({name, std::move(folder)});
     }
@@ -51,9 +49,8 @@ int TreeWalk::KeepCommon(const EntryPath &path)
 {
     std::size_t common = 0;
     while (common < m_levels.size() && common < path.size()
-           && m_levels[common].name == path[common]) {
+           && m_levels[common].name == path[common])
         ++common;
-    }
     m_levels.erase(m_levels.begin() + static_cast<std::ptrdiff_t>(common), m_levels.end());
     return m_levels.empty() ? m_tree.Destination() : m_levels.back().folder.Get();
 }

@@ -16,7 +16,7 @@
 
 namespace {
 const int kWorkLimitMs = 30000;
-auto *const s_former_runs = new QList<DataSingleton *>; // never freed, so that they are no leaks
+auto *const kFormerRuns = new QList<DataSingleton *>; // never freed, so that they are no leaks
 } // namespace
 
 Installation::Installation(bool beats)
@@ -61,7 +61,7 @@ void Installation::End()
         queue->clear();           // its heart beats on, for nothing
     m_window->WorkUnder(nullptr); // what was borrowed ends with the test
     m_window->hide();
-    s_former_runs->append(DataSingleton::m_pInstance);
+    kFormerRuns->append(DataSingleton::m_pInstance);
     DataSingleton::m_pInstance = nullptr;
 }
 

@@ -23,9 +23,9 @@ QString ReadText(const QString &path)
 }
 } // namespace
 
-NginxServer::NginxServer(const QString &documentRoot, int bytesPerSecond)
-    : m_documentRoot(documentRoot)
-    , m_bytesPerSecond(bytesPerSecond)
+NginxServer::NginxServer(const QString &document_root, int bytes_per_second)
+    : m_documentRoot(document_root)
+    , m_bytesPerSecond(bytes_per_second)
 {
 }
 

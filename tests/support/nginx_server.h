@@ -12,9 +12,9 @@
 class NginxServer
 {
 public:
-    /// \a documentRoot may change while the server runs; \a bytesPerSecond holds for each transfer
-    /// by itself, 0 is as fast as possible.
-    explicit NginxServer(const QString &documentRoot, int bytesPerSecond = 0);
+    /// \a document_root may change while the server runs; \a bytes_per_second holds for each
+    /// transfer by itself, 0 is as fast as possible.
+    explicit NginxServer(const QString &document_root, int bytes_per_second = 0);
     ~NginxServer();
 
     /// True once connections are accepted; otherwise Errors() tells why not.
