@@ -127,10 +127,10 @@ void MainWindow::AcceptFileList(const QByteArray &bytes)
 /// Their archive goes to a file, without an end where the server announces no length.
 void MainWindow::WatchDescriptions()
 {
-    if (base_downloader && base_downloader->m_url.contains(kDescriptionsArchive))
-        StopIfEndless(base_downloader,
-                      DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsArchive,
-                      base_downloader->m_contentLength.toLongLong());
+    if (!base_downloader || !base_downloader->m_url.contains(kDescriptionsArchive))
+        return;
+    const QString path = DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsArchive;
+    StopIfEndless(base_downloader, path, base_downloader->m_contentLength.toLongLong());
 }
 
 void MainWindow::AcceptDescriptions()

@@ -104,7 +104,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t *data, std::size_t s
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    [[maybe_unused]] static const bool isSetUp = (SetUp(), true);
+    [[maybe_unused]] static const bool is_set_up = (SetUp(), true);
     static Scratch scratch;
 
     const UniqueFd archive(::memfd_create("archive", MFD_CLOEXEC));

@@ -148,13 +148,13 @@ void MendZipEntry(Bytes &file, std::size_t central, std::size_t local, std::size
     constexpr std::uint64_t kStored = 0;
     constexpr std::uint64_t kDeflated = 8;
     file.Put(central + 42, 4, local);
-    const std::size_t nameSize = file.Get(central + 28, 2);
-    const std::size_t data = local + kLocalSize + nameSize + file.Get(local + 28, 2);
-    if (!file.Has(central, kCentralSize + nameSize) || data > end) {
+    const std::size_t name_size = file.Get(central + 28, 2);
+    const std::size_t data = local + kLocalSize + name_size + file.Get(local + 28, 2);
+    if (!file.Has(central, kCentralSize + name_size) || data > end) {
         return;
     }
-    file.Put(local + 26, 2, nameSize);
-    std::memmove(file.At(local + kLocalSize), file.At(central + kCentralSize), nameSize);
+    file.Put(local + 26, 2, name_size);
+    std::memmove(file.At(local + kLocalSize), file.At(central + kCentralSize), name_size);
     const std::size_t size = std::min<std::size_t>(file.Get(central + 20, 4), end - data);
     const std::uint64_t method = file.Get(central + 10, 2);
     if (method != kStored && method != kDeflated) {
