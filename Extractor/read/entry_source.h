@@ -29,8 +29,8 @@ private:
     std::string_view m_left;
 };
 
-/// A file, decompressed by whichever of libarchive's filters suits it, or by none. Nothing is read
-/// of the file before somebody reads of this.
+/// A file, decompressed by whichever of libarchive's filters suits it, or by none. The file is not
+/// read before the first Read().
 class FilterSource : public ByteSource
 {
 public:

@@ -16,6 +16,11 @@ QString DescriptionsDir()
 
 } // namespace
 
+QString DescriptionsArchive()
+{
+    return DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsArchive;
+}
+
 QByteArray DescriptionData(const QString &name)
 {
     QByteArray bytes;
@@ -38,7 +43,7 @@ qint64 DescriptionSize(const QString &name)
 
 void DeleteDescriptions()
 {
-    DeleteFile(DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsArchive);
+    DeleteFile(DescriptionsArchive());
     DeleteFile(DescriptionsDir()); // a link would lead the deletion of a directory astray
     DeleteDirectory(DescriptionsDir());
 }

@@ -6,6 +6,9 @@
 // The description pages of the packages, which each connection fetches anew. They live for one run
 // of the program.
 
+/// Their archive in the downloads directory.
+QString DescriptionsArchive();
+
 /// The size that a file of the unpacked pages has at the moment, in bytes; 0 if it can't be read,
 /// is no regular file or lies, whatever \a name says, anywhere else.
 qint64 DescriptionSize(const QString &name);

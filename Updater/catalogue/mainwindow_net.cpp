@@ -7,6 +7,7 @@
 #include "Repository/names.h"
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
+#include "catalogue/descriptions.h"
 #include "catalogue/endpoints.h"
 #include "catalogue/records.h"
 #include "panels/settingsdlg.h"
@@ -48,8 +49,7 @@ void MainWindow::onConnect(QString url)
     repo_url = RepositoryUrl(url, settings_dlg->IsAltLink());
     DataSingleton::Inst()->AddMsg("Connecting to " + repo_url + "...", 1);
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-    // As in FileDownloader::Start(): a whole URL names no host, so nobody is contacted by this
-    // call.
+    // Contacts nobody, as a whole URL names no host: see FileDownloader::Start().
     network_manager.connectToHostEncrypted(repo_url, 443,
                                            QSslConfiguration::defaultConfiguration());
     StartFetch(FileListPath(), QString());
@@ -120,8 +120,7 @@ void MainWindow::AcceptFileList(const QByteArray &bytes)
         StartFetch(PackageListPath(), QString());
         return;
     }
-    StartFetch(DescriptionsPath(),
-               DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsArchive);
+    StartFetch(DescriptionsPath(), DescriptionsArchive());
 }
 
 /// Their archive goes to a file, without an end where the server announces no length.
@@ -129,8 +128,8 @@ void MainWindow::WatchDescriptions()
 {
     if (!base_downloader || !base_downloader->m_url.contains(kDescriptionsArchive))
         return;
-    const QString path = DataSingleton::Inst()->GetDownloadsDir() + "/" + kDescriptionsArchive;
-    StopIfEndless(base_downloader, path, base_downloader->m_contentLength.toLongLong());
+    const qint64 announced = base_downloader->m_contentLength.toLongLong();
+    StopIfEndless(base_downloader, DescriptionsArchive(), announced);
 }
 
 void MainWindow::AcceptDescriptions()
