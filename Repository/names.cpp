@@ -9,6 +9,9 @@ const char kPackageList[] = "zeft_bsps.info";
 const char kDescriptionsArchive[] = "hwd_doc.zip";
 const char kDescriptionsFolder[] = "hwd_doc";
 
+const char kCoreDirectory[] = "core/version_latest";
+const char kBlocksDirectory[] = "blocks/version_latest";
+
 namespace {
 
 const char kTop[] = "/zeft/";

@@ -11,6 +11,11 @@ extern const char kPackageList[];
 extern const char kDescriptionsArchive[];
 extern const char kDescriptionsFolder[]; // the one folder in that archive
 
+// A directory whose path contains one of these has its files on the page of the core, or the
+// blocks.
+extern const char kCoreDirectory[];
+extern const char kBlocksDirectory[];
+
 // Where they lie below the repository's base URL, with a "/" in front.
 QString FileListPath();
 QString PackageListPath();

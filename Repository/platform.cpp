@@ -41,6 +41,12 @@ bool IsPlatformCode(int code)
     return FindPlatform(code);
 }
 
+QString PlatformName(int code)
+{
+    const Platform *platform = FindPlatform(code);
+    return platform ? platform->name : QString();
+}
+
 bool IsForArchitecture(int code, const QString &architecture)
 {
     const Platform *platform = FindPlatform(code);

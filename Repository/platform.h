@@ -19,6 +19,9 @@ QStringList Architectures();
 
 bool IsPlatformCode(int code);
 
+/// The name of the platform \a code; empty for any other number.
+QString PlatformName(int code);
+
 /// Tells whether files with the platform \a code are for machines of the \a architecture.
 bool IsForArchitecture(int code, const QString &architecture);
 

@@ -16,15 +16,19 @@ QString BuildFromVersionInfo(const QByteArray &bytes)
     return entry.mid(entry.indexOf(':') + 1).trimmed().replace('.', '-');
 }
 
+QString BuildIn(const QString &component_dir)
+{
+    const QFileInfo info(component_dir + "/version.info");
+    QFile file(info.filePath());
+    if (!info.isFile() || info.size() > kMostBytes || !file.open(QIODevice::ReadOnly))
+        return QString();
+    return BuildFromVersionInfo(file.readAll());
+}
+
 InstalledBuild CompareBuild(const QString &component_dir, const QString &version)
 {
     if (!QFileInfo::exists(component_dir))
         return InstalledBuild::Missing;
-    const QFileInfo info(component_dir + "/version.info");
-    QFile file(info.filePath());
-    if (version.isEmpty() || !info.isFile() || info.size() > kMostBytes
-        || !file.open(QIODevice::ReadOnly))
-        return InstalledBuild::Other;
-    return BuildFromVersionInfo(file.readAll()) == version ? InstalledBuild::This
-                                                           : InstalledBuild::Other;
+    return !version.isEmpty() && BuildIn(component_dir) == version ? InstalledBuild::This
+                                                                   : InstalledBuild::Other;
 }

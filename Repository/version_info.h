@@ -9,6 +9,9 @@ class QByteArray;
 /// The build that \a bytes state, with "-" for every "."; empty if there is none.
 QString BuildFromVersionInfo(const QByteArray &bytes);
 
+/// The build that the component in \a component_dir states; empty if it can't be told.
+QString BuildIn(const QString &component_dir);
+
 /// What a component's directory holds.
 enum class InstalledBuild {
     Missing, // there is no such directory

@@ -179,8 +179,8 @@ void MainWindow::AddRecordRows()
                 page->AddTableRow(record->file_name, record);
         }
     };
-    add_rows(tree_item_blocks, "blocks/version_latest");
-    add_rows(tree_item_core, "core/version_latest");
+    add_rows(tree_item_blocks, kBlocksDirectory);
+    add_rows(tree_item_core, kCoreDirectory);
 }
 
 void MainWindow::AddPackages()
