@@ -1,47 +1,171 @@
-#include "base/memory_limit.h"
-#include "repository_checks.h"
-#include "repository_source.h"
-#include "repository_writer.h"
+#include "base/failure.h"
+#include "build.h"
+#include "check.h"
+#include "jobs.h"
+#include "report.h"
+#include "source/starter.h"
 
+#include <QCommandLineParser>
 #include <QCoreApplication>
 
 #include <cstdio>
 
 namespace {
-void PrintUsage()
+
+// Exit codes
+const int kWell = 0;
+const int kFailed = 1; // a finding that is an error, or a failure
+const int kWrongUse = 2;
+
+const QCommandLineOption kHelp({"h", "help"}, "Print this help.");
+const QCommandLineOption kVersion("version", "Print the version.");
+const QCommandLineOption kJson("json", "Print the report as JSON.");
+const QCommandLineOption kQuiet({"q", "quiet"}, "Print findings and failures only.");
+const QCommandLineOption kDryRun("dry-run", "Print the report, and change nothing.");
+
+/// One of the words that may stand behind the program's name.
+struct Command
 {
-    std::fputs(
-        "usage: zeft_repo build SOURCE DEST\n"
-        "\n"
-        "Makes of SOURCE, a folder with repository.json, component archives and description\n"
-        "pages, a repository below DEST, the document root of a web server. What the updater\n"
-        "could not handle is refused before anything in DEST changes.\n",
-        stderr);
+    const char *name;
+    QStringList arguments;
+    const char *summary;
+    const char *description;
+    QList<QCommandLineOption> options;
+    int (*run)(const QStringList &arguments, const QCommandLineParser &parser,
+               const ReportStyle &style);
+};
+
+ShowProgress ProgressFor(const ReportStyle &style)
+{
+    return style.is_quiet ? [](int, int) {} : ShowProgressLine;
 }
 
-int Fail(const QStringList &problems)
+int RunInit(const QStringList &arguments, const QCommandLineParser & /*parser*/,
+            const ReportStyle &style)
 {
-    for (const QString &problem : problems)
-        std::fprintf(stderr, "zeft_repo: %s\n", qUtf8Printable(problem));
-    return 1;
+    MakeStarter(arguments[0]);
+    if (!style.is_quiet)
+        std::printf("%s: a source tree, with a README. Try: zeft_repo build %s SITE\n",
+                    qUtf8Printable(arguments[0]), qUtf8Printable(arguments[0]));
+    return kWell;
 }
 
-int Build(const QString &source_dir, const QString &dest_dir)
+int RunBuild(const QStringList &arguments, const QCommandLineParser &parser,
+             const ReportStyle &style)
 {
-    LimitMemory();
-    RepositorySource source;
-    QStringList problems = ReadRepositorySource(source_dir, source);
-    if (problems.isEmpty())
-        problems = CheckRepository(source);
-    if (problems.isEmpty())
-        problems = WriteRepository(source, dest_dir);
-    if (!problems.isEmpty())
-        return Fail(problems);
-
-    std::printf("%d components and %d packages in %s\n", source.components.size(),
-                source.packages.size(), qUtf8Printable(dest_dir));
-    return 0;
+    const BuildMode mode = parser.isSet(kDryRun) ? BuildMode::DryRun : BuildMode::Publish;
+    return ReportBuild(Build(arguments[0], arguments[1], mode, ProgressFor(style)), arguments[1],
+                       style);
 }
+
+int RunCheck(const QStringList &arguments, const QCommandLineParser & /*parser*/,
+             const ReportStyle &style)
+{
+    return ReportFindings(Check(arguments[0], ProgressFor(style)), style);
+}
+
+int RunRollBack(const QStringList &arguments, const QCommandLineParser & /*parser*/,
+                const ReportStyle &style)
+{
+    return ReportBuild(RollBack(arguments[0]), arguments[0], style);
+}
+
+const QList<Command> &Commands()
+{
+    static const QList<Command> commands = {
+        {"init",
+         {"DIR"},
+         "makes a source tree to start from",
+         "Makes the folder DIR, which must be empty or missing, a source tree to start from.",
+         {kQuiet},
+         RunInit},
+        {"build",
+         {"SOURCE", "SITE"},
+         "makes a site of a source tree, or brings it up to date",
+         "Makes of the tree SOURCE a repository in SITE, the document root of a web server, and "
+         "tells what it does to users. SITE/zeft is exchanged as a whole; what stood there before "
+         "stays in SITE/zeft.previous until the next build. Nothing changes where a check finds an "
+         "error.",
+         {kDryRun, kJson, kQuiet},
+         RunBuild},
+        {"check",
+         {"TARGET"},
+         "finds what the updater would stumble over",
+         "Checks TARGET, a source tree or a site. docs/rules.md explains each rule by its id.",
+         {kJson, kQuiet},
+         RunCheck},
+        {"rollback",
+         {"SITE"},
+         "brings back the release before",
+         "Exchanges SITE/zeft and SITE/zeft.previous.",
+         {kJson, kQuiet},
+         RunRollBack},
+    };
+    return commands;
+}
+
+QString Overview()
+{
+    QString text = "Usage: zeft_repo COMMAND ...\n\nMakes and checks repositories for the ZEFT "
+                   "Updater.\n\nCommands:\n";
+    for (const Command &command : Commands()) {
+        text += QString("  %1 %2\n")
+                    .arg((command.name + (' ' + command.arguments.join(' '))).leftJustified(20),
+                         command.summary);
+    }
+    return text
+           + "\n\"zeft_repo COMMAND --help\" tells more. Exit codes: 0 if all is well, 1 for "
+             "findings that are errors and for failures, 2 for wrong usage.\n";
+}
+
+int PrintText(const QString &text)
+{
+    std::fputs(qUtf8Printable(text), stdout);
+    return kWell;
+}
+
+int RefuseUsage(const QString &fault)
+{
+    ReportFailure(fault);
+    return kWrongUse;
+}
+
+/// Runs the command with what stands behind its name.
+int Run(const Command &command, const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(command.description);
+    parser.addPositionalArgument(command.name, command.summary,
+                                 command.name + (' ' + command.arguments.join(' ')));
+    parser.addOptions(command.options);
+    parser.addOption(kHelp);
+    if (!parser.parse(arguments))
+        return RefuseUsage(parser.errorText());
+    if (parser.isSet(kHelp))
+        return PrintText(parser.helpText());
+    const QStringList values = parser.positionalArguments().mid(1);
+    if (values.size() != command.arguments.size() || values.contains(QString()))
+        return RefuseUsage(
+            QString("usage: zeft_repo %1 %2").arg(command.name, command.arguments.join(' ')));
+    const bool is_json = command.options.size() > 1 && parser.isSet(kJson);
+    return command.run(values, parser, {is_json, parser.isSet(kQuiet)});
+}
+
+int Dispatch(const QStringList &arguments)
+{
+    const QString word = arguments.value(1);
+    for (const Command &command : Commands())
+        if (word == command.name)
+            return Run(command, arguments);
+    if (word == "-h" || word == "--help")
+        return PrintText(Overview());
+    if (word == "--version")
+        return PrintText(QString("zeft_repo %1\n").arg(ZEFT_VERSION));
+    return RefuseUsage(word.isEmpty()
+                           ? "a command is missing, see zeft_repo --help"
+                           : QString("\"%1\" is no command, see zeft_repo --help").arg(word));
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -49,10 +173,13 @@ int main(int argc, char *argv[])
     // Names of files and archive entries are UTF-8 here, whatever the shell's locale says.
     qputenv("LC_ALL", "C.UTF-8");
     const QCoreApplication application(argc, argv);
-
-    const QStringList arguments = QCoreApplication::arguments();
-    if (arguments.size() == 4 && arguments[1] == "build")
-        return Build(arguments[2], arguments[3]);
-    PrintUsage();
-    return 2;
+    CatchInterruptions();
+    try {
+        return Dispatch(QCoreApplication::arguments());
+    } catch (const Interrupted &) {
+        DieOfInterruption();
+    } catch (const std::exception &failure) {
+        ReportFailure(QString::fromLocal8Bit(failure.what()));
+    }
+    return kFailed;
 }

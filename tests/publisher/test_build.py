@@ -1,11 +1,14 @@
 """zeft_repo build, run as a publisher runs it, over a tree of real archives."""
 
+import fcntl
 import functools
+import hashlib
 import json
 import os
 import pathlib
 import random
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -17,6 +20,19 @@ SECONDS = 1714566645  # 2024-05-01T12:30:45Z
 VERSION = b"product: sample\nbuild: 2024.05.01\n"
 USER = {"user": 65534, "group": 65534} if os.geteuid() == 0 else {}  # no superuser
 NOISE = random.Random(1).randbytes(99999)
+
+
+def run(command, TMPDIR=None, **options):
+    variables = {"LC_ALL": "C", "ASAN_OPTIONS": "detect_leaks=0"}  # strace(1) and LeakSanitizer don't mix
+    if TMPDIR:
+        variables["TMPDIR"] = TMPDIR
+    return subprocess.run(command, capture_output=True, text=True, env={**os.environ, **variables},
+                          **options)
+
+
+def fault(rule):
+    """What makes system calls of zeft_repo fail, or die, as strace(1) words it."""
+    return ["strace", "-fqqo", "/dev/null", "-e", "inject=" + rule]
 
 
 @functools.lru_cache(None)
@@ -46,7 +62,7 @@ class Source:
                 {"path": "bsp/arm", "platform": 7},
             ],
             "packages": [
-                {"platform": 6, "class": 7, "title": "Zeta α", "page": "zeta.html",
+                {"platform": 8, "class": 7, "title": "Zeta α", "page": "zeta.html",
                  "archives": ["zeft_bsp_zeta.hlib.tar.xz", "zeft_bsp_zeta.htc.tar.7z"]},
                 {"platform": 8, "class": 0, "title": "Core", "page": "zeta.html",
                  "archives": ["zeft core é.zip"]},
@@ -59,7 +75,7 @@ class Source:
                              ("bsp/arm/zeft_bsp_zeta.htc.tar.bz2", "zeta")]:
             self.add(name, (folder + "/version.info", VERSION), (folder + "/x", NOISE[:5000]))
         self.write("hwd_doc/zeta.html", "<p>ζ</p>".encode())
-        self.write("hwd_doc/zeta_files/.a.png", b"png")
+        self.write("hwd_doc/zeta_files/a.png", b"png")
 
     def write(self, name, data):
         path = self.path / name
@@ -70,13 +86,11 @@ class Source:
     def add(self, name, *entries):
         self.write(name, archive_of(pathlib.Path(name).suffix, entries))
 
-    def build(self, dest, *wrapper, **options):
+    def build(self, dest, *wrapper, flags=(), **options):
         """Builds; the folder that holds the source is also the one for temporary files."""
         self.path.joinpath("repository.json").write_text(json.dumps(self.json))
         place = self.path.absolute().parent
-        return subprocess.run([*wrapper, REPO, "build", self.path, dest], capture_output=True,
-                              text=True, env={**os.environ, "LC_ALL": "C", "TMPDIR": place},
-                              **options)
+        return run([*wrapper, REPO, "build", *flags, self.path, dest], TMPDIR=place, **options)
 
 
 CORE = "core/version_latest/"
@@ -119,13 +133,11 @@ REFUSED = [
     ("leading blank in a name", raw(CORE + " a.zip"), "begins or ends with a blank"),
     ("line end in a name", raw(CORE + "a\r\nb.zip"), "control character"),
     ("no name for the folder", raw(CORE + "zeft_bsp_.zip"), 'folder, "/", would not be its own'),
-    ("folder above", raw(CORE + "...zip"), 'folder, "/..", would not'),
     ("folder of the program", raw(CORE + "bin_lnx.zip"), 'folder, "/bin_lnx", would not'),
     ("folder of others", raw(CORE + "zeft_bsp_tools.hlib.zip"), '"/hardware/tools", would not'),
     ("unknown kind of archive", raw(CORE + "a.rar"), "must end in one of .zip"),
     ("suffix in the middle", raw(CORE + "a.zip.tar.xz"), "hold no other of them"),
-    ("nothing but a suffix", raw(CORE + ".tar.gz"), "must end in one of"),
-    ("no room for the updater's suffix", raw(CORE + "a" * 248 + ".zip"), "too long"),
+    ("no room for the updater's suffix", raw(CORE + "a" * 248 + ".zip"), "longer than 251 bytes"),
     ("name of the pages", raw(CORE + "hwd_doc.zip"), "description pages"),
     ("entry beside the folder", core("a.zip", ("a/version.info", VERSION), ("ab/x", b"")),
      'its entry "ab" is outside of the folder "a"'),
@@ -135,14 +147,12 @@ REFUSED = [
      'no "a/version.info"'),
     ("tar suffix kept in the folder", core("a.tar.xz", ("a/version.info", VERSION)),
      'outside of the folder "a.tar"'),
-    ("build of another day", core("a.zip", ("a/version.info", b"build: 2024.05.02")),
-     "doesn't state the archive's date, 2024-05-01"),
     ("earlier mention of build", core("a.zip", ("a/version.info", b"rebuild: no\n" + VERSION)),
-     "doesn't state"),
+     "which is no date"),
     ("more than the updater reads", core("a.zip", ("a/version.info", VERSION + bytes(10**6))),
-     "doesn't state"),
+     "which is no date"),
     ("no archive", raw(CORE + "a.zip", b"PK\x03\x04 and no more"),
-     "a.zip: it cannot be unpacked in {}: "),
+     "a.zip: error ZR020: it cannot be unpacked in {}/site/"),
     ("cut archive", raw(CORE + "a.tar.xz", archive_of(".xz", (
         ("a.tar/version.info", VERSION), ("a.tar/x", NOISE)))[:-5000]), "cannot be unpacked"),
     ("7z without a tar", raw(CORE + "a.tar.7z", archive_of(".7z", (("x", b""),))[:40]),
@@ -156,22 +166,22 @@ REFUSED = [
      "shares the stem zeft core é with"),
     ("same folder", core("zeft_bsp_zeta.hlib2.zip", ("zeta/version.info", VERSION)),
      "shares the folder /hardware/zeta with"),
-    ("unknown platform", directory(platform=9), "9 is not a platform code"),
+    ("unknown platform", directory(platform=9), "9 is not a platform code; they are 6 (x86_64), 7 (arm64), 8 (any"),
     ("missing platform", directory(platform="8"), "0 is not a platform code"),
-    ("missing directory", directory(path="core/nowhere"), "core/nowhere: No such file"),
+    ("missing directory", directory(path="core/nowhere"), "core/nowhere: error ZR001: No such file"),
     ("folder that is not listed", put(os.mkdir, CORE + "old"), "doesn't name this folder"),
-    ("unreadable folder", put(shut, CORE), "core/version_latest: Permission denied"),
-    ("link that leads nowhere", put(link("nowhere"), CORE + "a.zip"), "a.zip: a link that leads"),
-    ("pipe", put(os.mkfifo, CORE + "a.zip"), "a.zip: neither a file nor a folder"),
-    ("name of no UTF-8", raw(CORE + "caf\udce9.zip"), "caf\ufffd.zip: the name is not UTF-8"),
+    ("unreadable folder", put(shut, CORE), "core/version_latest: error ZR001: Permission denied"),
+    ("link that leads nowhere", put(link("nowhere"), CORE + "a.zip"), "a.zip: error ZR001: a link that leads"),
+    ("pipe", put(os.mkfifo, CORE + "a.zip"), "a.zip: error ZR001: neither a file nor a folder"),
+    ("name of no UTF-8", raw(CORE + "caf\udce9.zip"), "caf\ufffd.zip: error ZR001: the name is not UTF-8"),
     ("unknown key", lambda source: source.json.update(package=[]), 'the key "package" is none of'),
     ("unknown key of a directory", directory(machine=6), 'the key "machine" is none of'),
     ("unknown key of a package", package(pages=""), 'the key "pages" is none of'),
     ("packages in no list", lambda source: source.json.update(packages={}), "is not a list"),
     ("directory outside", directory(path="../core"), '".." is not a name'),
     ("slash at the end", directory(path="core/version_latest/"), "a name is empty"),
-    ("nothing to publish", lambda source: source.json.pop("directories"), "names no directory"),
-    ("unknown class", package(**{"class": 8}), "from 0 to 7"),
+    ("nothing to publish", lambda source: source.json.pop("directories"), "ZR005: it would have no line"),
+    ("unknown class", package(**{"class": 8}), "from 0 to 7: 0 (8bit/16bit uC), 1 ("),
     ("missing class", package(**{"class": None}), "from 0 to 7"),
     ("separator in a title", package(title="a#b"), "the title"),
     ("no title", package(title=""), "the title"),
@@ -184,16 +194,68 @@ REFUSED = [
      "not for all of its platforms"),
     ("missing page", package(page="nowhere.html"), 'the page "nowhere.html" cannot be read'),
     ("page outside", package(page="../repository.json"), 'holds a "/"'),
-    ("unreadable picture of a page", put(shut, "hwd_doc/zeta_files/.a.png"), "Permission denied"),
-    ("link to a folder of pages", put(link("/usr"), "hwd_doc/a"), "hwd_doc/a: a link to a folder"),
+    ("unreadable picture of a page", put(shut, "hwd_doc/zeta_files/a.png"), "Permission denied"),
+    ("link to a folder of pages", put(link("zeta_files"), "hwd_doc/a"), "a link to a folder"),
     ("folder of pages that is nowhere", lambda source: (
         put(shutil.rmtree, "hwd_doc")(source), put(link("nowhere"), "hwd_doc")(source)),
-     "hwd_doc: No such file"),
+     "hwd_doc: error ZR001: No such file"),
     ("page in Latin-1", raw("hwd_doc/zeta.html", b"caf\xe9 au lait"), "not UTF-8 text"),
     ("page that is not shown", raw("hwd_doc/zeta.html", b"x" * 2000001), "too large"),
-    ("picture that is not shown", raw("hwd_doc/zeta_files/.a.png", b"x" * 10000001), "too large"),
+    ("picture that is not shown", raw("hwd_doc/zeta_files/a.png", b"x" * 10000001), "more than 10000000 bytes"),
     ("page with a NUL", raw("hwd_doc/zeta.html", b"a\0b"), "not UTF-8 text"),
 ]
+
+
+# What publishes nothing, or says something of what it publishes
+WARNED = [
+    ("hidden file", raw(CORE + ".a.zip"), ".a.zip: warning ZR004: a hidden file"),
+    ("hidden folder", raw("hwd_doc/.git/x"), ".git: warning ZR004"),
+    ("editor's copy", raw("hwd_doc/zeta.html~"), "zeta.html~: warning ZR004: a copy"),
+    ("link out of the tree", put(link("/etc/hostname"), CORE + "a.zip"), "ZR004: a link that leads out"),
+    ("page that nothing names", raw("hwd_doc/old.html"), "old.html: warning ZR047"),
+    ("line that no page shows", lambda source: source.add("bsp/a.zip", ("a/version.info", VERSION)),
+     "bsp/a.zip: warning ZR016: no page"),
+    ("build in the future", core("a.zip", ("a/version.info", b"build: 2999.01.01")),
+     "a.zip: warning ZR024: 2999-01-01 is in the future"),
+    ("comment", directory(comment="for people"), "published: 5 components"),
+]
+
+NAME = "zeft core é.zip"
+
+
+def replace(build, noise=b"new"):
+    return lambda source: source.add(CORE + NAME, ("zeft core é/version.info", build),
+                                     ("zeft core é/x", noise))
+
+
+# What a second release does to users: the exit code, and a line of the report
+CHANGES = [
+    ("nothing", lambda source: None, 0, "nothing to do: "),
+    ("new date of the file alone", put(pathlib.Path.touch, CORE + NAME), 0, "nothing to do: "),
+    ("new build", replace(b"build: 2024.06.01"), 0,
+     f"changed  {CORE}{NAME}: an update from 2024-05-01 to 2024-06-01"),
+    ("new content under the old date", replace(VERSION), 1,
+     f"{CORE}{NAME}: error ZR030: new content under the date that users already have, 2024-05-01"),
+    ("older build", replace(b"build: 2024.04.01"), 0,
+     "warning ZR031: 2024-04-01 is older than what users have, 2024-05-01"),
+    ("another archive", core("a.zip", ("a/version.info", VERSION)), 0,
+     f"added    {CORE}a.zip: for any machine, into ROOT/a"),
+    ("an archive less", lambda source: (
+        source.json["packages"].pop(), (source.path / CORE / NAME).unlink()), 0,
+     f"removed  {CORE}{NAME}: whoever has it keeps it"),
+    ("another machine", lambda source: source.json["directories"][0].update(platform=10), 0,
+     f"changed  {CORE}{NAME}: now for any machine"),
+    ("package in another class", package(**{"class": 6}), 0, 'changed  package "Zeta α": other'),
+    ("package less", lambda source: source.json["packages"].pop(0), 0, 'removed  package "Zeta α"'),
+    ("another page", raw("hwd_doc/zeta.html", b"<p>new</p>"), 0, "changed  bsp/hwd_doc.zip: fetched"),
+]
+
+
+def tree(folder):
+    """What a client sees of all files below folder."""
+    files = (path for path in pathlib.Path(folder).rglob("*") if path.is_file())
+    return {str(path.relative_to(folder)): hashlib.sha1(path.read_bytes()).hexdigest()
+            for path in files if path.name != "zeft_repo.json"}
 
 
 class TestBuild(unittest.TestCase):
@@ -205,31 +267,48 @@ class TestBuild(unittest.TestCase):
         self.source = Source("source")
         self.dest = pathlib.Path("site")
 
-    def build(self):
-        run = self.source.build(self.dest)
-        self.assertEqual((run.returncode, run.stderr), (0, ""))
+    def build(self, *wrapper):
+        done = self.source.build(self.dest, *wrapper)
+        self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
+        return done.stdout
+
+    def release(self, *wrapper):
+        """Builds a second release; returns what users see of both."""
+        self.build()
+        old = tree("site/zeft")
+        replace(b"build: 2024.06.01")(self.source)
+        self.source.path.joinpath("hwd_doc/zeta.html").write_text("new")
+        self.said = self.source.build(self.dest, *wrapper)
+        return old, tree("site/zeft")
+
+    def roll_back(self, *wrapper):
+        return run([*wrapper, REPO, "rollback", self.dest])
 
     def test_manifests_state_what_lies_there(self):
-        self.build()
+        self.source.path.joinpath("bsp/x86/zeft_bsp_zeta.htc.tar.7z").touch()  # as git clone leaves it
+        said = self.build()
+        self.assertIn("since the file's own date is another: 1\n", said)
         lines = [b"//zeft_upt_fversions.info\r\n"]
-        for platform, name in [(8, CORE + "zeft core é.zip"),
-                               (6, "bsp/x86/zeft_bsp_zeta.hlib.tar.xz"),
-                               (6, "bsp/x86/zeft_bsp_zeta.htc.tar.7z"),
-                               (7, "bsp/arm/zeft_bsp_zeta.hlib.tar.gz"),
-                               (7, "bsp/arm/zeft_bsp_zeta.htc.tar.bz2")]:
-            self.assertEqual((self.dest / "zeft" / name).stat().st_mtime, SECONDS)
-            data = (self.dest / "zeft" / name).read_bytes()
+        for platform, name, time in [(8, CORE + NAME, "12:30:45"),
+                                     (6, "bsp/x86/zeft_bsp_zeta.hlib.tar.xz", "12:30:45"),
+                                     (6, "bsp/x86/zeft_bsp_zeta.htc.tar.7z", "00:00:00"),
+                                     (7, "bsp/arm/zeft_bsp_zeta.hlib.tar.gz", "12:30:45"),
+                                     (7, "bsp/arm/zeft_bsp_zeta.htc.tar.bz2", "12:30:45")]:
+            file = self.dest / "zeft" / name
+            day = SECONDS - SECONDS % 86400
+            self.assertEqual(file.stat().st_mtime, SECONDS if time == "12:30:45" else day)
+            data = file.read_bytes()
             self.assertEqual(data, (self.source.path / name).read_bytes())
             folder, file = name.rsplit("/", 1)
-            lines.append(f"{platform}#{file}#{folder}#2024-05-01T12:30:45.000Z#{len(data)}#"
+            lines.append(f"{platform}#{file}#{folder}#2024-05-01T{time}.000Z#{len(data)}#"
                          f"{sum(data)}\r\n".encode())
         self.assertEqual((self.dest / "zeft/zeft_upt_fversions.info").read_bytes(), b"".join(lines))
         self.assertEqual((self.dest / "zeft/bsp/zeft_bsps.info").read_bytes().decode(),
-                         "6#7#Zeta α##zeft_bsp_zeta.hlib#zeft_bsp_zeta.htc#zeta.html\r\n"
+                         "8#7#Zeta α##zeft_bsp_zeta.hlib#zeft_bsp_zeta.htc#zeta.html\r\n"
                          "8#0#Core##zeft core é##zeta.html\r\n")
         with zipfile.ZipFile(self.dest / "zeft/bsp/hwd_doc.zip") as pages:
             self.assertEqual(pages.namelist(),
-                             ["hwd_doc/", "hwd_doc/zeta.html", "hwd_doc/zeta_files/.a.png"])
+                             ["hwd_doc/", "hwd_doc/zeta.html", "hwd_doc/zeta_files/a.png"])
             self.assertEqual(pages.read("hwd_doc/zeta.html").decode(), "<p>ζ</p>")
 
     def test_refuses_what_the_updater_cannot_handle(self):
@@ -238,54 +317,159 @@ class TestBuild(unittest.TestCase):
                 os.chmod(work, 0o777)
                 source = Source(work + "/source")
                 spoil(source)
-                run = source.build(work + "/site", **USER)
-                self.assertEqual(run.returncode, 1)
-                self.assertIn(message.format(work), run.stderr)
+                done = source.build(work + "/site", **USER)
+                self.assertEqual(done.returncode, 1)
+                self.assertIn(message.format(work), done.stdout)
                 self.assertEqual(os.listdir(work), ["source"])
 
-    def test_writes_over_a_repository_that_is_being_served(self):
+    def test_warns_of_what_is_not_meant(self):
         self.build()
-        core_file = self.dest / "zeft" / CORE / "zeft core é.zip"
-        with open(core_file, "rb") as transfer:
-            old = core_file.read_bytes()
-            self.source.add(CORE + "zeft core é.zip", ("zeft core é/version.info", VERSION))
-            self.source.path.joinpath("bsp/arm/zeft_bsp_zeta.htc.tar.bz2").unlink()
-            self.build()
-            self.assertEqual(transfer.read(), old)
-        self.assertLess(core_file.stat().st_size, len(old))
-        self.assertTrue((self.dest / "zeft/bsp/arm/zeft_bsp_zeta.htc.tar.bz2").exists())
+        expected = sorted(tree("site/zeft"))
+        for name, spoil, message in WARNED:
+            with self.subTest(name), tempfile.TemporaryDirectory() as work:
+                source = Source(work + "/source")
+                spoil(source)
+                done = source.build(work + "/site")
+                self.assertEqual((done.returncode, done.stderr), (0, ""))
+                self.assertIn(message, done.stdout)
+                if "ZR004" in message:
+                    self.assertEqual(sorted(tree(work + "/site/zeft")), expected)
+
+    def test_tells_what_a_release_does_to_users(self):
+        for name, change, code, line in CHANGES:
+            with self.subTest(name), tempfile.TemporaryDirectory() as work:
+                source = Source(work + "/source")
+                source.build(work + "/site")
+                before = tree(work + "/site/zeft")
+                change(source)
+                for flags in ["--dry-run"], []:
+                    self.assertEqual(tree(work + "/site"), {"zeft/" + k: v for k, v in before.items()})
+                    done = source.build(work + "/site", flags=flags)
+                    self.assertEqual(done.returncode, code)
+                    if not flags or not line.startswith("nothing"):
+                        self.assertIn(line, done.stdout)
+                after = tree(work + "/site/zeft")
+                is_published = code == 0 and not line.startswith("nothing")
+                self.assertEqual(before != after, is_published)
+                self.assertEqual(os.path.exists(work + "/site/zeft.previous"), is_published)
+
+    def test_an_unchanged_archive_is_not_read_again(self):
+        self.build()
+        inode = os.stat("site/zeft/bsp/x86/zeft_bsp_zeta.hlib.tar.xz").st_ino
+        path = self.source.path / "bsp/x86/zeft_bsp_zeta.hlib.tar.xz"
+        stamp = path.stat()
+        path.write_bytes(bytes(stamp.st_size))  # damage that neither size nor date shows
+        os.utime(path, ns=(0, stamp.st_mtime_ns))
+        replace(b"build: 2024.06.01")(self.source)
+        self.build()
+        self.assertEqual(os.stat("site/zeft/bsp/x86/zeft_bsp_zeta.hlib.tar.xz").st_ino, inode)
+        pathlib.Path("site/zeft/bsp/x86/zeft_bsp_zeta.hlib.tar.xz").touch()  # not what was published
+        self.assertIn("ZR020", self.source.build(self.dest).stdout)
+
+    def test_a_release_takes_its_place_at_once_and_back(self):
+        pathlib.Path("site").mkdir()
+        pathlib.Path("site/index.html").write_text("of others")
+        for rule, how in [(None, "at once"),
+                          ("renameat2:error=EINVAL", "file by file"),  # as on NFS
+                          ("renameat2:error=EINVAL", "file by file")]:
+            with self.subTest(rule):
+                wrapper = fault(rule) if rule else []
+                old, new = self.release(*wrapper)
+                self.assertIn(how, self.said.stdout)
+                self.assertEqual(tree("site/zeft.previous"), old)
+                self.assertIn(how, self.roll_back(*wrapper).stdout)
+                self.assertEqual((tree("site/zeft"), tree("site/zeft.previous")), (old, new))
+                self.assertEqual(sorted(os.listdir("site")), ["index.html", "zeft", "zeft.previous"])
+                for folder in "site/zeft", "site/zeft.previous":
+                    shutil.rmtree(folder)
+                self.source = Source("source")
+
+    def test_needs_no_hard_links(self):
+        old, new = self.release(*fault("link,linkat:error=EPERM"))
+        self.assertIn("published", self.said.stdout)
+        self.assertEqual(new["bsp/arm/zeft_bsp_zeta.hlib.tar.gz"], old["bsp/arm/zeft_bsp_zeta.hlib.tar.gz"])
+
+    def test_a_kill_leaves_one_release_or_the_other(self):
+        old, new = self.release()
+        for call in "rename", "renameat2", "unlinkat", "syncfs", "fork,clone,clone3":
+            for count in range(1, 9):
+                shutil.rmtree("site")
+                self.source = Source("source")
+                killed = self.release(*fault(f"{call}:signal=KILL:when={count}"))[1]
+                if self.said.returncode == 0:
+                    break
+                with self.subTest(call, count=count):
+                    self.assertIn(killed, (old, new))
+                    self.source.build(self.dest)
+                    self.assertEqual(tree("site/zeft"), new)
+                    self.assertEqual(tree("site/zeft.previous"), old)
+                    self.assertEqual(sorted(os.listdir("site")), ["zeft", "zeft.previous"])
+            self.assertGreater(count, 1 if call != "syncfs" else 0)
+
+    def test_an_interruption_leaves_nothing(self):
+        self.build()
+        before = tree("site")
+        self.source.add(CORE + "a.tar.xz", ("a.tar/version.info", VERSION), ("a.tar/x", bytes(1 << 29)))
+        for number in signal.SIGINT, signal.SIGTERM:
+            process = subprocess.Popen([REPO, "build", self.source.path, self.dest])
+            while not list(pathlib.Path("site").glob("zeft.work/trials/*/*")):
+                self.assertIsNone(process.poll())
+            process.send_signal(number)
+            self.assertEqual(process.wait(), -number)
+            self.assertEqual(tree("site"), before)
+
+    def test_never_two_at_once(self):
+        self.build()
+        with open("site/zeft.lock", "w") as lock:
+            lock.write("process 1 on another")
+            lock.flush()
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            done = self.source.build(self.dest)
+        self.assertEqual((done.returncode, done.stderr), (
+            1, "zeft_repo: site: another zeft_repo is at work here, process 1 on another\n"))
 
     def test_a_full_disk_is_told(self):
         self.build()
         for option, unit in ("size", 4096), ("nr_inodes", 1):
-            for amount in range(1, 50):
-                run = self.source.build("full", "unshare", "-rm", "sh", "-c", f"""mkdir -p full
+            for amount in range(1, 99):
+                done = self.source.build("full", "unshare", "-rm", "sh", "-c", f"""mkdir -p full
                     mount -t tmpfs -o {option}={amount * unit} t full
-                    "$0" "$@" && diff -r site full""")
-                if run.returncode == 0:
+                    "$0" "$@" && diff -r site/zeft full/zeft""")
+                if done.returncode == 0:
                     break
                 with self.subTest(option, amount=amount):
-                    self.assertRegex(run.stderr,
-                                     r"^zeft_repo: full/zeft/.+: No space left on device\n$")
-            self.assertEqual(run.returncode, 0)
+                    self.assertRegex(done.stdout + done.stderr, "(?m)^zeft_repo: full/.+: No space left"
+                                     " on device$|not enough space|: ENOSPC")
+            self.assertEqual(done.returncode, 0)
 
     def test_a_disk_that_fails_is_told(self):
-        put(link("/proc/self/mem"), "hwd_doc/b.png")(self.source)  # no one can read its beginning
         for name, wrapper, message in (
-                ("read", [], "source/hwd_doc/b.png: Input/output error"),
-                ("sync", ["env", "ASAN_OPTIONS=detect_leaks=0", "strace", "-qqo", "/dev/null",
-                          "-e", "inject=fsync:error=EIO"], "core é.zip: Input/output error")):
+                ("read", fault("read:error=EIO") + ["-P", "source/hwd_doc/zeta.html"], "Input/output error"),
+                ("sync", fault("syncfs:error=EIO"), "next: Input/output error"),
+                ("folder of someone else", USER and ["setpriv", "--reuid=65534", "--clear-groups"],
+                 "Permission denied")):
             with self.subTest(name):
-                run = self.source.build(self.dest, *wrapper)
-                self.assertEqual(run.returncode, 1)
-                self.assertIn(message, run.stderr)
-        self.assertFalse(self.dest.joinpath("zeft/zeft_upt_fversions.info").exists())
+                done = self.source.build(self.dest, *wrapper)
+                self.assertEqual(done.returncode, 1)
+                self.assertIn(message, done.stdout + done.stderr)
+                self.assertEqual(os.listdir(), ["source"])
 
-    def test_wrong_use_prints_the_usage(self):
-        for arguments in [], ["build", "x"], ["check", "x", "y"]:
-            run = subprocess.run([REPO, *arguments], capture_output=True, text=True)
-            self.assertEqual(run.returncode, 2)
-            self.assertTrue(run.stderr.startswith("usage: zeft_repo build SOURCE DEST\n"))
+    def test_starts_with_a_tree_that_builds(self):
+        for command in ["init", "tree"], ["build", "tree", "site"], ["check", "tree"], ["check", "site"]:
+            done = run([REPO, *command])
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            self.assertNotIn("ZR", done.stdout)
+        self.assertIn("isn't empty", run([REPO, "init", "tree"]).stderr)
+
+    def test_help_is_no_error_and_wrong_use_is(self):
+        for arguments in ["--help"], ["--version"], ["build", "--help"], ["check", "-h"]:
+            done = run([REPO, *arguments])
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            self.assertIn("zeft_repo", done.stdout)
+        for arguments in [], ["build", "x"], ["check", "x", "y"], ["make"], ["build", "x", "y", "-z"]:
+            done = run([REPO, *arguments])
+            self.assertEqual((done.returncode, done.stdout), (2, ""))
+            self.assertRegex(done.stderr, "^zeft_repo: .+\n$")
 
 
 unittest.main(argv=sys.argv[:1])

@@ -1,12 +1,16 @@
-#include "source_folder.h"
+#include "source/source_folder.h"
+
+#include "files.h"
 
 #include <QFile>
+#include <QRegularExpression>
 
 #include <filesystem>
 
 namespace fs = std::filesystem;
 
 namespace {
+
 QString PathOf(const fs::path &path)
 {
     return QFile::decodeName(path.c_str());
@@ -30,29 +34,51 @@ QString EntryFault(const fs::path &path)
     return file.open(QIODevice::ReadOnly) ? QString() : file.errorString();
 }
 
+/// Why nobody means to publish what lies at \a path; empty for anything else.
+QString Leftover(const fs::path &path, const fs::path &base)
+{
+    static const QRegularExpression editors_copy(
+        "(~|\\.bak|\\.orig|\\.rej|\\.sw[op]|\\.tmp)$|^#.*#$|^Thumbs\\.db$|^desktop\\.ini$");
+    const QString name = PathOf(path.filename());
+    if (name.startsWith('.'))
+        return "a hidden file";
+    if (name.contains(editors_copy))
+        return "a copy that a program left";
+    std::error_code error;
+    if (!fs::is_symlink(path, error))
+        return {};
+    const fs::path target = fs::canonical(path, error);
+    const fs::path from_base = target.lexically_relative(fs::canonical(base, error));
+    return !error && *from_base.begin() == ".." ? "a link that leads out of the tree" : QString();
+}
+
 bool IsUtf8(const fs::path &path)
 {
     return PathOf(path).toUtf8() == path.c_str();
 }
+
 } // namespace
 
-SourceFolder ReadSourceFolder(const QString &path, QStringList &problems)
+SourceFolder ReadSourceFolder(const QString &path, const QString &base, Findings &findings)
 {
     SourceFolder folder;
     std::error_code error;
     // Qt passes over names that are not UTF-8.
-    fs::directory_iterator entry(QFile::encodeName(path).toStdString(), error);
+    fs::directory_iterator entry(Encoded(path), error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
         const QString name = PathOf(entry->path().filename());
+        const QString leftover = Leftover(entry->path(), Encoded(base));
         const QString fault =
             IsUtf8(entry->path()) ? EntryFault(entry->path()) : QString("the name is not UTF-8");
-        if (!fault.isEmpty())
-            problems << QString("%1/%2: %3").arg(path, name, fault);
+        if (!leftover.isEmpty())
+            findings.Add(Rule::NotPublished, path + '/' + name, leftover);
+        else if (!fault.isEmpty())
+            findings.Add(Rule::Unreadable, path + '/' + name, fault);
         else
             (fs::is_directory(entry->path(), error) ? folder.folders : folder.files) << name;
     }
     if (error)
-        problems << QString("%1: %2").arg(path, QString::fromStdString(error.message()));
+        findings.Add(Rule::Unreadable, path, QString::fromStdString(error.message()));
     folder.files.sort();
     folder.folders.sort();
     return folder;
@@ -63,7 +89,5 @@ QString ReadSourceFile(const QString &path, QByteArray &bytes)
     QFile file(path);
     if (file.open(QIODevice::ReadOnly))
         bytes = file.readAll();
-    if (file.error() == QFileDevice::NoError)
-        return {};
-    return QString("%1: %2").arg(path, file.errorString());
+    return file.error() == QFileDevice::NoError ? QString() : file.errorString();
 }

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Repository/manifests.h"
+#include "rules.h"
+
+/// The two lists of a repository.
+struct Lists
+{
+    QList<FileLine> files;
+    QList<PackageLine> packages;
+};
+
+/// Where the file lies in the folder of a release that has the \a path below a base URL.
+QString InRelease(const QString &dir, const QString &path);
+
+/// The path of a file in the repository, below "zeft/".
+QString NameOf(const FileLine &file);
+
+/// Reads both lists of the release in the folder \a dir.
+Lists ReadLists(const QString &dir, Findings &findings);
+
+/// Checks what can be told from the lists alone: names, platforms, who shares a place with whom,
+/// and what each machine is offered.
+void CheckLists(const Lists &lists, Findings &findings);
+
+/// Checks the description pages that \a packages name. All \a pages lie in \a dir.
+void CheckPages(const QList<PackageLine> &packages, const QString &dir, const QStringList &pages,
+                Findings &findings);
