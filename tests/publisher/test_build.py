@@ -400,6 +400,7 @@ class TestBuild(unittest.TestCase):
                     break
                 with self.subTest(call, count=count):
                     self.assertIn(killed, (old, new))
+                    self.assertEqual(self.roll_back().returncode == 0, killed == new)
                     self.source.build(self.dest)
                     self.assertEqual(tree("site/zeft"), new)
                     self.assertEqual(tree("site/zeft.previous"), old)
