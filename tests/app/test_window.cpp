@@ -1,18 +1,9 @@
 #include "app/datasingleton.h"
 #include "app/installation_lock.h"
-#include "app/mainwindow_helper.h"
 #include "app/root_directory.h"
 #include "support/installation.h"
-#include "support/quiet_test.h"
-#include "support/table.h"
-#include "support/test_class.h"
+#include "support/test.h"
 #include "transfer/filedownloader.h"
-
-#include <QPlainTextEdit>
-#include <QProcess>
-#include <QPushButton>
-#include <QTextBlock>
-#include <QtTest>
 
 Q_DECLARE_METATYPE(QMessageBox::StandardButton)
 
@@ -153,12 +144,15 @@ void TestWindow::AsksBeforeItCloses_data()
     const auto yes = QMessageBox::Yes;
     const auto cancel = QMessageBox::Cancel;
     const QString ask = kDownloading;
+    using namespace RecordStatus;
     const Table<QList<int>, Answers, QStringList, bool> row("statuses", "answers", "questions",
                                                             "closes");
-    row("idle", {-1, 0, 1, 2, 7}, {}, {}, true);
-    row("an installation, Cancel", {6, 3}, {cancel}, {kInstalling}, false);
-    row("two downloads, Yes and Cancel", {3, 1, 4}, {yes, cancel}, {ask, ask}, false);
-    row("all, Yes", {6, 4, 3}, {yes, yes, yes}, {kInstalling, ask, ask}, true);
+    row("idle", {Error, Unknown, NotInstalled, UpdateAvailable, Installed}, {}, {}, true);
+    row("an installation, Cancel", {Installing, DownloadPending}, {cancel}, {kInstalling}, false);
+    row("two downloads, Yes and Cancel", {DownloadPending, NotInstalled, Downloading},
+        {yes, cancel}, {ask, ask}, false);
+    row("all, Yes", {Installing, Downloading, DownloadPending}, {yes, yes, yes},
+        {kInstalling, ask, ask}, true);
 }
 
 void TestWindow::AsksBeforeItCloses()

@@ -1,20 +1,10 @@
-#include "app/mainwindow_helper.h"
 #include "catalogue/endpoints.h"
 #include "support/installation.h"
 #include "support/nginx_server.h"
-#include "support/quiet_test.h"
 #include "support/repository.h"
 #include "support/scripted_server.h"
-#include "support/table.h"
-#include "support/test_class.h"
+#include "support/test.h"
 #include "transfer/filedownloader.h"
-
-#include <QCheckBox>
-#include <QDir>
-#include <QGuiApplication>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QtTest>
 
 class TestConnecting : public QuietTest
 {

@@ -1,17 +1,6 @@
-#include "app/mainwindow_helper.h"
 #include "panels/downloadwgt.h"
 #include "support/installation.h"
-#include "support/quiet_test.h"
-#include "support/test_class.h"
-
-#include <QGuiApplication>
-#include <QLayout>
-#include <QPushButton>
-#include <QTableWidget>
-#include <QTextBlock>
-#include <QTextBrowser>
-#include <QTreeWidget>
-#include <QtTest>
+#include "support/test.h"
 
 class TestTree : public QuietTest
 {

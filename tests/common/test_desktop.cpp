@@ -1,12 +1,5 @@
 #include "common/common_helper.h"
-#include "support/test_class.h"
-
-#include <QAbstractButton>
-#include <QFileDialog>
-#include <QFileSystemModel>
-#include <QLineEdit>
-#include <QMessageBox>
-#include <QtTest>
+#include "support/test.h"
 
 class TestDesktop : public QObject
 {

@@ -1,9 +1,7 @@
 #include "answers.h"
 #include "common/common_helper.h"
-#include "support/test_class.h"
+#include "support/test.h"
 
-#include <QAbstractButton>
-#include <QMessageBox>
 #include <ctime>
 
 class TestFiles : public QObject

@@ -1,10 +1,7 @@
 #include "answers.h"
 #include "common/common_helper.h"
-#include "support/test_class.h"
+#include "support/test.h"
 
-#include <QNetworkDatagram>
-#include <QProcessEnvironment>
-#include <QUdpSocket>
 #include <memory>
 
 class TestSystem : public QObject

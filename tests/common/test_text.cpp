@@ -1,6 +1,6 @@
 #include "answers.h"
 #include "common/common_helper.h"
-#include "support/test_class.h"
+#include "support/test.h"
 
 #include <limits>
 

@@ -1,9 +1,8 @@
 #include "common/common_helper.h"
 #include "common/cthread.h"
 #include "common/realtimer.h"
-#include "support/test_class.h"
+#include "support/test.h"
 
-#include <QtTest>
 #include <memory>
 #include <sys/resource.h>
 

@@ -1,30 +1,13 @@
 #include "Repository/description.h"
-#include "app/mainwindow_helper.h"
 #include "panels/description_view.h"
 #include "panels/downloadwgt.h"
 #include "panels/helpwnd.h"
 #include "panels/localdownloaddlg.h"
 #include "panels/settingsdlg.h"
 #include "support/installation.h"
-#include "support/quiet_test.h"
 #include "support/repository.h"
-#include "support/table.h"
-#include "support/test_class.h"
+#include "support/test.h"
 #include "transfer/filedownloader.h"
-
-#include <QComboBox>
-#include <QDesktopServices>
-#include <QDialogButtonBox>
-#include <QFileDialog>
-#include <QLineEdit>
-#include <QNetworkProxy>
-#include <QPushButton>
-#include <QSignalSpy>
-#include <QTableWidget>
-#include <QTextBrowser>
-#include <QTextTable>
-#include <QTreeWidget>
-#include <QtTest>
 
 class TestPages : public QuietTest
 {
@@ -37,8 +20,6 @@ private slots:
     void HoldsRows();
     void OffersWhatTheStatusAllows();
     void HandsPressesOn();
-    void AsksBeforeItCancelsAnInstallation();
-    void StopsTheTransferOfAnUninstalledRecord();
     void LaysOutTexts();
     void CutsPages_data();
     void CutsPages();
@@ -113,17 +94,12 @@ LocalDownloadDlg *LocalPage(const Installation &installation)
 }
 
 /// Presses "Add" and picks files in the dialogue: by their names, in \a dir where one is given.
-/// With no names the dialogue is cancelled. Gives the directory that the dialogue began with. A box
-/// that nobody answers fails the test and is closed.
+/// With no names the dialogue is cancelled. Gives the directory that the dialogue began with.
 QString Pick(LocalDownloadDlg *page, const QStringList &names, const QString &dir = QString())
 {
     QString began;
-    QTimer watch;
-    QObject::connect(&watch, &QTimer::timeout, [&] {
+    QTimer::singleShot(0, page, [&] {
         auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
-        if (!dialog)
-            return;
-        watch.stop();
         began = dialog->directory().path();
         if (names.isEmpty())
             return dialog->reject();
@@ -132,17 +108,6 @@ QString Pick(LocalDownloadDlg *page, const QStringList &names, const QString &di
         dialog->findChild<QLineEdit *>("fileNameEdit")->setText('"' + names.join("\" \"") + '"');
         dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->click();
     });
-    watch.start(1);
-    QTimer limit;
-    QObject::connect(&limit, &QTimer::timeout, [] {
-        QWidget *modal = QApplication::activeModalWidget();
-        const auto *box = qobject_cast<QMessageBox *>(modal);
-        const QString what = box ? box->text() : modal ? modal->windowTitle() : "nothing";
-        QTest::qFail(qPrintable("Nobody answers: " + what), __FILE__, __LINE__);
-        if (modal)
-            modal->close();
-    });
-    limit.start(10000);
     page->findChild<QPushButton *>("pb_add")->click();
     return began;
 }
@@ -229,21 +194,11 @@ void TestPages::HandsPressesOn()
     page.install->click(); // "Cancel"
     QVERIFY(page.window->download_queue.isEmpty());
 
-    page.SetStatus(RecordStatus::Installed);
-    page.uninstall->click();
-    QCOMPARE(page.window->delete_queue, page.alone);
-    QCOMPARE(page.record.status, int(RecordStatus::Deleting));
-    QVERIFY(!page.install->isEnabled() && !page.uninstall->isEnabled()); // at once
-}
-
-void TestPages::AsksBeforeItCancelsAnInstallation()
-{
-    ShownPage page;
     page.window->AddToInstall(&page.record);
     page.SetStatus(RecordStatus::Installing);
     BoxAnswers boxes({QMessageBox::Cancel, QMessageBox::Yes});
     page.install->click();
-    QCOMPARE(page.window->install_queue.size(), 1);
+    QCOMPARE(page.window->install_queue, page.alone);
     page.install->click();
     QVERIFY(page.window->install_queue.isEmpty());
     QCOMPARE(page.window->delete_queue, page.alone);
@@ -251,12 +206,9 @@ void TestPages::AsksBeforeItCancelsAnInstallation()
         "ZEFT: The selected component is currently installing. It is recommended not to cancel at "
         "this stage. Press 'Yes' if you still needs to cancel the installation.";
     QCOMPARE(boxes.questions, QStringList({question, question}));
-}
 
-void TestPages::StopsTheTransferOfAnUninstalledRecord()
-{
     for (const bool transfers : {false, true}) {
-        ShownPage page;
+        page.window->delete_queue.clear();
         page.window->repo_url = "https://localhost:9";
         page.window->AddToDownload(&page.record);
         if (transfers)
@@ -266,10 +218,12 @@ void TestPages::StopsTheTransferOfAnUninstalledRecord()
         page.uninstall->click();
         QVERIFY(!page.record.downloader && page.window->download_queue.isEmpty());
         QCOMPARE(page.window->delete_queue, page.alone);
-        QVERIFY(page.installation.Work(
-            [&] { return page.record.status == RecordStatus::NotInstalled; }));
-        QVERIFY(!QFile::exists(page.installation.Download("a.zip.dnl")));
+        QCOMPARE(page.record.status, int(RecordStatus::Deleting));
+        QVERIFY(!page.install->isEnabled() && !page.uninstall->isEnabled()); // at once
     }
+    const auto is_gone = [&] { return page.record.status == RecordStatus::NotInstalled; };
+    QVERIFY(page.installation.Work(is_gone));
+    QVERIFY(!QFile::exists(page.installation.Download("a.zip.dnl")));
 }
 
 void TestPages::LaysOutTexts()
@@ -303,7 +257,6 @@ void TestPages::CutsPages_data()
     const Table<QString, QString> row("html", "laid_out");
     const auto whole = [&](const char *name, const QString &html) { row(name, html, html); };
     const QString table = "<table><tr><td>";
-    whole("wide rule", "<hr width=1024>");
     whole("pin table", "<table>" + QString("<tr><td rowspan='64'>1<td>PA1").repeated(1156));
     whole("style sheet in a comment", "<style>< !-- p{} " + table.repeated(9) + " --></style>");
     whole("four tables in each other",
@@ -337,8 +290,7 @@ void TestPages::ReadsPictures_data()
     row("gif",
         QByteArray::fromBase64("R0lGODlhAgADAPAAAP8AAAAAACH5BAAAAAAALAAAAAACAAMAAAIChF8AOw=="),
         "file", true);
-    row("ppm", Picture("ppm"), "file", false);
-    row("svg", "<svg xmlns='http://www.w3.org/2000/svg' width='2' height='3'/>", "file", false);
+    row("a format that no page needs", Picture("ppm"), "file", false);
     row("bmp of 4,096 megapixels",
         Picture("bmp").replace(18, 8, QByteArray::fromHex("0000010000000100")), "file", false);
     row("in the page", "", "data:image/png;base64," + Picture("png").toBase64(), true);
@@ -441,6 +393,7 @@ void TestPages::InstallsPickedFiles()
     PackArchive(picked.filePath(names[1]), {{"x/version.info", "build:2"}});
     WriteFile(installation.Path("hardware/tools/x/old"), "old");
 
+    BoxAnswers boxes({});
     LocalDownloadDlg *page = LocalPage(installation);
     QCOMPARE(Pick(page, {}), installation.Path(""));
     QCOMPARE(page->Rows(), 0);
@@ -453,6 +406,7 @@ void TestPages::InstallsPickedFiles()
     QCOMPARE(records[1]->status, int(RecordStatus::InstallPending));
     QCOMPARE(Pick(page, {names[1]}), picked.path()); // in work: not a word
     QCOMPARE(page->Rows(), 2);
+    QCOMPARE(boxes.questions, QStringList());
 
     for (const DN_FILE_STRUCT *record : records)
         QVERIFY(installation.Work([&] { return record->status == RecordStatus::Installed; }));

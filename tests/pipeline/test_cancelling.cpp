@@ -1,16 +1,7 @@
-#include "app/mainwindow_helper.h"
-#include "support/file_bytes.h"
 #include "support/installation.h"
 #include "support/nginx_server.h"
-#include "support/quiet_test.h"
 #include "support/repository.h"
-#include "support/table.h"
-#include "support/test_class.h"
-
-#include <QProgressBar>
-#include <QTableWidget>
-#include <QThread>
-#include <QtTest>
+#include "support/test.h"
 
 #include <csignal>
 

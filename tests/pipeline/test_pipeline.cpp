@@ -1,19 +1,8 @@
-#include "app/mainwindow_helper.h"
-#include "support/file_bytes.h"
 #include "support/installation.h"
 #include "support/nginx_server.h"
-#include "support/quiet_test.h"
 #include "support/repository.h"
-#include "support/table.h"
-#include "support/test_class.h"
+#include "support/test.h"
 #include "transfer/filedownloader.h"
-
-#include <QDirIterator>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QRandomGenerator>
-#include <QTableWidget>
-#include <QtTest>
 
 class TestPipeline : public QuietTest
 {

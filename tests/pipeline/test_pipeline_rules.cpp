@@ -1,9 +1,6 @@
 #include "app/mainwindow_helper.h"
 #include "pipeline/extractor.h"
-#include "support/test_class.h"
-
-#include <QProcess>
-#include <QtTest>
+#include "support/test.h"
 
 class TestPipelineRules : public QObject
 {

@@ -1,13 +1,9 @@
 #include "Repository/manifests.h"
 #include "Repository/names.h"
 #include "Repository/version_info.h"
-#include "app/mainwindow_helper.h"
 #include "catalogue/records.h"
 #include "support/installation.h"
-#include "support/test_class.h"
-
-#include <QSysInfo>
-#include <QtTest>
+#include "support/test.h"
 
 class TestFormats : public QObject
 {

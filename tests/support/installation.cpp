@@ -1,18 +1,12 @@
 #include "support/installation.h"
 
 #include "app/datasingleton.h"
-#include "app/mainwindow_helper.h"
 #include "panels/downloadwgt.h"
 #include "pipeline/extractor.h"
 #include "transfer/filedownloader.h"
 
-#include <QApplication>
-#include <QDir>
-#include <QPlainTextEdit>
-#include <QPushButton>
-#include <QTableWidget>
-#include <QTreeWidget>
 #include <QtTest>
+#include <QtWidgets>
 
 namespace {
 const int kWorkLimitMs = 30000;
@@ -128,17 +122,4 @@ BoxAnswers::BoxAnswers(QList<QMessageBox::StandardButton> answers)
         box->button(answers.isEmpty() ? QMessageBox::Cancel : answers.takeFirst())->click();
     });
     watch.start(1);
-}
-
-bool WriteFile(const QString &path, const QByteArray &bytes)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
-QByteArray ReadFile(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }

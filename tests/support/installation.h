@@ -1,14 +1,14 @@
 #pragma once
 
 #include "app/mainwindow.h"
+#include "app/mainwindow_helper.h"
+#include "support/files.h"
 
 #include <QMessageBox>
 #include <QTemporaryDir>
 #include <QTimer>
 
 #include <functional>
-
-struct DN_FILE_STRUCT;
 
 /// An installation in a temporary directory, with the extractor in its place and the program's
 /// window over it.
@@ -65,6 +65,3 @@ struct BoxAnswers
     QTimer watch;
     QStringList questions;
 };
-
-bool WriteFile(const QString &path, const QByteArray &bytes); // makes the folders in front of it
-QByteArray ReadFile(const QString &path);

@@ -3,16 +3,14 @@
 // Runs the test class whose source is CLASS.cpp, with the options of Qt Test. Without a class it
 // lists them.
 
-#include "support/test_class.h"
-
-#include <QApplication>
-#include <QFileInfo>
-#include <QMap>
-#include <QTest>
+#include "support/test.h"
 
 #include <cstdio>
 
 namespace {
+
+QMutex s_mutex;
+QStringList s_messages; // of all threads
 
 QMap<QString, MakeTest> &TestClasses()
 {
@@ -20,7 +18,32 @@ QMap<QString, MakeTest> &TestClasses()
     return classes;
 }
 
+void Record(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type == QtFatalMsg) {
+        std::fprintf(stderr, "%s\n", qPrintable(message));
+        std::abort();
+    }
+    if (message == "This plugin does not support propagateSizeHints()")
+        return; // what the offscreen platform says of each window, and no other does
+    const QMutexLocker lock(&s_mutex);
+    s_messages << QString("%1: %2").arg(context.category, message);
+}
+
 } // namespace
+
+void QuietTest::initTestCase()
+{
+    qInstallMessageHandler(Record);
+}
+
+void QuietTest::cleanup()
+{
+    const QMutexLocker lock(&s_mutex);
+    const QString messages = s_messages.join('\n');
+    s_messages.clear();
+    QCOMPARE(messages, QString());
+}
 
 bool AddTestClass(const QString &source, MakeTest make)
 {

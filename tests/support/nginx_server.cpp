@@ -1,6 +1,7 @@
 #include "support/nginx_server.h"
 
-#include <QDir>
+#include "support/files.h"
+
 #include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -14,12 +15,6 @@ quint16 FreePort()
     QTcpServer probe;
     probe.listen(QHostAddress::LocalHost);
     return probe.serverPort();
-}
-
-QString ReadText(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 } // namespace
 
@@ -59,14 +54,14 @@ QString NginxServer::Url(const QString &host) const
 
 QStringList NginxServer::AccessLog() const
 {
-    QStringList lines = ReadText(m_prefix.filePath("access.log")).split('\n');
+    QStringList lines = QString(ReadFile(m_prefix.filePath("access.log"))).split('\n');
     lines.removeLast(); // what follows the last line end
     return lines;
 }
 
 QString NginxServer::Errors()
 {
-    return m_process.readAllStandardError() + ReadText(m_prefix.filePath("error.log"));
+    return m_process.readAllStandardError() + ReadFile(m_prefix.filePath("error.log"));
 }
 
 bool NginxServer::WaitUntilItAccepts()

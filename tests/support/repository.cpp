@@ -1,11 +1,9 @@
 #include "support/repository.h"
 
-#include "support/file_bytes.h"
-#include "support/installation.h"
+#include "support/files.h"
 
 #include <QDateTime>
 #include <QDir>
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 

@@ -5,7 +5,6 @@
 // be the remote one.
 
 #include "app/datasingleton.h"
-#include "support/file_bytes.h"
 #include "support/installation.h"
 #include "support/nginx_server.h"
 #include "transfer/filedownloader.h"

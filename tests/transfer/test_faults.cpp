@@ -1,16 +1,8 @@
 #include "app/datasingleton.h"
-#include "support/file_bytes.h"
 #include "support/installation.h"
-#include "support/quiet_test.h"
 #include "support/scripted_server.h"
-#include "support/table.h"
-#include "support/test_class.h"
+#include "support/test.h"
 #include "transfer/filedownloader.h"
-
-#include <QNetworkAccessManager>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
 
 #include <csignal>
 #include <sys/resource.h>

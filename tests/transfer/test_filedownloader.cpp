@@ -1,24 +1,8 @@
 #include "app/datasingleton.h"
-#include "support/file_bytes.h"
 #include "support/installation.h"
 #include "support/nginx_server.h"
-#include "support/quiet_test.h"
-#include "support/table.h"
-#include "support/test_class.h"
+#include "support/test.h"
 #include "transfer/filedownloader.h"
-
-#include <QDateTime>
-#include <QDir>
-#include <QNetworkAccessManager>
-#include <QNetworkProxy>
-#include <QNetworkReply>
-#include <QRandomGenerator>
-#include <QSignalSpy>
-#include <QSslCipher>
-#include <QSslConfiguration>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QThread>
 
 namespace {
 

@@ -1,11 +1,6 @@
-#include "support/file_bytes.h"
 #include "support/installation.h"
-#include "support/table.h"
-#include "support/test_class.h"
+#include "support/test.h"
 #include "transfer/filedownloader.h"
-
-#include <QTemporaryDir>
-#include <QTest>
 
 namespace {
 

@@ -5,6 +5,9 @@
 /// What names the version of a file where it does not matter which.
 const QString kStamp = "2024-05-01T12:30:45.000Z";
 
+bool WriteFile(const QString &path, const QByteArray &bytes); // makes the folders in front of it
+QByteArray ReadFile(const QString &path);
+
 /// The same for the same size, and different from place to place.
 QByteArray RandomBytes(int size);
 

@@ -1,19 +1,24 @@
-#include "support/file_bytes.h"
+#include "support/files.h"
 
+#include <QDataStream>
+#include <QDir>
 #include <QRandomGenerator>
 
 #include <algorithm>
 #include <numeric>
 
-namespace {
-QByteArray LittleEndian(qint64 value)
+bool WriteFile(const QString &path, const QByteArray &bytes)
 {
-    QByteArray bytes;
-    for (int shift = 0; shift < 64; shift += 8)
-        bytes += static_cast<char>(value >> shift);
-    return bytes;
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
-} // namespace
+
+QByteArray ReadFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
 
 QByteArray RandomBytes(int size)
 {
@@ -37,5 +42,9 @@ QByteArray PartialFile(const QByteArray &data, const QString &stamp)
 
 QByteArray Tail(qint64 sum, qint64 length, const QString &stamp)
 {
-    return LittleEndian(sum) + LittleEndian(length) + stamp.toLatin1();
+    QByteArray bytes;
+    QDataStream numbers(&bytes, QIODevice::WriteOnly);
+    numbers.setByteOrder(QDataStream::LittleEndian);
+    numbers << sum << length;
+    return bytes + stamp.toLatin1();
 }

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QtNetwork>
+#include <QtTest>
+#include <QtWidgets>
+
+#include <memory>
+
+/// A test class that fails if Qt, or the code under test through qWarning() and its like, would
+/// have written to the console.
+///
+/// The programs write nothing there in any path. A class with slots of its own of these names calls
+/// these from there.
+class QuietTest : public QObject
+{
+    Q_OBJECT
+
+protected slots:
+    /// Replaces Qt's message handler, Qt Test's own included, until the program ends.
+    void initTestCase();
+    void cleanup();
+};
+
+/// A data table: it is made with the names of its columns, and called with the values of a row.
+///
+///     const Table<QString, int> row("text", "length");
+///     row("empty", "", 0);
+template <typename... Types> class Table
+{
+public:
+    template <typename... Names> explicit Table(Names... names)
+    {
+        (QTest::addColumn<Types>(names), ...);
+    }
+
+    void operator()(const QByteArray &name, const Types &...values) const
+    {
+        (QTest::newRow(name) << ... << values);
+    }
+};
+
+using MakeTest = std::unique_ptr<QObject> (*)();
+
+/// Has the test program make an object of a test class when it is asked for the class by the name
+/// of its \a source, without folder and suffix.
+bool AddTestClass(const QString &source, MakeTest make);
+
+/// Stands below a test class, in its source.
+#define ZEFT_TEST(CLASS)                                                                           \
+    static const bool s_has##CLASS = AddTestClass(                                                 \
+        __FILE__, []() -> std::unique_ptr<QObject> { return std::make_unique<CLASS>(); });
