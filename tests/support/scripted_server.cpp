@@ -13,9 +13,9 @@ ScriptedServer::ScriptedServer(const QByteArray &file)
     m_server.listen(QHostAddress::LocalHost);
 }
 
-QString ScriptedServer::Url(const QString &scheme) const
+QString ScriptedServer::Url() const
 {
-    return QString("%1://127.0.0.1:%2/a.zip").arg(scheme).arg(m_server.serverPort());
+    return QString("http://127.0.0.1:%1/a.zip").arg(m_server.serverPort());
 }
 
 QByteArray ScriptedServer::Head(const QByteArray &status, const QByteArray &headers)
@@ -38,8 +38,7 @@ void ScriptedServer::Read(QTcpSocket *socket)
 {
     QByteArray &request = m_requests[socket];
     request += socket->readAll();
-    const bool hand_shake = request.startsWith('\x16'); // TLS, for which the script has garbage
-    if (!hand_shake && !request.endsWith("\r\n\r\n"))
+    if (!request.endsWith("\r\n\r\n"))
         return;
     const QByteArray range =
         QRegularExpression("\r\nRange: ([^\r]*)").match(request).captured(1).toLatin1();

@@ -33,8 +33,7 @@ public:
 
     explicit ScriptedServer(const QByteArray &file);
 
-    /// The file's address. Only "http" is spoken.
-    QString Url(const QString &scheme = "http") const;
+    QString Url() const; // of the file
     void SetScript(const QList<Answer> &script) { m_script = script; }
     /// Lets connections end when the client has what it is to have: Qt drops what is still on its
     /// way through its own buffers.

@@ -68,14 +68,16 @@ private slots:
     void ProbesAgainAfterAFault_data();
     void ProbesAgainAfterAFault();
     void AsksAgainAsLongAsTheServerStalls();
-    void LeavesADamagedFileAlone_data();
     void LeavesADamagedFileAlone();
     void EndsAPauseThatWasTooLong();
     void SurvivesAFullDisk_data();
     void SurvivesAFullDisk();
+    void KeepsOnlyWhatTheTailProves_data();
+    void KeepsOnlyWhatTheTailProves();
+    void StoresTheStampInTwentyFourCharacters();
 
 private:
-    enum Method { Get, GetToMemory, GetByTls, Head };
+    enum Method { Get, GetToMemory, Head };
 
     QString Path() const { return m_dir.filePath("a.zip.dnl"); }
     QByteArray FileBytes() const { return ReadFile(Path()); }
@@ -111,10 +113,8 @@ void TestFaults::cleanup()
 /// With a tick that is fast enough for a test.
 void TestFaults::Start(FileDownloader &transfer, int method, int patience)
 {
-    const QString url = m_server->Url(method == GetByTls ? "https" : "http");
-    const bool to_file = method == Get || method == GetByTls;
-    QVERIFY(transfer.Start(m_manager.data(), url, method == Head, kSize, to_file ? Path() : "",
-                           kStamp, true, patience, nullptr));
+    QVERIFY(transfer.Start(m_manager.data(), m_server->Url(), method == Head, kSize,
+                           method == Get ? Path() : "", kStamp, true, patience, nullptr));
     transfer.m_timer.setInterval(20);
 }
 
@@ -146,12 +146,13 @@ void TestFaults::EndsAsItMust_data()
     const QByteArray &all = m_content;
     const Answer silence = {};
     const Script silence_for_ever = Times(9, silence);
-
+    const auto stalls = [&](const char *name, int method, const Answer &first) {
+        row(name, kOneStall, method, 0, {first}, "", all);
+    };
     row("never answers", kShort, Get, 0, silence_for_ever, "Remote response timeout.", kNothing);
-    row("stalls once", kOneStall, Get, 0, {{Ok(all.left(1234567))}}, "", all);
-    row("stalls before the first byte", kOneStall, Get, 0, {silence}, "", all);
-    row("stalls in the middle of an error page", kOneStall, Get, 0, {{Page("503 Busy").chopped(9)}},
-        "", all);
+    stalls("stalls once", Get, {Ok(all.left(1234567))});
+    stalls("stalls before the first byte", Get, silence);
+    stalls("stalls in the middle of an error page", Get, {Page("503 Busy").chopped(9)});
     // So little that it comes in one piece: of several pieces, Qt may or may not report the
     // progress of the last one.
     const QByteArray percent = all.left(kSize / 100);
@@ -159,74 +160,55 @@ void TestFaults::EndsAsItMust_data()
         Script{{Ok(percent)}} + silence_for_ever, "Remote response timeout.", percent);
     row("trickles", kShort, Get, 0, {{Ok(all), ScriptedServer::KeepOpen, 5000}}, "", all);
 
+    const auto get = [&](const QByteArray &name, int held, const Script &script,
+                         const QString &error, const QByteArray &data) {
+        row(name, kLong, Get, held, script, error, data);
+    };
     // Four times, as Qt repeats a request up to three times by itself where the connection closes
     // before it has read the head.
+    const auto ends = [&](const QByteArray &name, int held, const Answer &answer, int kept) {
+        get(name, held, Times(4, answer), "Connection closed", all.left(kept));
+    };
     for (const int count : {0, 1, 39, 40, 41, 999999, 1000000, 1000001}) {
         const QByteArray at = " at byte " + QByteArray::number(count);
-        const QByteArray part = Ok(all.left(count));
-        row("closed" + at, kLong, Get, 0, Times(4, {part, ScriptedServer::Close}),
-            "Connection closed", all.left(count));
-        row("reset" + at, kLong, Get, 0, Times(4, {part, ScriptedServer::Reset}),
-            "Connection closed", all.left(count));
+        ends("closed" + at, 0, {Ok(all.left(count)), ScriptedServer::Close}, count);
+        ends("reset" + at, 0, {Ok(all.left(count)), ScriptedServer::Reset}, count);
     }
-    row("closed without a word", kLong, Get, 1000, Times(4, {"", ScriptedServer::Close}),
-        "Connection closed", all.left(1000));
-    row("a length beyond all bounds", kLong, Get, 1000,
-        Times(4, {ScriptedServer::Head("206 Part", "Content-Length: 9223372036854775807")
-                      + all.mid(1000, 9),
-                  ScriptedServer::Close}),
-        "Connection closed", all.left(1009));
-    row("no HTTP", kLong, Get, 1000, Times(4, {"garbage\r\n\r\n"}), "Connection closed",
-        all.left(1000));
+    ends("closed without a word", 1000, {"", ScriptedServer::Close}, 1000);
+    ends(
+        "a length beyond all bounds", 1000,
+        {ScriptedServer::Head("206 Part", "Content-Length: 9223372036854775807") + all.mid(1000, 9),
+         ScriptedServer::Close},
+        1009);
 
     const QByteArray unknown_length = ScriptedServer::Head("200 OK", "Connection: close");
-    row("no Content-Length", kLong, Get, 0, {{unknown_length + all, ScriptedServer::Close}}, "",
-        all);
-    // Nobody can tell the cut here but the caller, who knows the size.
-    row("no Content-Length, cut", kLong, Get, 0,
-        {{unknown_length + all.left(1000), ScriptedServer::Close}}, "", all.left(1000));
-    row("chunked", kLong, Get, 0,
+    get("no Content-Length", 0, {{unknown_length + all, ScriptedServer::Close}}, "", all);
+    get("chunked", 0,
         {{ScriptedServer::Head("200 OK", "Transfer-Encoding: chunked")
           + QByteArray::number(kSize, 16) + "\r\n" + all + "\r\n0\r\n\r\n"}},
         "", all);
 
-    const QByteArray login = "Location: /login";
-    row("redirect", kLong, Get, 1000, {{Page("302 Found", login)}}, "%1 - server replied: Found",
+    get("redirect", 1000, {{Page("302 Found", "Location: /login")}}, "%1 - server replied: Found",
         all.left(1000));
-    for (const char *status : {"403 Forbidden", "404 Not Found", "500 Broken", "503 Busy"})
-        row(status, kLong, Get, 1000, {{Page(status)}},
-            "%1 - server replied: " + QString(status).mid(4), all.left(1000));
-    row("401", kLong, Get, 1000, {{Page("401 Unauthorized", "WWW-Authenticate: Basic realm=x")}},
-        "Host requires authentication", all.left(1000));
+    get("error page", 1000, {{Page("404 Not Found")}}, "%1 - server replied: Not Found",
+        all.left(1000));
 
-    row("has everything already", kLong, Get, kSize, {}, "", all);
-    row("has more than there is", kLong, Get, 1000,
-        {{Page("416 No Such Range", "Content-Range: bytes */999")}},
+    get("has more than there is", 1000, {{Page("416 No Such Range", "Content-Range: bytes */999")}},
         "%1 - server replied: No Such Range", kNothing);
-    row("range answered by its part, unnamed", kLong, Get, 1000, {{Part("", all.mid(1000))}}, "",
-        all);
-    row("range answered by the whole", kLong, Get, 1000, {{Ok(all)}}, "", all.left(1000) + all);
-    row("range answered by other content", kLong, Get, 1000,
-        {{Part("bytes 1000-1002/1003", "abc")}}, "", all.left(1000) + "abc");
-    row("range answered by another range, not waited for", kLong, Get, 1000,
+    get("range answered by its part, unnamed", 1000, {{Part("", all.mid(1000))}}, "", all);
+    get("range answered by the whole", 1000, {{Ok(all)}}, "", all.left(1000) + all);
+    get("range answered by another range, not waited for", 1000,
         {{Part("bytes 999-1999/2000", all.mid(999, 1001)).chopped(1)}},
         "Server sent another part of the file", kNothing);
-    row("compressed against our wish", kLong, Get, 0,
+    get("compressed against our wish", 0,
         {{ScriptedServer::Head("200 OK", "Content-Encoding: gzip\r\n" + Length(3)) + "abc"}}, "",
         "abc");
-    row("broken hand-shake", kLong, GetByTls, 3, Times(4, {"no TLS here"}), "SSL handshake failed",
-        all.left(3));
 
-    row("memory: stalls", kOneStall, GetToMemory, 0, {{Ok(all.left(1234567))}}, "", all);
-    row("memory: stalls in the middle of an error page", kOneStall, GetToMemory, 0,
-        {{Page("503 Busy").chopped(9)}}, "", all);
-    row("memory: stalls behind the end", kOneStall, GetToMemory, 0, {{unknown_length + all}}, "",
-        all);
+    stalls("memory: stalls", GetToMemory, {Ok(all.left(1234567))});
+    stalls("memory: stalls behind the end", GetToMemory, {unknown_length + all});
     row("memory: without an end", kLong, GetToMemory, 0,
         {{unknown_length + QByteArray(65000000, 'x')}}, "The answer is too long.", kNothing);
-    row("memory: cut", kLong, GetToMemory, 0, Times(4, {Ok(all.left(1000)), ScriptedServer::Close}),
-        "Connection closed", all.left(1000));
-    row("memory: 404", kLong, GetToMemory, 0, {{Page("404 Not Found")}},
+    row("memory: error page", kLong, GetToMemory, 0, {{Page("404 Not Found")}},
         "%1 - server replied: Not Found", kNothing);
 }
 
@@ -254,7 +236,7 @@ void TestFaults::EndsAsItMust()
 
     init(); // as another run would
     FileDownloader next(nullptr);
-    Run(next, method == GetByTls ? Get : method, kLong);
+    Run(next, method);
     QCOMPARE(m_server->Ranges().value(0),
              resumable ? "bytes=" + QByteArray::number(data.size()) + "-" : kNothing);
     QCOMPARE(next.m_error, QString());
@@ -271,9 +253,6 @@ void TestFaults::ProbesAgainAfterAFault_data()
     const QByteArray refused = ScriptedServer::Head("405 Not Here", Length(0));
     const QByteArray moved = ScriptedServer::Head("302 Found", "Location: /\r\n" + Length(9));
     const QString error = "%1 - server replied: ";
-    row("none", kLong, {{good}}, "", "5", kStamp);
-    row("connection closed between the two", kLong, {{good, ScriptedServer::Close}}, "", "5",
-        kStamp);
     row("connection closed at the second one", kLong, {{good}, {"", ScriptedServer::Close}}, "",
         "5", kStamp);
     row("no length, no date", kLong, {{bare, ScriptedServer::Close}}, "", "", "");
@@ -327,29 +306,18 @@ void TestFaults::AsksAgainAsLongAsTheServerStalls()
         QCOMPARE(range, "bytes=" + QByteArray::number(held) + "-");
 }
 
-void TestFaults::LeavesADamagedFileAlone_data()
-{
-    const Table<bool> row("pause");
-    row("while data arrives", false);
-    row("at a pause", true);
-}
-
 void TestFaults::LeavesADamagedFileAlone()
 {
-    QFETCH(bool, pause);
     FileDownloader transfer(nullptr);
     QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
     m_server->SetScript({{Ok(m_content.left(1234567))}});
     Start(transfer);
     QTRY_COMPARE_WITH_TIMEOUT(FileBytes().size(), 1000040, kHang);
     QVERIFY(QFile::resize(Path(), 1000000)); // by somebody else
-    transfer.m_timeout = kShort;
-    if (pause) {
-        transfer.Pause();
-        QCOMPARE(transfer.m_error, QString("File data corrupted."));
-        QCOMPARE(finished.count(), 0);
-        transfer.Resume();
-    }
+    transfer.Pause();
+    QCOMPARE(transfer.m_error, QString("File data corrupted."));
+    QCOMPARE(finished.count(), 0);
+    transfer.Resume();
     QVERIFY(finished.wait(kHang));
     QCOMPARE(finished.count(), 1);
     QCOMPARE(transfer.m_error, QString("File data corrupted."));
@@ -414,6 +382,66 @@ void TestFaults::SurvivesAFullDisk()
     QVERIFY(FileBytes() == m_content);
 }
 
-ZEFT_TEST(TestFaults)
+void TestFaults::KeepsOnlyWhatTheTailProves_data()
+{
+    const Table<QByteArray, qint64, qint64, QString> row("bytes", "sum", "kept", "stamp");
+    const QByteArray good = "abc" + Tail(294, 3, kStamp);
+    row("whole", good, 294, 3, kStamp);
+    row("any version will do", good, 294, 3, "");
+    row("bytes above 127", "\xff\xfe" + Tail(509, 2, kStamp), 509, 2, kStamp);
+    row("data changed", "abd" + Tail(294, 3, kStamp), 294, 0, kStamp);
+    row("other version of the file", good, -1, 0, "2024-05-01T12:30:46.000Z");
+    row("other letter case", good, -1, 0, kStamp.toLower());
+    row("short stamp, stored longer", "abc" + Tail(294, 3, "2024-05-01T12:30:4500000"), -1, 0,
+        "2024-05-01T12:30:45");
+    row("cut", good.chopped(1), -1, 0, kStamp);
+    row("length beyond 32 bits", "abc" + Tail(294, 3 + (qint64(1) << 32), kStamp), -1, 0, kStamp);
+    row("negative sum", "abc" + Tail(-294, 3, kStamp), -294, 0, kStamp);
+    row("only zeros", QByteArray(3, '\0') + Tail(0, 3, kStamp), 0, 0, kStamp);
+    row("tail alone", Tail(0, 0, kStamp), 0, 0, kStamp);
+    row("no room for a tail", QByteArray(39, 'x'), 0, 0, kStamp);
+}
 
+void TestFaults::KeepsOnlyWhatTheTailProves()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(qint64, sum); // that the tail states; -1: not a tail
+    QFETCH(QString, stamp);
+    QFile file(Path());
+    QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), stamp), qint64(0)); // no file
+    QVERIFY(WriteFile(Path(), bytes));
+    QTEST(FileDownloader::GetDownloadedFileDetails(Path(), stamp), "kept");
+    QCOMPARE(FileBytes(), bytes);
+    QVERIFY(file.open(QFile::ReadWrite));
+    QCOMPARE(FileDownloader::ReadTailBytes(file, stamp, true), sum);
+    file.close();
+    const bool has_tail = bytes.size() >= 40 && sum != -1;
+    QCOMPARE(FileBytes(), bytes.chopped(has_tail ? 40 : 0));
+}
+
+void TestFaults::StoresTheStampInTwentyFourCharacters()
+{
+    const QString euro = QString::fromUtf8("\u20ac");
+    const std::tuple<QString, QByteArray, QString> rows[] = {
+        {"", QByteArray(24, '0'), ""},
+        {"abc", "abc" + QByteArray(21, '0'), "abc" + QString(21, '0')},
+        {kStamp + "more", kStamp.toLatin1(), kStamp},
+        {euro, "?" + QByteArray(23, '0'), euro + QString(23, '0')},
+    };
+    for (const auto &[stamp, stored, changed] : rows) {
+        unsigned char data[] = {'b', 'c'};
+        QString own_stamp = stamp;
+        QFile file(Path());
+        QVERIFY(file.open(QFile::ReadWrite | QFile::Truncate));
+        FileDownloader::AddTailBytes(file, own_stamp, 97, data, 2);
+        QCOMPARE(file.size(), qint64(0)); // nothing to prove
+        file.write("abc");
+        FileDownloader::AddTailBytes(file, own_stamp, 97, data, 2);
+        file.close();
+        QCOMPARE(FileBytes(), "abc" + Tail(294, 3, stored));
+        QCOMPARE(own_stamp, changed);
+    }
+}
+
+ZEFT_TEST(TestFaults)
 #include "test_faults.moc"

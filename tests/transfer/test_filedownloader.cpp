@@ -27,18 +27,14 @@ private slots:
     void init();
     void cleanup();
     void SetsTheTlsDefault();
-    void SetsTheProxy_data();
     void SetsTheProxy();
     void Fetches_data();
     void Fetches();
-    void Fails_data();
     void Fails();
     void StartsOnce();
     void PausesAndGoesOn();
-    void Aborts_data();
     void Aborts();
     void DropsDataThatIsNotWanted();
-    void MayBeDeletedAtAnyTime_data();
     void MayBeDeletedAtAnyTime();
     void KeepsEveryByteInABusyLoop();
     void LeavesNothingBehind();
@@ -128,30 +124,19 @@ void TestFileDownloader::SetsTheTlsDefault()
     QVERIFY(!set.ciphers().isEmpty() && set.ciphers() == QSslConfiguration::supportedCiphers());
 }
 
-void TestFileDownloader::SetsTheProxy_data()
-{
-    const Table<int, QString, QNetworkProxy> row("type", "port", "proxy");
-    using Proxy = QNetworkProxy;
-    const auto http = [](quint16 port) {
-        return Proxy(Proxy::HttpProxy, "proxy.test", port, "me", "secret");
-    };
-    row("none", 0, "8080", Proxy(Proxy::NoProxy));
-    row("manual", 2, "8080", http(8080));
-    row("any other type is manual", -1, "8080", http(8080));
-    row("port cut to 16 bits", 2, "70000", http(4464));
-    row("port that is no number", 2, "80a", http(0));
-}
-
 void TestFileDownloader::SetsTheProxy()
 {
-    QFETCH(int, type);
-    QFETCH(QString, port);
-    FileDownloader::SetApplicationProxy(1, "proxy.test", port, "me", "secret");
-    QVERIFY(QNetworkProxyFactory::usesSystemConfiguration());
-    FileDownloader::SetApplicationProxy(type, "proxy.test", port, "me", "secret");
-    QVERIFY(!QNetworkProxyFactory::usesSystemConfiguration());
-    QTEST(QNetworkProxy::applicationProxy(), "proxy");
-    QNetworkProxy::setApplicationProxy(QNetworkProxy::NoProxy);
+    const std::pair<const char *, quint16> ports[] = {{"8080", 8080}, {"70000", 4464}, {"80a", 0}};
+    for (const auto &[text, port] : ports) {
+        FileDownloader::SetApplicationProxy(1, "proxy.test", text, "me", "secret");
+        QVERIFY(QNetworkProxyFactory::usesSystemConfiguration());
+        FileDownloader::SetApplicationProxy(-1, "proxy.test", text, "me", "secret"); // a manual one
+        QVERIFY(!QNetworkProxyFactory::usesSystemConfiguration());
+        QCOMPARE(QNetworkProxy::applicationProxy(),
+                 QNetworkProxy(QNetworkProxy::HttpProxy, "proxy.test", port, "me", "secret"));
+    }
+    FileDownloader::SetApplicationProxy(0, "proxy.test", "8080", "me", "secret");
+    QCOMPARE(QNetworkProxy::applicationProxy(), QNetworkProxy(QNetworkProxy::NoProxy));
 }
 
 void TestFileDownloader::Fetches_data()
@@ -205,31 +190,26 @@ void TestFileDownloader::Fetches()
              qPrintable(line));
 }
 
-void TestFileDownloader::Fails_data()
-{
-    const Table<QString, QString, bool, QString> row("url", "path", "started", "error");
-    row("no such directory", "https://localhost/a.zip", m_dir.filePath("none/a.zip"), false,
-        "No such file or directory");
-    row("a folder, not redirected to", m_fast.Url() + "/folder", Path(), true,
-        "Error transferring " + m_fast.Url() + "/folder - server replied: Not Found");
-    row("no protocol", "a.zip", Path(), true, "Protocol \"\" is unknown");
-    row("no server", "https://127.0.0.1:1/a.zip", Path(), true, "Connection refused");
-}
-
 void TestFileDownloader::Fails()
 {
-    QFETCH(QString, url);
-    QFETCH(QString, path);
-    QFETCH(bool, started);
-    FileDownloader transfer(m_parent.data());
-    QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
-    // A null manager is one more that must leave nothing behind.
-    QTEST(transfer.Start(nullptr, url, false, kSlowSize, path, kStamp, true, kTimeout, nullptr),
-          "started");
-    QCOMPARE(transfer.m_timer.isActive(), started);
-    if (started)
+    const QString folder = m_fast.Url() + "/folder"; // where the server might redirect
+    const std::pair<QString, QString> rows[] = {
+        {folder, "Error transferring " + folder + " - server replied: Not Found"},
+        {"a.zip", "Protocol \"\" is unknown"},
+        {"https://127.0.0.1:1/a.zip", "Connection refused"},
+    };
+    for (const auto &[url, error] : rows) {
+        FileDownloader transfer(m_parent.data());
+        // A null manager is one more that must leave nothing behind.
+        QVERIFY(transfer.Start(nullptr, url, false, 1, Path(), kStamp, true, kTimeout, nullptr));
         Wait(&transfer);
-    QTEST(transfer.m_error, "error");
+        QCOMPARE(transfer.m_error, error);
+    }
+    FileDownloader transfer(m_parent.data());
+    const QString nowhere = m_dir.filePath("none/a.zip");
+    QVERIFY(!transfer.Start(nullptr, folder, false, 1, nowhere, kStamp, true, kTimeout, nullptr));
+    QVERIFY(!transfer.m_timer.isActive());
+    QCOMPARE(transfer.m_error, QString("No such file or directory"));
 }
 
 void TestFileDownloader::StartsOnce()
@@ -263,27 +243,21 @@ void TestFileDownloader::PausesAndGoesOn()
     QTRY_VERIFY(m_slow.AccessLog().last().contains(QString("206 range=\"bytes=%1-\"").arg(held)));
 }
 
-void TestFileDownloader::Aborts_data()
-{
-    const Table<bool> row("remove_data");
-    row("data kept", false);
-    row("data removed", true);
-}
-
 void TestFileDownloader::Aborts()
 {
-    QFETCH(bool, remove_data);
-    FileDownloader *transfer = StartSlowly();
-    QTRY_VERIFY(transfer->m_percent > 30);
-    QSignalSpy finished(transfer, &FileDownloader::SignalDownloadFinished);
-    transfer->Abort(remove_data);
-    transfer->Abort(true); // comes too late
-    QCOMPARE(finished.count(), 1);
-    QCOMPARE(transfer->m_error, QString("Operation canceled"));
-    QCOMPARE(transfer->m_percent, -1.0F);
-    QCOMPARE(QFile::exists(Path()), !remove_data);
-    const qint64 held = FileDownloader::GetDownloadedFileDetails(Path(), kStamp);
-    QVERIFY(remove_data ? held == 0 : held > kSlowSize / 4);
+    for (const bool remove_data : {false, true}) {
+        FileDownloader *transfer = StartSlowly();
+        QTRY_VERIFY(transfer->m_percent > 30);
+        QSignalSpy finished(transfer, &FileDownloader::SignalDownloadFinished);
+        transfer->Abort(remove_data);
+        transfer->Abort(true); // comes too late
+        QCOMPARE(finished.count(), 1);
+        QCOMPARE(transfer->m_error, QString("Operation canceled"));
+        QCOMPARE(transfer->m_percent, -1.0F);
+        QCOMPARE(QFile::exists(Path()), !remove_data);
+        const qint64 held = FileDownloader::GetDownloadedFileDetails(Path(), kStamp);
+        QVERIFY(remove_data ? held == 0 : held > kSlowSize / 4);
+    }
 }
 
 void TestFileDownloader::DropsDataThatIsNotWanted()
@@ -297,35 +271,23 @@ void TestFileDownloader::DropsDataThatIsNotWanted()
     QVERIFY(!QFile::exists(Path()));
 }
 
-void TestFileDownloader::MayBeDeletedAtAnyTime_data()
-{
-    const Table<QByteArray> row("signal");
-    row("in its finish", QByteArray(SIGNAL(SignalDownloadFinished(FileDownloader *))));
-    row("in its progress",
-        QByteArray(SIGNAL(SignalDownloadProgress(FileDownloader *, qint64, qint64))));
-    row("after its manager", QByteArray());
-}
-
 void TestFileDownloader::MayBeDeletedAtAnyTime()
 {
-    QFETCH(QByteArray, signal);
-    QPointer<FileDownloader> transfer = StartSlowly();
-    if (signal.isEmpty()) {
-        QTRY_VERIFY(transfer->m_percent > 30);
-        m_manager.reset();
-        delete transfer;
-        QVERIFY(FileDownloader::GetDownloadedFileDetails(Path(), kStamp) >= 1000000);
-        return;
-    }
-    QSignalSpy sent(transfer, signal);
+    QPointer<FileDownloader> transfer;
     const auto destroy = [&] { delete transfer; };
-    if (signal.contains("Finished"))
-        connect(transfer, &FileDownloader::SignalDownloadFinished, this, destroy);
-    else
-        connect(transfer, &FileDownloader::SignalDownloadProgress, this, destroy);
+    transfer = StartSlowly();
+    connect(transfer, &FileDownloader::SignalDownloadFinished, this, destroy);
     QTRY_VERIFY(!transfer);
-    QCOMPARE(sent.count(), 1);
+    transfer = StartSlowly();
+    connect(transfer, &FileDownloader::SignalDownloadProgress, this, destroy);
+    QTRY_VERIFY(!transfer);
     QTRY_VERIFY(m_manager->findChildren<QNetworkReply *>().isEmpty());
+
+    transfer = StartSlowly();
+    QTRY_VERIFY(transfer->m_percent > 30);
+    m_manager.reset();
+    delete transfer;
+    QVERIFY(FileDownloader::GetDownloadedFileDetails(Path(), kStamp) >= 1000000);
 }
 
 void TestFileDownloader::KeepsEveryByteInABusyLoop()
