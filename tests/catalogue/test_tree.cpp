@@ -154,14 +154,12 @@ void TestTree::SortsRecordsAndTellsTheirStatus()
              QStringList({"same.zip [0.0 KB]", "pressed.zip [0.0 KB]"}));
     QStringList records;
     for (const DN_FILE_STRUCT *record : window->records)
-        records.append(
-            QString("%1 %2 %3").arg(record->status).arg(record->version, ComponentDir(*record)));
-    QCOMPARE(records, QStringList({"7 2024-05-01 " + installation.Path("same"),
-                                   "2 2024-05-01 " + installation.Path("hardware/old"),
-                                   "1 2024-05-01 " + installation.Path("wrong"),
-                                   "5 2024-05-01 " + installation.Path("complete"),
-                                   "1  " + installation.Path("partial"),
-                                   "3  " + installation.Path("pressed")}));
+        records.append(record->version + '|' + ComponentDir(*record).remove(installation.Path(""))
+                       + '|' + StatusText(record->status, 0));
+    QCOMPARE(records,
+             QStringList({"2024-05-01|/same|Installed", "2024-05-01|/hardware/old|Update Available",
+                          "2024-05-01|/wrong|Not Installed", "2024-05-01|/complete|Install Pending",
+                          "|/partial|Not Installed", "|/pressed|Download Pending"}));
     QCOMPARE(QDir(installation.Path("downloads")).entryList(QDir::Files),
              QStringList("complete.zip"));
     QCOMPARE(

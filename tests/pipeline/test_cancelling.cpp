@@ -95,7 +95,6 @@ bool Reach(Stage stage, Installation &installation)
 void TestCancelling::initTestCase()
 {
     QuietTest::initTestCase();
-    QVERIFY2(m_server.Start(), qPrintable(m_server.Errors()));
     for (const QString stem : {"t", "o", "p"}) {
         Files files = {{stem + ".tar/version.info", "build:2024.05.01"},
                        {stem + ".tar/noise", RandomBytes(kNoiseSize)}};

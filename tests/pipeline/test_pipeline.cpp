@@ -9,7 +9,6 @@ class TestPipeline : public QuietTest
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void init() { m_installation = std::make_unique<Installation>(); }
     void cleanup();
 
@@ -54,13 +53,6 @@ Files Tree(const QString &dir)
 }
 
 } // namespace
-
-void TestPipeline::initTestCase()
-{
-    QuietTest::initTestCase();
-    QVERIFY2(m_server.Start(), qPrintable(m_server.Errors()));
-    QVERIFY2(m_slow_server.Start(), qPrintable(m_slow_server.Errors()));
-}
 
 void TestPipeline::cleanup()
 {
@@ -269,7 +261,6 @@ void TestPipeline::ReportsWhatFails()
 void TestPipeline::StopsATransferWithoutAnEnd()
 {
     NginxServer server(m_site.path(), 100000000);
-    QVERIFY2(server.Start(), qPrintable(server.Errors()));
     QVERIFY(Serve(server, {{"big.zip", {{"big/x", "x"}}}}));
     QVERIFY(QFile::resize(m_site.filePath("zeft/" + kCore + "/big.zip"), 500000000));
     DN_FILE_STRUCT *record = m_installation->Record("big.zip");

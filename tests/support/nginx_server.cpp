@@ -2,54 +2,36 @@
 
 #include "support/files.h"
 
-#include <QElapsedTimer>
 #include <QTcpServer>
 #include <QTcpSocket>
 
-namespace {
-const int kStartLimitMs = 10000;
-const int kStopLimitMs = 5000;
-
-quint16 FreePort()
+NginxServer::NginxServer(const QString &document_root, int bytes_per_second)
 {
     QTcpServer probe;
     probe.listen(QHostAddress::LocalHost);
-    return probe.serverPort();
-}
-} // namespace
-
-NginxServer::NginxServer(const QString &document_root, int bytes_per_second)
-    : m_documentRoot(document_root)
-    , m_bytesPerSecond(bytes_per_second)
-{
+    m_port = probe.serverPort(); // a free one
+    probe.close();
+    m_process.start(ZEFT_SERVE_SCRIPT, {document_root, m_prefix.path(), QString::number(m_port),
+                                        QString::number(bytes_per_second)});
+    QTcpSocket socket;
+    do {
+        m_process.waitForFinished(10);
+        if (m_process.state() == QProcess::NotRunning)
+            qFatal("%s%s", m_process.readAllStandardError().constData(),
+                   ReadFile(m_prefix.filePath("error.log")).constData());
+        socket.connectToHost(QHostAddress::LocalHost, m_port);
+    } while (!socket.waitForConnected());
 }
 
 NginxServer::~NginxServer()
 {
-    Stop();
-}
-
-bool NginxServer::Start()
-{
-    if (m_port == 0)
-        m_port = FreePort();
-    m_process.start(ZEFT_SERVE_SCRIPT, {m_documentRoot, m_prefix.path(), QString::number(m_port),
-                                        QString::number(m_bytesPerSecond)});
-    return m_process.waitForStarted() && WaitUntilItAccepts();
-}
-
-void NginxServer::Stop()
-{
     m_process.terminate();
-    if (!m_process.waitForFinished(kStopLimitMs)) {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
+    m_process.waitForFinished();
 }
 
-QString NginxServer::Url(const QString &host) const
+QString NginxServer::Url() const
 {
-    return QString("https://%1:%2").arg(host).arg(m_port);
+    return QString("https://localhost:%1").arg(m_port);
 }
 
 QStringList NginxServer::AccessLog() const
@@ -57,22 +39,4 @@ QStringList NginxServer::AccessLog() const
     QStringList lines = QString(ReadFile(m_prefix.filePath("access.log"))).split('\n');
     lines.removeLast(); // what follows the last line end
     return lines;
-}
-
-QString NginxServer::Errors()
-{
-    return m_process.readAllStandardError() + ReadFile(m_prefix.filePath("error.log"));
-}
-
-bool NginxServer::WaitUntilItAccepts()
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!clock.hasExpired(kStartLimitMs) && !m_process.waitForFinished(10)) {
-        QTcpSocket socket;
-        socket.connectToHost(QHostAddress::LocalHost, m_port);
-        if (socket.waitForConnected(100))
-            return true;
-    }
-    return false;
 }

@@ -6,9 +6,9 @@
 
 /// A private nginx that serves one directory over TLS, with the configuration of the demo.
 ///
-/// It runs from Start() to Stop() or the destructor, and no longer than the test program, however
-/// that ends. Its certificate is signed by nobody, so a client must not verify it. A stopped server
-/// can be started again and answers at the same address.
+/// It accepts connections from the constructor, which ends the program if it can't have it so, to
+/// the destructor, and no longer than the test program, however that ends. Its certificate is
+/// signed by nobody, so a client must not verify it.
 class NginxServer
 {
 public:
@@ -17,25 +17,15 @@ public:
     explicit NginxServer(const QString &document_root, int bytes_per_second = 0);
     ~NginxServer();
 
-    /// True once connections are accepted; otherwise Errors() tells why not.
-    bool Start();
-    void Stop();
-
-    quint16 Port() const { return m_port; }
-    /// "https://" and \a host with the port, without a trailing "/".
-    QString Url(const QString &host = "localhost") const;
+    /// Without a trailing "/".
+    QString Url() const;
 
     /// One line for each answered request, in the order of their ends, such as
     /// GET /a.zip 206 range="bytes=5-" sent=995 agent="...". HEAD has sent=0.
     QStringList AccessLog() const;
-    QString Errors();
 
 private:
-    bool WaitUntilItAccepts();
-
     QTemporaryDir m_prefix;
-    QString m_documentRoot;
-    int m_bytesPerSecond;
-    quint16 m_port = 0; // 0: not chosen yet
+    quint16 m_port = 0;
     QProcess m_process;
 };

@@ -66,8 +66,6 @@ void TestFileDownloader::initTestCase()
     QVERIFY(file.open(QFile::ReadWrite)
             && file.setFileTime(QDateTime::fromString(kStamp, Qt::ISODateWithMs),
                                 QFile::FileModificationTime));
-    QVERIFY2(m_fast.Start(), qPrintable(m_fast.Errors()));
-    QVERIFY2(m_slow.Start(), qPrintable(m_slow.Errors()));
     FileDownloader::SetSSLDefaultConfiguration(QSsl::AnyProtocol, QSslSocket::VerifyNone);
 }
 
