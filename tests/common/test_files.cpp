@@ -1,5 +1,6 @@
 #include "answers.h"
 #include "common/common_helper.h"
+#include "support/installation.h"
 #include "support/test.h"
 
 #include <ctime>
@@ -35,23 +36,6 @@ void MakeFiles(const QTemporaryDir &dir, const QStringList &paths)
         MakePath(dir.path(), "./" + ExtractFilePath(path));
         WriteFileData(dir.filePath(path), "");
     }
-}
-
-/// What \a ask answers while somebody presses \a button in each message box, behind their texts.
-QStringList Answered(int button, const std::function<bool()> &ask)
-{
-    QStringList talk;
-    QTimer user;
-    QObject::connect(&user, &QTimer::timeout, &user, [&] {
-        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-        if (!box || box->windowTitle() != "ZEFT" || box->buttons().size() != 2)
-            return;
-        talk.append(box->text());
-        box->button(QMessageBox::StandardButton(button))->click();
-    });
-    user.start(0);
-    const bool answer = ask();
-    return talk << (answer ? "true" : "false");
 }
 
 /// GetFileModifiedDateTime() of a file of this \a moment, where the clocks run as TZ says.
@@ -209,18 +193,19 @@ void TestFiles::AsksAndCopies_data()
 {
     AddAnswerColumns();
     const auto copy = [](const QString &source, const QString &name, bool overwrite, bool ask,
-                         int button = 0) {
+                         QMessageBox::StandardButton button = QMessageBox::NoButton) {
         const QTemporaryDir dir;
         WriteFileData(dir.filePath("f"), "new");
         WriteFileData(dir.filePath("g"), "old");
         MakePath(dir.path(), "folder");
-        const QStringList talk = Answered(button, [&] {
-            return CopyFileHelper(dir.filePath(source), dir.path(), name, overwrite, ask, nullptr);
-        });
-        return talk + QStringList(Content(dir.filePath(name)));
+        const BoxAnswers boxes({button});
+        const bool copied =
+            CopyFileHelper(dir.filePath(source), dir.path(), name, overwrite, ask, nullptr);
+        return boxes.questions
+               + QStringList({copied ? "true" : "false", Content(dir.filePath(name))});
     };
     const QString question =
-        "g already exists in destination directory. Do you want to replace it?";
+        "ZEFT: g already exists in destination directory. Do you want to replace it?";
     Row("overwrite", copy("f", "g", true, true), {"true", "new"});
     Row("Yes", copy("f", "g", false, true, QMessageBox::Yes), {question, "true", "new"});
     Row("No", copy("f", "g", false, true, QMessageBox::No), {question, "false", "old"});

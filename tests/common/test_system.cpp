@@ -13,41 +13,31 @@ private slots:
     void AnswersAboutTheNetwork() { CompareAnswers(); }
     void PreparesProcesses_data();
     void PreparesProcesses() { CompareAnswers(); }
+    void Confirms();
+    void PicksAFolder();
 };
 
-namespace {
-
 /// A packet that has this transmit timestamp and rubbish everywhere else.
-QByteArray Packet(const QByteArray &hex_timestamp)
+static QByteArray Packet(const QByteArray &hex_timestamp)
 {
     return QByteArray(40, '\xee') + QByteArray::fromHex(hex_timestamp);
 }
 
-} // namespace
-
 void TestSystem::AnswersAboutTheNetwork_data()
 {
     AddAnswerColumns();
-    const auto valid = [](const char *row, const QString &ip, bool with_port = false) {
-        Row(row, IsValidIP(ip, with_port), true);
-    };
-    const auto invalid = [](const char *row, const QString &ip, bool with_port = false) {
-        Row(row, IsValidIP(ip, with_port), false);
-    };
-    valid("numbers above 255", "256.300.1.1");
-    valid("words for numbers", "a.b.c.d");
-    invalid("negative number", "-1.2.3.4");
-    invalid("IPv4 with a port that is not asked for", "1.2.3.4:80");
-    invalid("IPv4 within IPv6", "::ffff:1.2.3.4");
-    invalid("nine groups, two of them empty", "1:2:3:4:5:6:7::");
-    valid("one word of hexadecimal digits", "abc");
-    invalid("letter beyond f", "g::1");
-    valid("group of five digits", "12345::1");
-    valid("IPv4 and its port", "1.2.3.4:80", true);
-    invalid("port 0", "1.2.3.4:0", true);
-    invalid("no port", "1.2.3.4", true);
-    valid("IPv6 and its port", "[::1]:80", true);
-    invalid("port of an IPv6 without brackets", "::1:80", true);
+    Row("numbers above 255", IsValidIP("256.300.1.1", false), true);
+    Row("words for numbers", IsValidIP("a.b.c.d", false), true);
+    Row("negative number", IsValidIP("-1.2.3.4", false), false);
+    Row("IPv4 with a port that is not asked for", IsValidIP("1.2.3.4:80", false), false);
+    Row("nine groups, two of them empty", IsValidIP("1:2:3:4:5:6:7::", false), false);
+    Row("group of five hexadecimal digits", IsValidIP("abcde::1", false), true);
+    Row("letter beyond f", IsValidIP("g::1", false), false);
+    Row("IPv4 and its port", IsValidIP("1.2.3.4:80", true), true);
+    Row("port 0", IsValidIP("1.2.3.4:0", true), false);
+    Row("no port", IsValidIP("1.2.3.4", true), false);
+    Row("IPv6 and its port", IsValidIP("[::1]:80", true), true);
+    Row("port of an IPv6 without brackets", IsValidIP("::1:80", true), false);
 
     const unsigned int host = 0xFFFFFFFF;
     const auto local = [](const QString &address, unsigned int mask, bool expected) {
@@ -149,6 +139,51 @@ void TestSystem::PreparesProcesses_data()
         supported += IsPlatformSupported(code) ? QList<int>{code} : QList<int>();
     const int own = QSysInfo::buildCpuArchitecture() == "x86_64" ? 6 : 7;
     Row("platform codes", supported, {own, 8, 10, 11, 12});
+}
+
+void TestSystem::Confirms()
+{
+    QWidget window;
+    for (const bool yes_no : {true, false}) {
+        const QString text = yes_no ? "Delete <b>?" : "";
+        const auto agree = yes_no ? QMessageBox::Yes : QMessageBox::Ok;
+        const auto refuse = yes_no ? QMessageBox::No : QMessageBox::Cancel;
+        for (const auto button : {agree, refuse, QMessageBox::NoButton}) { // the last one closes
+            QTimer::singleShot(0, &window, [&] {
+                auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+                QVERIFY(box && box->parentWidget() == &window && box->buttons().size() == 2);
+                QCOMPARE(box->windowTitle(), QString("ZEFT"));
+                QCOMPARE(box->icon(), QMessageBox::Warning);
+                QCOMPARE(box->textFormat(), Qt::PlainText);
+                QCOMPARE(box->text(), yes_no ? text : QString("Press OK to confirm your action."));
+                button ? box->button(button)->click() : void(box->close());
+            });
+            QCOMPARE(ConfirmUserAction(&window, text, yes_no), button == agree);
+        }
+    }
+}
+
+void TestSystem::PicksAFolder()
+{
+    const QTemporaryDir dir;
+    QDir(dir.path()).mkdir("a");
+    QFile::link(dir.filePath("a"), dir.filePath("link"));
+    for (const bool picks : {true, false}) {
+        QTimer::singleShot(0, this, [&] {
+            auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+            QVERIFY(dialog);
+            QCOMPARE(dialog->windowTitle(), QString("Where to"));
+            QCOMPARE(dialog->directory().path(), dir.path());
+            QVERIFY(dialog->testOption(QFileDialog::ShowDirsOnly));
+            // A listing that comes later would overwrite the name.
+            auto *model = dialog->findChild<QFileSystemModel *>();
+            QTRY_VERIFY(model->rowCount(model->index(dir.path())) > 0);
+            dialog->findChild<QLineEdit *>()->setText(dir.filePath("link"));
+            picks ? dialog->accept() : dialog->reject();
+        });
+        QCOMPARE(GetDirectoryFromUser(nullptr, dir.path(), "Where to"),
+                 picks ? QFileInfo(dir.filePath("a")).canonicalFilePath() : QString());
+    }
 }
 
 ZEFT_TEST(TestSystem)
