@@ -10,8 +10,7 @@ class TestPipeline : public QuietTest
 
 private slots:
     void init() { m_installation = std::make_unique<Installation>(); }
-    void cleanup();
-
+    void cleanup() { m_installation.reset(); }
     void TakesOneComponentAllTheWay();
     void PicksUpWhatAnEarlierRunLeft_data();
     void PicksUpWhatAnEarlierRunLeft();
@@ -53,12 +52,6 @@ Files Tree(const QString &dir)
 }
 
 } // namespace
-
-void TestPipeline::cleanup()
-{
-    m_installation.reset();
-    QuietTest::cleanup();
-}
 
 bool TestPipeline::Serve(NginxServer &server, const QMap<QString, Files> &archives,
                          const QString &date)

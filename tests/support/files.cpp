@@ -1,17 +1,21 @@
 #include "support/files.h"
 
 #include <QDataStream>
+#include <QDateTime>
 #include <QDir>
 #include <QRandomGenerator>
 
 #include <algorithm>
 #include <numeric>
 
-bool WriteFile(const QString &path, const QByteArray &bytes)
+bool WriteFile(const QString &path, const QByteArray &bytes, const QString &stamp)
 {
     QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush()
+           && (stamp.isEmpty()
+               || file.setFileTime(QDateTime::fromString(stamp, Qt::ISODateWithMs),
+                                   QFile::FileModificationTime));
 }
 
 QByteArray ReadFile(const QString &path)

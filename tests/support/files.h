@@ -5,7 +5,8 @@
 /// What names the version of a file where it does not matter which.
 const QString kStamp = "2024-05-01T12:30:45.000Z";
 
-bool WriteFile(const QString &path, const QByteArray &bytes); // makes the folders in front of it
+/// Makes the folders in front of it. An empty \a stamp is the moment.
+bool WriteFile(const QString &path, const QByteArray &bytes, const QString &stamp = QString());
 QByteArray ReadFile(const QString &path);
 
 /// The same for the same size, and different from place to place.

@@ -2,7 +2,6 @@
 
 #include "support/files.h"
 
-#include <QDateTime>
 #include <QDir>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -37,12 +36,9 @@ void Repository::Add(const QString &remote_dir, const QString &file_name, const 
 {
     const QString path = ArchivePath(remote_dir, file_name);
     PackArchive(path, files);
-    QFile archive(path);
-    archive.open(QIODevice::ReadWrite);
-    const QByteArray bytes = archive.readAll();
+    const QByteArray bytes = ReadFile(path);
     const QString stamp = date + "T12:00:00.000Z";
-    archive.setFileTime(QDateTime::fromString(stamp, Qt::ISODateWithMs),
-                        QFileDevice::FileModificationTime);
+    WriteFile(path, bytes, stamp);
     file_list += QString("8#%1#%2#%3#%4#%5\r\n")
                      .arg(file_name, remote_dir, stamp)
                      .arg(bytes.size())

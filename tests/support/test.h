@@ -6,19 +6,15 @@
 
 #include <memory>
 
-/// A test class that fails if Qt, or the code under test through qWarning() and its like, would
-/// have written to the console.
-///
-/// The programs write nothing there in any path. A class with slots of its own of these names calls
-/// these from there.
+/// A test class whose program fails if Qt, or the code under test through qWarning() and its like,
+/// writes to the console: the programs write nothing there in any path.
 class QuietTest : public QObject
 {
     Q_OBJECT
 
-protected slots:
+private slots:
     /// Replaces Qt's message handler, Qt Test's own included, until the program ends.
     void initTestCase();
-    void cleanup();
 };
 
 /// A data table: it is made with the names of its columns, and called with the values of a row.

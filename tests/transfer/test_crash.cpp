@@ -14,6 +14,7 @@
 #include <QNetworkAccessManager>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QThread>
 
 #include <cstdio>
 #include <cstdlib>
@@ -24,7 +25,6 @@ const int kKills = 30;
 const int kSize = 12000000;           // of the remote file
 const int kBytesPerSecond = 30000000; // so that a run of average length gets a part of it
 const int kLongestRun = 200;          // ms from the first data to the kill
-const int kPatience = 60000;          // ms
 const QString kFetch = "--fetch";
 const QString kWhole = "range=\"-\"";
 
@@ -58,11 +58,6 @@ int Fetch(const QString &url, const QString &path)
     return QCoreApplication::exec();
 }
 
-bool Ends(QProcess &process, int ms)
-{
-    return process.state() == QProcess::NotRunning || process.waitForFinished(ms);
-}
-
 /// One life of the process: it is killed soon after it has added to the \a held bytes of its
 /// partial file, or lives to its end. True if it reached that.
 bool Live(const QString &url, const QString &path, int held, bool is_killed)
@@ -70,17 +65,17 @@ bool Live(const QString &url, const QString &path, int held, bool is_killed)
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(QCoreApplication::applicationFilePath(), {kFetch, url, path});
-    for (int wait = 0; wait < kPatience && !Ends(process, 1); ++wait) {
-        if (QFileInfo(path).size() > held + 40)
-            break;
-    }
-    if (is_killed && !Ends(process, 1 + QRandomGenerator::global()->bounded(kLongestRun))) {
+    process.waitForStarted();
+    while (process.state() != QProcess::NotRunning && QFileInfo(path).size() <= held + 40)
+        process.waitForFinished(1);
+    if (is_killed) {
+        QThread::msleep(1 + QRandomGenerator::global()->bounded(kLongestRun));
         process.kill();
-        process.waitForFinished(kPatience);
-        return false;
     }
-    Check(Ends(process, kPatience) && process.exitCode() == 0, "a transfer has failed");
-    return true;
+    process.waitForFinished(-1);
+    const bool ended = process.exitStatus() == QProcess::NormalExit;
+    Check(!ended || process.exitCode() == 0, "a transfer has failed");
+    return ended;
 }
 
 void Crash(int kills)

@@ -60,7 +60,6 @@ class TestFaults : public QuietTest
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void init();
     void cleanup();
     void EndsAsItMust_data();
@@ -91,14 +90,9 @@ private:
     QScopedPointer<QNetworkAccessManager> m_manager;
 };
 
-void TestFaults::initTestCase()
-{
-    QuietTest::initTestCase();
-    DataSingleton::Initialize(nullptr, m_dir.path());
-}
-
 void TestFaults::init()
 {
+    DataSingleton::Initialize(nullptr, m_dir.path()); // the first time
     m_manager.reset(new QNetworkAccessManager);
     m_server.reset(new ScriptedServer(m_content));
 }
@@ -107,7 +101,6 @@ void TestFaults::cleanup()
 {
     m_manager.reset();
     QFile::remove(Path());
-    QuietTest::cleanup();
 }
 
 /// With a tick that is fast enough for a test.
