@@ -1,3 +1,4 @@
+#include "pipeline/extractor.h"
 #include "support/installation.h"
 #include "support/nginx_server.h"
 #include "support/repository.h"
@@ -19,6 +20,9 @@ private slots:
     void ReportsWhatFails();
     void StopsATransferWithoutAnEnd();
     void TransfersTwoAtOnce();
+    void TellsTheExtractorHowToUnpack();
+    void FindsTheLastPercent();
+    void FollowsARun();
 
 private:
     /// Serves these archives alone, of a date, and connects. False if no catalogue comes.
@@ -301,6 +305,58 @@ void TestPipeline::TransfersTwoAtOnce()
     for (const char *bar : {"pbar_dl", "pbar_inst"})
         QCOMPARE(m_installation->Find<QProgressBar>(bar)->value(), 0);
     QCOMPARE(m_installation->Find<QTableWidget>("table_activity")->rowCount(), 0);
+}
+
+void TestPipeline::TellsTheExtractorHowToUnpack()
+{
+    const char *const commands[][2] = {
+        {"a.cab", "#uzip"},    {"a.tar", "#uzip"},    {"a.tar.hlib.zip", "#xtar"},
+        {"a.TAR.gz", "#uzip"}, {"a.tar.gz", "#xtar"},
+    };
+    for (const auto &command : commands)
+        QCOMPARE(UnpackArguments(command[0], "/d d", "/r"),
+                 QStringList({command[1], QString("#/d d/") + command[0], "#/r"}));
+}
+
+void TestPipeline::FindsTheLastPercent()
+{
+    const std::pair<QByteArray, int> rows[] = {
+        {"  1%\n  2%\n100%\n", 100},
+        {" 42%\n 43", 42},
+        {"", -1},
+        {"working\n", -1},
+        {"7%\n", -1},
+        {"abc%\n", 0},
+        {" -3%", -3},
+        {QByteArray(" 42%\0 77%", 9), 42}, // a NUL ends the output
+    };
+    for (const auto &[output, percent] : rows) {
+        int found = -1;
+        QVERIFY2(LastPercent(output, found) == (percent != -1), output);
+        QCOMPARE(found, percent);
+    }
+}
+
+void TestPipeline::FollowsARun()
+{
+    const int none = std::numeric_limits<int>::min();
+    const struct
+    {
+        const char *printed;
+        int floor;
+        int progress;
+    } rows[] = {{"  4%", 5, 5}, {"999%", 5, 999}, {"  4%", none, 4}, {" -3%", none, -3}};
+    for (const auto &row : rows) {
+        DN_FILE_STRUCT record;
+        record.progress = 42;
+        QProcess run;
+        run.start("sh",
+                  {"-c", QString("printf '%1'; read line").arg(row.printed).replace("%'", "%%'")});
+        QTRY_VERIFY(!FollowRun(&run, &record, row.floor) && record.progress != 42);
+        QCOMPARE(record.progress, row.progress);
+        run.closeWriteChannel();
+        QTRY_VERIFY(FollowRun(&run, &record, row.floor));
+    }
 }
 
 ZEFT_TEST(TestPipeline)
