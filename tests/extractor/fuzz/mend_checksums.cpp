@@ -80,18 +80,6 @@ void MendSevenZip(Bytes file)
     file.Put(8, 4, file.Crc(12, 20));
 }
 
-/// Each block of compressed data may have 0 in place of its checksum.
-void MendCab(Bytes file)
-{
-    for (std::size_t folder = 0; folder < file.Get(26, 2); ++folder) {
-        std::size_t block = file.Get(36 + 8 * folder, 4);
-        for (auto left = file.Get(40 + 8 * folder, 2); left > 0 && file.Has(block, 8); --left) {
-            file.Put(block, 4, 0);
-            block += 8 + file.Get(block + 4, 2);
-        }
-    }
-}
-
 void MendTar(Bytes file)
 {
     constexpr std::size_t kBlock = 512;
@@ -107,66 +95,26 @@ void MendTar(Bytes file)
     }
 }
 
-/// What the compressed data of a zip's entry says of itself.
-struct Content
-{
-    std::uint64_t crc;
-    std::uint64_t compressed;
-    std::uint64_t uncompressed;
-};
-
-Content Inflate(Bytes &file, std::size_t offset, std::size_t size)
-{
-    Content content = {0, size, 0};
-    z_stream stream = {};
-    inflateInit2(&stream, -MAX_WBITS);
-    stream.next_in = file.At(offset);
-    stream.avail_in = static_cast<uInt>(size);
-    int result = Z_OK;
-    while (result == Z_OK) {
-        Bytef out[4096];
-        stream.next_out = out;
-        stream.avail_out = sizeof out;
-        result = inflate(&stream, Z_NO_FLUSH);
-        const uInt got = static_cast<uInt>(sizeof out) - stream.avail_out;
-        content.crc = ::crc32(content.crc, out, got);
-        content.uncompressed += got;
-    }
-    if (result == Z_STREAM_END) {
-        content.compressed = stream.total_in;
-    }
-    inflateEnd(&stream);
-    return content;
-}
-
-/// \a central and \a local are the offsets of an entry's two headers, and \a end is where the next
-/// entry begins.
+/// Has the local header say what the central one says, and both the sum of data that is stored:
+/// hardly any mutant of compressed data can still be decompressed. \a end is where the next entry
+/// begins.
 void MendZipEntry(Bytes &file, std::size_t central, std::size_t local, std::size_t end)
 {
     constexpr std::size_t kLocalSize = 30;
     constexpr std::size_t kCentralSize = 46;
-    constexpr std::uint64_t kStored = 0;
-    constexpr std::uint64_t kDeflated = 8;
-    file.Put(central + 42, 4, local);
+    constexpr std::size_t kCommonSize = 14; // checksum, both sizes, size of the name
     const std::size_t name_size = file.Get(central + 28, 2);
     const std::size_t data = local + kLocalSize + name_size + file.Get(local + 28, 2);
     if (!file.Has(central, kCentralSize + name_size) || data > end) {
         return;
     }
-    file.Put(local + 26, 2, name_size);
+    file.Put(central + 42, 4, local);
+    const bool is_stored = file.Get(central + 10, 2) == 0;
+    if (is_stored) {
+        file.Put(central + 16, 4, file.Crc(data, file.Get(central + 20, 4)));
+    }
+    std::memmove(file.At(local + 14), file.At(central + 16), kCommonSize);
     std::memmove(file.At(local + kLocalSize), file.At(central + kCentralSize), name_size);
-    const std::size_t size = std::min<std::size_t>(file.Get(central + 20, 4), end - data);
-    const std::uint64_t method = file.Get(central + 10, 2);
-    if (method != kStored && method != kDeflated) {
-        return;
-    }
-    const Content content =
-        method == kDeflated ? Inflate(file, data, size) : Content{file.Crc(data, size), size, size};
-    for (const std::size_t field : {central + 16, local + 14}) {
-        file.Put(field, 4, content.crc);
-        file.Put(field + 4, 4, content.compressed);
-        file.Put(field + 8, 4, content.uncompressed);
-    }
 }
 
 std::vector<std::size_t> FindAll(const Bytes &file, std::string_view signature, std::size_t end)
@@ -205,8 +153,6 @@ void MendChecksums(std::uint8_t *data, std::size_t size)
     const Bytes file(data, size);
     if (file.Is(0, "7z\xbc\xaf\x27\x1c")) {
         MendSevenZip(file);
-    } else if (file.Is(0, "MSCF")) {
-        MendCab(file);
     } else if (file.Is(0, "PK")) {
         MendZip(file);
     } else {
