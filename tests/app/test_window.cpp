@@ -15,7 +15,6 @@ private slots:
     void FindsTheRoot();
     void StartsUp();
     void LeavesTheWorkToAnotherUpdater();
-    void TellsOfARootThatCannotBeWritten();
     void ColorsTheNewLineAlone();
     void AsksBeforeItCloses_data();
     void AsksBeforeItCloses();
@@ -73,6 +72,11 @@ void TestWindow::StartsUp()
     DataSingleton::Initialize(nullptr, "/elsewhere");
     QCOMPARE(DataSingleton::Inst()->InstalledPath(), installation.Path(""));
     QVERIFY(!QFile::exists("/elsewhere"));
+
+    DataSingleton::Inst()->installed_path = installation.Path("none");
+    installation.Window()->TellWhatHinders();
+    QCOMPARE(installation.Log().last(), "Directory " + installation.Path("none")
+                                            + "/ can't be written: No such file or directory.");
 }
 
 /// Another one that is the real program.
@@ -109,15 +113,6 @@ void TestWindow::LeavesTheWorkToAnotherUpdater()
     QVERIFY(other.waitForFinished());
     window->Timer500();
     QVERIFY(window->records[0]->downloader && window->delete_process);
-}
-
-void TestWindow::TellsOfARootThatCannotBeWritten()
-{
-    const Installation installation(false);
-    DataSingleton::Inst()->installed_path = installation.Path("none");
-    installation.Window()->Initialize();
-    QCOMPARE(installation.Log().last(), "Directory " + installation.Path("none")
-                                            + "/ can't be written: No such file or directory.");
 }
 
 void TestWindow::ColorsTheNewLineAlone()

@@ -29,13 +29,10 @@ QByteArray Content(const QString &path)
     return data;
 }
 
-/// Makes empty files in \a dir, with the folders on the way.
 void MakeFiles(const QTemporaryDir &dir, const QStringList &paths)
 {
-    for (const QString &path : paths) {
-        MakePath(dir.path(), "./" + ExtractFilePath(path));
-        WriteFileData(dir.filePath(path), "");
-    }
+    for (const QString &path : paths)
+        WriteFile(dir.filePath(path), "");
 }
 
 /// GetFileModifiedDateTime() of a file of this \a moment, where the clocks run as TZ says.
@@ -43,11 +40,9 @@ QString Stamp(const char *zone, const QString &moment, bool no_ms, bool local_ti
 {
     qputenv("TZ", zone);
     tzset();
-    QTemporaryFile file;
-    if (file.open())
-        file.setFileTime(QDateTime::fromString(moment, Qt::ISODateWithMs),
-                         QFileDevice::FileModificationTime);
-    QString stamp = GetFileModifiedDateTime(file.fileName(), no_ms, local_time, keep_spec);
+    const QTemporaryDir dir;
+    WriteFile(dir.filePath("f"), "", moment);
+    QString stamp = GetFileModifiedDateTime(dir.filePath("f"), no_ms, local_time, keep_spec);
     qunsetenv("TZ");
     tzset();
     return stamp;

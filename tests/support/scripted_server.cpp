@@ -69,24 +69,13 @@ QByteArray ScriptedServer::GoodAnswer(const QByteArray &request, const QByteArra
 
 void ScriptedServer::Send(QTcpSocket *socket, const Answer &answer)
 {
-    if (answer.pace > 0) {
-        SendPaced(socket, answer);
-    } else {
-        socket->write(answer.bytes);
-        End(socket, answer.then);
-    }
-}
-
-void ScriptedServer::SendPaced(QTcpSocket *socket, const Answer &answer)
-{
-    socket->write(answer.bytes.left(answer.pace));
+    const int count = answer.pace > 0 ? answer.pace : answer.bytes.size();
+    socket->write(answer.bytes.left(count));
+    if (answer.bytes.size() <= count)
+        return End(socket, answer.then);
     socket->flush();
-    if (answer.bytes.size() <= answer.pace) {
-        End(socket, answer.then);
-        return;
-    }
-    const Answer rest = {answer.bytes.mid(answer.pace), answer.then, answer.pace};
-    QTimer::singleShot(1, socket, [this, socket, rest] { SendPaced(socket, rest); });
+    const Answer rest = {answer.bytes.mid(count), answer.then, answer.pace};
+    QTimer::singleShot(1, socket, [this, socket, rest] { Send(socket, rest); });
 }
 
 void ScriptedServer::End(QTcpSocket *socket, Then then)

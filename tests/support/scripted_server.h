@@ -48,7 +48,6 @@ private:
     void Read(QTcpSocket *socket);
     QByteArray GoodAnswer(const QByteArray &request, const QByteArray &range) const;
     void Send(QTcpSocket *socket, const Answer &answer);
-    void SendPaced(QTcpSocket *socket, const Answer &answer);
     void End(QTcpSocket *socket, Then then);
 
     QByteArray m_file;
