@@ -136,7 +136,7 @@ void TestTree::SortsRecordsAndTellsTheirStatus()
     WriteFile(installation.Path("hardware/old/version.info"), "build:2024.04.01");
     WriteFile(installation.Download("wrong.zip"), "y");
     WriteFile(installation.Download("complete.zip"), "x");
-    WriteFile(installation.Download("partial.zip.dnl"), "no tail");
+    WriteFile(installation.Download("partial.zip.dnl"), PartialFile("x", kStamp)); // of another one
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
     MainWindow *window = installation.Window();
     QTimer::singleShot(0, [window] { window->AddToDownload(window->records.last()); });
