@@ -1,4 +1,3 @@
-#include "answers.h"
 #include "common/common_helper.h"
 #include "support/installation.h"
 #include "support/test.h"
@@ -10,13 +9,10 @@ class TestFiles : public QObject
     Q_OBJECT
 
 private slots:
-    void ReadsPathsAndFiles_data();
-    void ReadsPathsAndFiles() { CompareAnswers(); }
+    void ReadsPathsAndFiles();
     void MakesAndDeletes();
-    void ListsAndFinds_data();
-    void ListsAndFinds() { CompareAnswers(); }
-    void AsksAndCopies_data();
-    void AsksAndCopies() { CompareAnswers(); }
+    void ListsAndFinds();
+    void AsksAndCopies();
 };
 
 namespace {
@@ -50,9 +46,8 @@ QString Stamp(const char *zone, const QString &moment, bool no_ms, bool local_ti
 
 } // namespace
 
-void TestFiles::ReadsPathsAndFiles_data()
+void TestFiles::ReadsPathsAndFiles()
 {
-    AddAnswerColumns();
     const auto parts = [](const QString &path, const QStringList &expected) {
         const QStringList path_and_name{ExtractFilePath(path), ExtractFileName(path)};
         Row(path, path_and_name + QStringList(ExtractFileExtension(path)), expected);
@@ -150,9 +145,8 @@ void TestFiles::MakesAndDeletes()
     QDir::setCurrent(working_folder);
 }
 
-void TestFiles::ListsAndFinds_data()
+void TestFiles::ListsAndFinds()
 {
-    AddAnswerColumns();
     const QTemporaryDir dir;
     const QString top = dir.path();
     const QString sub = top + "/sub";
@@ -184,9 +178,8 @@ void TestFiles::ListsAndFinds_data()
     Row("first folder that exists", GetAbsolutePath(dirs, ""), sub);
 }
 
-void TestFiles::AsksAndCopies_data()
+void TestFiles::AsksAndCopies()
 {
-    AddAnswerColumns();
     const auto copy = [](const QString &source, const QString &name, bool overwrite, bool ask,
                          QMessageBox::StandardButton button = QMessageBox::NoButton) {
         const QTemporaryDir dir;

@@ -95,14 +95,6 @@ class Delete(ExtractorTest):
                                          resource.setrlimit(resource.RLIMIT_STACK, (1 << 18,) * 2)))
         self.assertEqual(read_tree(self.target), {})
 
-    def test_a_component_in_use_goes(self):
-        make_tree(self.target, {"C/d/f": (0o644, b"")})
-        shutil.copy("/bin/sleep", self.path("target", "C", "d", "program"))
-        self.start([self.path("target", "C", "d", "program"), "1000"],
-                   cwd=self.path("target", "C", "d"))
-        self.succeed("#ddir", self.path("target", "C"))
-        self.assertEqual(read_tree(self.target), {})
-
 
 class Usage(ExtractorTest):
     def test_bad_usage_is_told(self):

@@ -1,7 +1,6 @@
 // usage: zeft_tests CLASS [FUNCTION[:ROW]]... [OPTION]...
 //
-// Runs the test class whose source is CLASS.cpp, with the options of Qt Test. Without a class it
-// lists them.
+// Runs the test class whose source is CLASS.cpp, with the options of Qt Test.
 
 #include "support/test.h"
 
@@ -48,10 +47,8 @@ int main(int argc, char *argv[])
     const QApplication application(argc, argv);
     QStringList arguments = QApplication::arguments();
     const MakeTest make = TestClasses().value(arguments.value(1));
-    if (!make) {
-        std::printf("%s\n", qPrintable(TestClasses().keys().join('\n')));
+    if (!make)
         return 2;
-    }
     arguments.removeAt(1);
     return QTest::qExec(make().get(), arguments) + s_messages;
 }

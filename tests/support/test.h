@@ -35,6 +35,18 @@ public:
     }
 };
 
+/// A worked example in one line: fails with its \a name unless the answer is the one expected. Both
+/// are compared as texts, which a failure shows.
+template <typename T>
+void Row(const QString &name, const T &answer, const std::common_type_t<T> &expected)
+{
+    QString texts[2];
+    QDebug(&texts[0]) << answer;
+    QDebug(&texts[1]) << expected;
+    const QString failure = name + ": " + texts[0] + " instead of " + texts[1];
+    QVERIFY2(texts[0] == texts[1], qPrintable(failure));
+}
+
 using MakeTest = std::unique_ptr<QObject> (*)();
 
 /// Has the test program make an object of a test class when it is asked for the class by the name

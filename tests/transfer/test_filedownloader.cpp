@@ -88,9 +88,7 @@ private slots:
     void AsksAgainAsLongAsTheServerStalls();
     void LeavesADamagedFileAlone();
     void EndsAPauseThatWasTooLong();
-    void SurvivesAFullDisk_data();
     void SurvivesAFullDisk();
-    void KeepsOnlyWhatTheTailProves_data();
     void KeepsOnlyWhatTheTailProves();
     void StoresTheStampInTwentyFourCharacters();
 
@@ -620,38 +618,47 @@ void TestFileDownloader::EndsAPauseThatWasTooLong()
     QCOMPARE(m_server->Ranges().last(), QByteArray("bytes=2500000-"));
 }
 
-void TestFileDownloader::SurvivesAFullDisk_data()
-{
-    const Table<int, int> row("room", "kept");
-    row("full in the first buffer", 999999, 0);
-    row("full in the first tail", 1000020, 0);
-    row("full in the second buffer", 1500000, 1000000);
-    row("full in the second tail", 2000020, 1000000);
-    row("full in the last write", 2499999, 2000000);
-}
-
 /// The system gives the size limit of a process the effects of a full disk: short writes and
 /// errors.
 void TestFileDownloader::SurvivesAFullDisk()
 {
-    QFETCH(int, room);
-    QFETCH(int, kept);
+    const std::pair<rlim_t, qint64> rows[] = {
+        {999999, 0},        // full in the first buffer
+        {1000020, 0},       // in the first tail
+        {1500000, 1000000}, // in the second buffer
+        {2000020, 1000000}, // in the second tail
+        {2499999, 2000000}, // in the last write
+    };
     rlimit limit = {};
     QVERIFY(getrlimit(RLIMIT_FSIZE, &limit) == 0 && signal(SIGXFSZ, SIG_IGN) != SIG_ERR);
-    const rlimit tight = {static_cast<rlim_t>(room), limit.rlim_max};
-
-    FileDownloader transfer(nullptr);
-    setrlimit(RLIMIT_FSIZE, &tight);
-    Run(transfer);
-    setrlimit(RLIMIT_FSIZE, &limit);
-    QVERIFY(!transfer.m_error.isEmpty());
-    QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), kStamp), qint64(kept));
-    GetsAll();
+    for (const auto &[room, kept] : rows) {
+        const rlimit tight = {room, limit.rlim_max};
+        FileDownloader transfer(nullptr);
+        setrlimit(RLIMIT_FSIZE, &tight);
+        Run(transfer);
+        setrlimit(RLIMIT_FSIZE, &limit);
+        QVERIFY(!transfer.m_error.isEmpty());
+        QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), kStamp), kept);
+        GetsAll();
+    }
 }
 
-void TestFileDownloader::KeepsOnlyWhatTheTailProves_data()
+void TestFileDownloader::KeepsOnlyWhatTheTailProves()
 {
-    const Table<QByteArray, qint64, qint64, QString> row("bytes", "sum", "kept", "stamp");
+    QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), ""), qint64(0)); // no file
+    // A sum of -1 is one that no tail states.
+    const auto row = [this](const QString &name, const QByteArray &bytes, qint64 sum, qint64 kept,
+                            const QString &stamp) {
+        WriteFile(Path(), bytes);
+        Row(name, FileDownloader::GetDownloadedFileDetails(Path(), stamp), kept);
+        Row(name, ReadFile(Path()), bytes);
+        QFile file(Path());
+        QVERIFY(file.open(QFile::ReadWrite));
+        Row(name, FileDownloader::ReadTailBytes(file, stamp, true), sum);
+        file.close();
+        const bool has_tail = bytes.size() >= 40 && sum != -1;
+        Row(name, ReadFile(Path()), bytes.chopped(has_tail ? 40 : 0));
+    };
     const QByteArray good = "abc" + Tail(294, 3, kStamp);
     row("whole", good, 294, 3, kStamp);
     row("any version will do", good, 294, 3, "");
@@ -667,23 +674,6 @@ void TestFileDownloader::KeepsOnlyWhatTheTailProves_data()
     row("only zeros", QByteArray(3, '\0') + Tail(0, 3, kStamp), 0, 0, kStamp);
     row("tail alone", Tail(0, 0, kStamp), 0, 0, kStamp);
     row("no room for a tail", QByteArray(39, 'x'), 0, 0, kStamp);
-}
-
-void TestFileDownloader::KeepsOnlyWhatTheTailProves()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(qint64, sum); // that the tail states; -1: not a tail
-    QFETCH(QString, stamp);
-    QFile file(Path());
-    QCOMPARE(FileDownloader::GetDownloadedFileDetails(Path(), stamp), qint64(0)); // no file
-    QVERIFY(WriteFile(Path(), bytes));
-    QTEST(FileDownloader::GetDownloadedFileDetails(Path(), stamp), "kept");
-    QCOMPARE(ReadFile(Path()), bytes);
-    QVERIFY(file.open(QFile::ReadWrite));
-    QCOMPARE(FileDownloader::ReadTailBytes(file, stamp, true), sum);
-    file.close();
-    const bool has_tail = bytes.size() >= 40 && sum != -1;
-    QCOMPARE(ReadFile(Path()), bytes.chopped(has_tail ? 40 : 0));
 }
 
 void TestFileDownloader::StoresTheStampInTwentyFourCharacters()
