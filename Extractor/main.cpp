@@ -32,8 +32,21 @@ std::string Usage()
     add(kUnpackTarCommand, R"("#ARCHIVE" "#DESTINATION")");
     add(kDeleteFolderCommand, R"("#FOLDER")");
     add(kRunScriptCommand, R"("#SCRIPT" "#FOLDER" ")" + std::string(kCloseWord) + '"');
-    return usage;
+    return usage + "\n       zeft_fextr_cmd --help | --version";
 }
+
+constexpr char kHelp[] = R"(
+
+Each word is one argument, and every path comes with a "#" before it; a shell needs the quotes.
+
+  "#uzip", "#xtar"  unpack the archive into the folder; its content tells how
+  "#ddir"           delete the folder with all that it holds
+  "#rscript"        run the script in the folder, to its end
+  --help            print this text
+  --version         print the version
+
+Standard output gets the percent done. The exit code is 0 for success, 1 for a failure and 2 for
+wrong arguments; a script that fails gives its own.)";
 
 /// Opens the null device for each standard stream that the caller has closed. Else the next file
 /// that is opened would become standard output, and get the percent lines.
@@ -80,6 +93,14 @@ void Complain(std::string text)
 int Run(const std::vector<std::string> &arguments)
 {
     const std::string command = arguments.empty() ? "" : arguments[0];
+    if (command == "--help" && arguments.size() == 1) {
+        std::puts((Usage() + kHelp).c_str());
+        return 0;
+    }
+    if (command == "--version" && arguments.size() == 1) {
+        std::puts("zeft_fextr_cmd " ZEFT_VERSION);
+        return 0;
+    }
     Progress progress;
     // The two words differ for the caller alone: the content tells how to unpack.
     if ((command == kUnpackZipCommand || command == kUnpackTarCommand) && arguments.size() == 3) {

@@ -98,10 +98,10 @@ class Delete(ExtractorTest):
 
 class Usage(ExtractorTest):
     def test_bad_usage_is_told(self):
-        for arguments in ([], ["#what"], ["uzip", "#a", "#b"], ["#uzip"], ["#uzip", "#a"],
-                          ["#uzip", "#a", "#b", "#c"], ["#uzip", "a", "#b"], ["#uzip", "#", "#b"],
-                          ["#xtar", "#a", "b"], ["#ddir"], ["#ddir", "#"], ["#ddir", "/tmp/x"],
-                          ["#ddir", "#a", "#b"]):
+        for arguments in ([], ["#what"], ["--what"], ["--help", "#a"], ["uzip", "#a", "#b"],
+                          ["#uzip"], ["#uzip", "#a"], ["#uzip", "#a", "#b", "#c"],
+                          ["#uzip", "a", "#b"], ["#uzip", "#", "#b"], ["#xtar", "#a", "b"],
+                          ["#ddir"], ["#ddir", "#"], ["#ddir", "/tmp/x"], ["#ddir", "#a", "#b"]):
             with self.subTest(arguments):
                 run = subprocess.run([EXTRACTOR, *arguments], capture_output=True, text=True,
                                      cwd=self.home)

@@ -1,0 +1,42 @@
+"""What the programs answer to whoever starts them by hand, on a machine without a display."""
+
+import os
+import subprocess
+import sys
+import unittest
+
+VERSION, *PROGRAMS = sys.argv[1:]
+UPDATER, EXTRACTOR = PROGRAMS[:2]
+NO_DISPLAY = {name: value for name, value in os.environ.items()
+              if name not in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM")}
+
+# name, command line, variables, exit code, beginning of standard output, all of standard error
+NO_WINDOW = "zeft_updater: no window can be opened"
+ADVICE = "Start it in a desktop session, or set DISPLAY to an X server that lets you in.\n"
+RUNS = [
+    ("the last word of many", [UPDATER, "#/nowhere", "-style", "x", "--version"], {}, 0,
+     f"zeft_updater {VERSION}\n", ""),
+    ("no display", [UPDATER], {}, 1, "", f"{NO_WINDOW}, as DISPLAY is not set.\n{ADVICE}"),
+    ("a display that is not there", [UPDATER, "--x"], {"DISPLAY": ":4711"}, 1, "",
+     f"{NO_WINDOW}; tried DISPLAY=:4711.\n{ADVICE}"),
+    ("a platform that is not there", [UPDATER], {"QT_QPA_PLATFORM": "x", "DISPLAY": ":1"}, 1, "",
+     f"{NO_WINDOW}; tried QT_QPA_PLATFORM=x DISPLAY=:1.\n{ADVICE}"),
+]
+for program in PROGRAMS:
+    name = os.path.basename(program)
+    RUNS += [(f"{name}'s version", [program, "--version"], {}, 0, f"{name} {VERSION}\n", ""),
+             (f"{name}'s help", [program, "--help"], {}, 0, f"usage: {name} ", "")]
+
+
+class TestCommandLines(unittest.TestCase):
+    def test_answers(self):
+        for name, command, variables, code, output, error in RUNS:
+            with self.subTest(name):
+                run = subprocess.run(command, env={**NO_DISPLAY, **variables}, text=True,
+                                     capture_output=True, timeout=120)
+                self.assertEqual((run.returncode, run.stdout[:len(output)], run.stderr),
+                                 (code, output, error))
+                self.assertEqual(bool(run.stdout), bool(output))
+
+
+unittest.main(argv=sys.argv[:1])
