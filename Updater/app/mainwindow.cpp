@@ -97,7 +97,8 @@ void MainWindow::Initialize()
     connect(heartbeat, &QTimer::timeout, this, &MainWindow::Timer500);
     heartbeat->start(kHeartbeat);
 
-    FileDownloader::SetSSLDefaultConfiguration(QSsl::AnyProtocol, QSslSocket::VerifyNone);
+    FileDownloader::SetSSLDefaultConfiguration(
+        QSsl::AnyProtocol, VerifiesRepository() ? QSslSocket::VerifyPeer : QSslSocket::VerifyNone);
     connect(settings_dlg, &SettingsDlg::Connect, this, &MainWindow::onConnect);
 
     AddMsg("Program started. Adjust proxy settings and press 'Connect' button from 'Manage "

@@ -10,6 +10,11 @@ QString AlternateRepositoryUrl()
     return QStringLiteral(ZEFT_REPOSITORY_URL_ALT);
 }
 
+bool VerifiesRepository()
+{
+    return ZEFT_TLS_VERIFY;
+}
+
 QString RepositoryUrl(const QString &entered, bool alternate)
 {
     if (!alternate)

@@ -469,6 +469,10 @@ void FileDownloader::SetSSLDefaultConfiguration(QSsl::SslProtocol protocol,
     QSslConfiguration configuration;
     configuration.setProtocol(protocol);
     configuration.setPeerVerifyMode(verify_mode);
+    // By itself a new configuration looks for authorities in hashed folders, which not every system
+    // has.
+    if (verify_mode == QSslSocket::VerifyPeer)
+        configuration.setCaCertificates(QSslConfiguration::systemCaCertificates());
     configuration.setCiphers(QSslConfiguration::supportedCiphers());
     QSslConfiguration::setDefaultConfiguration(configuration);
 }
