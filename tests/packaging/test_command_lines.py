@@ -1,11 +1,13 @@
 """What the programs answer to whoever starts them by hand, on a machine without a display."""
 
 import os
+import pathlib
+import re
 import subprocess
 import sys
 import unittest
 
-VERSION, *PROGRAMS = sys.argv[1:]
+VERSION, PAGES, *PROGRAMS = sys.argv[1:]
 UPDATER, EXTRACTOR = PROGRAMS[:2]
 NO_DISPLAY = {name: value for name, value in os.environ.items()
               if name not in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM")}
@@ -37,6 +39,19 @@ class TestCommandLines(unittest.TestCase):
                 self.assertEqual((run.returncode, run.stdout[:len(output)], run.stderr),
                                  (code, output, error))
                 self.assertEqual(bool(run.stdout), bool(output))
+
+    def test_man_pages_know_all_of_the_help(self):
+        def options(text):
+            return set(re.findall(r'"#\w+"?|--\w[-\w]*', text))
+        for program in PROGRAMS:
+            name = os.path.basename(program)
+            page = pathlib.Path(PAGES, name + ".1.in").read_text()
+            page = re.sub(r"\\f.", "", page).replace(r"\-", "-").replace(r"\(dq", '"')
+            answer = subprocess.run([program, "--help"], capture_output=True, text=True).stdout
+            with self.subTest(name):
+                self.assertEqual(options(page), options(answer))
+                for line in answer.removeprefix("usage:").partition("\n\n")[0].splitlines():
+                    self.assertIn("\n.B " + line.strip() + "\n", page)
 
 
 unittest.main(argv=sys.argv[:1])

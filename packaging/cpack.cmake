@@ -1,0 +1,10 @@
+# Read by `cpack` for each kind of package.
+if(CPACK_GENERATOR STREQUAL "DEB")
+  set(CPACK_COMPONENTS_ALL zeft-updater zeft-repo)
+  set(CPACK_DEB_COMPONENT_INSTALL ON)
+else()
+  set(CPACK_COMPONENTS_ALL updater publisher archive)
+  set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+  set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+  set(CPACK_COMPONENT_INCLUDE_TOPLEVEL_DIRECTORY ON)
+endif()
