@@ -103,6 +103,8 @@ QSet<QString> TakeArchives(const RepositorySource &source, const Release &before
                                                   [&](int done) { progress(done, trials.size()); });
     for (int i = 0; i < facts.size(); ++i) {
         const Component &component = source.components[tried[i]];
+        if (facts[i].build.isEmpty())
+            continue;
         const QDateTime date = DateOf(component, facts[i].build);
         FileLine &line = next.lists.files[tried[i]];
         line.time_stamp = TimeStampOf(date);
@@ -169,24 +171,84 @@ bool PackChangedPages(const RepositorySource &source, const Release &before, con
     return !ReadSourceFile(path, bytes).isEmpty() || bytes != old_bytes;
 }
 
-/// Completes the new release with what it shares with the one before.
-void Complete(const Release &next, const QSet<QString> &same_content, bool has_new_pages,
-              const Places &places)
+/// A release in the making, beside the one that users have.
+struct Draft
 {
-    for (const QString &name : same_content) {
+    Release before;
+    Release next;
+    QSet<QString> same_content; // names of the archives that both have
+    bool has_new_pages = false;
+};
+
+Draft MakeDraft(const RepositorySource &source, const Places &places, Findings &findings,
+                const ShowProgress &progress)
+{
+    Draft draft;
+    draft.before = ReadRelease(places.live);
+    draft.next = ReleaseOf(source);
+    draft.same_content = TakeArchives(source, draft.before, places, draft.next, findings, progress);
+    draft.has_new_pages = PackChangedPages(source, draft.before, draft.next, places);
+    return draft;
+}
+
+QList<Change> ChangesOf(const Draft &draft)
+{
+    QList<Change> changes = CompareReleases(draft.before, draft.next, draft.same_content);
+    const Change::Kind pages = !draft.has_new_pages       ? Change::Unchanged
+                               : draft.before.number == 0 ? Change::Added
+                                                          : Change::Changed;
+    changes.append({pages, PagesName(), "fetched with each connection"});
+    return changes;
+}
+
+/// The archives whose own date is on another day than their build.
+QStringList DatedByBuild(const RepositorySource &source, const Release &next)
+{
+    QStringList names;
+    for (int i = 0; i < source.components.size(); ++i) {
+        const QDate day = DateOfStamp(next.lists.files[i].time_stamp).date();
+        if (day.isValid() && day != source.components[i].modified.date())
+            names << source.components[i].Name();
+    }
+    return names;
+}
+
+/// Completes the new release with what it shares with the one before.
+void Complete(const Draft &draft, const Places &places)
+{
+    for (const QString &name : draft.same_content) {
         CheckInterrupted();
         Remove(places.next + '/' + name); // a copy that turned out to be one
         LinkOrCopy(places.live + '/' + name, places.next + '/' + name);
     }
     const QString pages = places.next + '/' + PagesName();
-    if (has_new_pages) {
+    if (draft.has_new_pages) {
         MakeFolder(QFileInfo(pages).path());
         Rename(places.trials + '/' + kDescriptionsArchive, pages);
     } else {
         LinkOrCopy(places.live + '/' + PagesName(), pages);
     }
-    WriteRelease(next, places.next, places.live);
+    WriteRelease(draft.next, places.next, places.live);
     Sync(places.next);
+}
+
+/// Publishes the draft, unless it changes nothing.
+void Apply(Draft &draft, const Places &places, SiteFolder &site, BuildResult &result)
+{
+    const bool is_change =
+        std::any_of(result.changes.begin(), result.changes.end(),
+                    [](const Change &change) { return change.kind != Change::Unchanged; });
+    if (is_change) {
+        draft.next.number = std::max(draft.before.number, ReleaseNumber(site.Previous())) + 1;
+        Complete(draft, places);
+        result.is_at_once = site.Publish();
+        result.outcome = Outcome::Published;
+        return;
+    }
+    result.outcome = Outcome::Nothing;
+    draft.next.number = draft.before.number;
+    if (draft.next.sources != draft.before.sources)
+        RewriteRecord(draft.next, places.trials, places.live);
 }
 
 QDate Today()
@@ -194,9 +256,10 @@ QDate Today()
     return QDateTime::currentDateTimeUtc().date();
 }
 
-bool IsChange(const Change &change)
+void Count(const Release &release, BuildResult &result)
 {
-    return change.kind != Change::Unchanged;
+    result.components = release.lists.files.size();
+    result.packages = release.lists.packages.size();
 }
 
 } // namespace
@@ -206,8 +269,7 @@ BuildResult Build(const QString &source_dir, const QString &site_dir, BuildMode 
 {
     BuildResult result;
     const RepositorySource source = ReadRepositorySource(source_dir, result.findings);
-    Release next = ReleaseOf(source);
-    CheckLists(next.lists, result.findings);
+    CheckLists(ReleaseOf(source).lists, result.findings);
     CheckPages(source.packages, source.pages_dir, source.pages, result.findings);
     if (result.findings.HasErrors())
         return result;
@@ -225,37 +287,15 @@ BuildResult Build(const QString &source_dir, const QString &site_dir, BuildMode 
     }
     MakeFolder(places.trials);
 
-    const Release before = ReadRelease(places.live);
-    const QSet<QString> same_content =
-        TakeArchives(source, before, places, next, result.findings, progress);
-    CheckDates(before, next, same_content, Today(), result.findings);
-    const bool has_new_pages = PackChangedPages(source, before, next, places);
-    result.changes = CompareReleases(before, next, same_content);
-    result.changes.append({!has_new_pages       ? Change::Unchanged
-                           : before.number == 0 ? Change::Added
-                                                : Change::Changed,
-                           PagesName(), "fetched with each connection"});
-    for (int i = 0; i < source.components.size(); ++i) {
-        if (DateOfStamp(next.lists.files[i].time_stamp).date()
-            != source.components[i].modified.date())
-            result.dated_by_build << source.components[i].Name();
-    }
-    result.components = next.lists.files.size();
-    result.packages = next.lists.packages.size();
-    if (result.findings.HasErrors())
-        return result;
-    if (mode == BuildMode::DryRun) {
+    Draft draft = MakeDraft(source, places, result.findings, progress);
+    CheckDates(draft.before, draft.next, draft.same_content, Today(), result.findings);
+    result.changes = ChangesOf(draft);
+    result.dated_by_build = DatedByBuild(source, draft.next);
+    Count(draft.next, result);
+    if (!result.findings.HasErrors() && site)
+        Apply(draft, places, *site, result);
+    else if (!result.findings.HasErrors())
         result.outcome = Outcome::Tried;
-    } else if (std::any_of(result.changes.begin(), result.changes.end(), IsChange)) {
-        next.number = std::max(before.number, ReleaseNumber(site->Previous())) + 1;
-        Complete(next, same_content, has_new_pages, places);
-        result.is_at_once = site->Publish();
-        result.outcome = Outcome::Published;
-    } else {
-        result.outcome = Outcome::Nothing;
-        next.number = before.number;
-        RewriteRecord(next, places.trials, places.live);
-    }
     return result;
 }
 
@@ -266,13 +306,13 @@ BuildResult RollBack(const QString &site_dir)
     const Release before = ReadRelease(site.Live());
     const Release next = ReadRelease(site.Previous());
     QSet<QString> same_content;
-    for (auto it = next.files.begin(); it != next.files.end(); ++it)
+    for (auto it = next.files.begin(); it != next.files.end(); ++it) {
         if (WriteFileList({*it}) == WriteFileList({before.files.value(it.key())}))
             same_content.insert(it.key());
+    }
     CheckDates(before, next, same_content, Today(), result.findings);
     result.changes = CompareReleases(before, next, same_content);
-    result.components = next.lists.files.size();
-    result.packages = next.lists.packages.size();
+    Count(next, result);
     result.is_at_once = site.RollBack();
     result.outcome = Outcome::Published;
     return result;

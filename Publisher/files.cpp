@@ -25,13 +25,6 @@ const qint64 kCopyBlock = 1 << 20; // bytes
     Fail(path + ": " + QString::fromStdString(std::generic_category().message(error)));
 }
 
-/// Throws the failure of a system call on \a path, unless it \a went_well.
-void Check(bool went_well, const QString &path)
-{
-    if (!went_well)
-        FailOf(path, errno);
-}
-
 QByteArray Folder(const QString &path)
 {
     return QFile::encodeName(QFileInfo(path).path());
@@ -57,6 +50,12 @@ void Fail(const QString &text)
     throw Failure(text.toStdString());
 }
 
+void CheckCall(bool went_well, const QString &path)
+{
+    if (!went_well)
+        FailOf(path, errno);
+}
+
 std::string Encoded(const QString &path)
 {
     return QFile::encodeName(path).toStdString();
@@ -68,7 +67,7 @@ OutputFile::OutputFile(const QString &path)
     MakeFolder(QFileInfo(path).path());
     m_file = UniqueFd(::open(QFile::encodeName(path).constData(),
                              O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-    Check(static_cast<bool>(m_file), path);
+    CheckCall(static_cast<bool>(m_file), path);
 }
 
 void OutputFile::Write(const QByteArray &bytes)
@@ -77,14 +76,14 @@ void OutputFile::Write(const QByteArray &bytes)
     for (int done = 0; done < bytes.size();) {
         const ssize_t count = ::write(m_file.Get(), bytes.constData() + done,
                                       static_cast<size_t>(bytes.size() - done));
-        Check(count > 0, m_path);
+        CheckCall(count > 0, m_path);
         done += static_cast<int>(count);
     }
 }
 
 void OutputFile::Close()
 {
-    Check(::close(m_file.Release()) == 0, m_path);
+    CheckCall(::close(m_file.Release()) == 0, m_path);
 }
 
 void WriteFile(const QString &path, const QByteArray &bytes)
@@ -97,7 +96,7 @@ void WriteFile(const QString &path, const QByteArray &bytes)
 void SetDate(const QString &path, const QDateTime &date)
 {
     const timespec times[] = {{0, UTIME_OMIT}, {date.toSecsSinceEpoch(), 0}};
-    Check(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0) == 0, path);
+    CheckCall(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0) == 0, path);
 }
 
 bool LinkOrCopy(const QString &from, const QString &to)
@@ -125,8 +124,8 @@ void MakeFolder(const QString &path)
 
 void Rename(const QString &from, const QString &to)
 {
-    Check(::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0,
-          to);
+    CheckCall(::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0,
+              to);
 }
 
 bool Exchange(const QString &a, const QString &b)
@@ -134,7 +133,7 @@ bool Exchange(const QString &a, const QString &b)
     const bool done = ::renameat2(AT_FDCWD, QFile::encodeName(a).constData(), AT_FDCWD,
                                   QFile::encodeName(b).constData(), RENAME_EXCHANGE)
                       == 0;
-    Check(done || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP, b);
+    CheckCall(done || errno == EINVAL || errno == ENOSYS || errno == ENOTSUP, b);
     return done;
 }
 
@@ -174,5 +173,5 @@ QStringList FilesBelow(const QString &dir)
 void Sync(const QString &path)
 {
     const UniqueFd file(::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC));
-    Check(file && ::syncfs(file.Get()) == 0, path);
+    CheckCall(file && ::syncfs(file.Get()) == 0, path);
 }

@@ -15,6 +15,9 @@
 /// Throws the Failure of this \a text.
 [[noreturn]] void Fail(const QString &text);
 
+/// Throws the failure of a system call on \a path, which errno tells, unless it \a went_well.
+void CheckCall(bool went_well, const QString &path);
+
 /// The bytes by which the system knows \a path.
 std::string Encoded(const QString &path);
 

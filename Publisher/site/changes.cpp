@@ -6,6 +6,8 @@
 
 #include <QSet>
 
+#include <algorithm>
+
 namespace {
 
 QString NoticeOf(const FileLine &before, const FileLine &next)
@@ -40,9 +42,9 @@ void CompareFiles(const Release &before, const Release &next, const QSet<QString
             changes.append({Change::Removed, NameOf(file), "whoever has it keeps it"});
 }
 
-bool IsEqual(const PackageLine &a, const PackageLine &b)
+bool IsEqual(const QList<PackageLine> &a, const QList<PackageLine> &b)
 {
-    return WritePackageList({a}) == WritePackageList({b});
+    return WritePackageList(a) == WritePackageList(b);
 }
 
 void ComparePackages(const QList<PackageLine> &before, const QList<PackageLine> &next,
@@ -58,7 +60,7 @@ void ComparePackages(const QList<PackageLine> &before, const QList<PackageLine> 
         const QString name = QString("package \"%1\"").arg(package.title);
         if (!old.contains(key(package)))
             changes.append({Change::Added, name, "a new line in the tree"});
-        else if (IsEqual(old.take(key(package)), package))
+        else if (IsEqual({old.take(key(package))}, {package}))
             changes.append({Change::Unchanged, name, QString()});
         else
             changes.append({Change::Changed, name, "other archives, page or place in the tree"});
@@ -84,6 +86,11 @@ QList<Change> CompareReleases(const Release &before, const Release &next,
     QList<Change> changes;
     CompareFiles(before, next, same_content, changes);
     ComparePackages(before.lists.packages, next.lists.packages, changes);
+    const bool is_change = std::any_of(changes.begin(), changes.end(), [](const Change &change) {
+        return change.kind != Change::Unchanged;
+    });
+    if (!is_change && !IsEqual(before.lists.packages, next.lists.packages))
+        changes.append({Change::Changed, kPackageList, "another order in the tree"});
     return changes;
 }
 
@@ -93,6 +100,8 @@ void CheckDates(const Release &before, const Release &next, const QSet<QString> 
     for (const FileLine &file : next.lists.files) {
         const QString name = NameOf(file);
         const QString version = VersionOf(file.time_stamp);
+        if (version.isEmpty()) // a finding says why
+            continue;
         if (version > today.toString(Qt::ISODate))
             findings.Add(Rule::FutureBuild, name, QString("%1 is in the future").arg(version));
         if (same_content.contains(name) || !before.files.contains(name))

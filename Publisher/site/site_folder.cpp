@@ -88,11 +88,9 @@ void SiteFolder::Lock()
     const QByteArray path = QFile::encodeName(LockPath());
     do { // Another publisher may remove the file between the two calls.
         m_lock = UniqueFd(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
-        if (!m_lock)
-            throw SystemFailure(path.toStdString());
+        CheckCall(static_cast<bool>(m_lock), LockPath());
         if (::flock(m_lock.Get(), LOCK_EX | LOCK_NB) != 0) {
-            if (errno != EWOULDBLOCK)
-                throw SystemFailure(path.toStdString());
+            CheckCall(errno == EWOULDBLOCK, LockPath());
             QFile holder(LockPath());
             const QByteArray who =
                 holder.open(QIODevice::ReadOnly) ? holder.read(200) : QByteArray();
@@ -101,9 +99,10 @@ void SiteFolder::Lock()
         }
     } while (!IsSameFile(m_lock.Get(), path));
     const QByteArray myself = Myself();
-    if (::ftruncate(m_lock.Get(), 0) != 0
-        || ::write(m_lock.Get(), myself.constData(), static_cast<size_t>(myself.size())) < 0)
-        throw SystemFailure(path.toStdString());
+    CheckCall(::ftruncate(m_lock.Get(), 0) == 0
+                  && ::write(m_lock.Get(), myself.constData(), static_cast<size_t>(myself.size()))
+                         > 0,
+              LockPath());
 }
 
 /// A release that was to be published is of no use; one that was to be kept is, once the newer one

@@ -232,6 +232,7 @@ def replace(build, noise=b"new"):
 CHANGES = [
     ("nothing", lambda source: None, 0, "nothing to do: "),
     ("new date of the file alone", put(pathlib.Path.touch, CORE + NAME), 0, "nothing to do: "),
+    ("new date of a page alone", put(pathlib.Path.touch, "hwd_doc/zeta.html"), 0, "nothing to do: "),
     ("new build", replace(b"build: 2024.06.01"), 0,
      f"changed  {CORE}{NAME}: an update from 2024-05-01 to 2024-06-01"),
     ("new content under the old date", replace(VERSION), 1,
@@ -246,6 +247,8 @@ CHANGES = [
     ("another machine", lambda source: source.json["directories"][0].update(platform=10), 0,
      f"changed  {CORE}{NAME}: now for any machine"),
     ("package in another class", package(**{"class": 6}), 0, 'changed  package "Zeta α": other'),
+    ("packages in another order", lambda source: source.json["packages"].reverse(), 0,
+     "changed  zeft_bsps.info: another order in the tree"),
     ("package less", lambda source: source.json["packages"].pop(0), 0, 'removed  package "Zeta α"'),
     ("another page", raw("hwd_doc/zeta.html", b"<p>new</p>"), 0, "changed  bsp/hwd_doc.zip: fetched"),
 ]
@@ -274,8 +277,10 @@ class TestBuild(unittest.TestCase):
 
     def release(self, *wrapper):
         """Builds a second release; returns what users see of both."""
+        self.source.add(CORE + "old.zip", ("old/version.info", VERSION))
         self.build()
         old = tree("site/zeft")
+        self.source.path.joinpath(CORE, "old.zip").unlink()
         replace(b"build: 2024.06.01")(self.source)
         self.source.path.joinpath("hwd_doc/zeta.html").write_text("new")
         self.said = self.source.build(self.dest, *wrapper)
@@ -363,8 +368,11 @@ class TestBuild(unittest.TestCase):
         replace(b"build: 2024.06.01")(self.source)
         self.build()
         self.assertEqual(os.stat("site/zeft/bsp/x86/zeft_bsp_zeta.hlib.tar.xz").st_ino, inode)
-        pathlib.Path("site/zeft/bsp/x86/zeft_bsp_zeta.hlib.tar.xz").touch()  # not what was published
-        self.assertIn("ZR020", self.source.build(self.dest).stdout)
+        published = pathlib.Path("site/zeft/bsp/x86/zeft_bsp_zeta.hlib.tar.xz")
+        for size, date in (stamp.st_size - 1, SECONDS), (stamp.st_size, SECONDS + 1):
+            published.write_bytes(bytes(size))  # not what was published
+            os.utime(published, (0, date))
+            self.assertIn("ZR020", self.source.build(self.dest).stdout)
 
     def test_a_release_takes_its_place_at_once_and_back(self):
         pathlib.Path("site").mkdir()
