@@ -12,7 +12,6 @@ class TestConnecting : public QuietTest
 
 private slots:
     void FetchesTheCatalogue();
-    void FailsAndConnectsAgain_data();
     void FailsAndConnectsAgain();
     void StopsDescriptionsWithoutAnEnd();
     void TakesTheAlternateLink();
@@ -80,52 +79,43 @@ void TestConnecting::FetchesTheCatalogue()
                      "Connected. Select individual items in the left pane to install or update."}));
 }
 
-void TestConnecting::FailsAndConnectsAgain_data()
-{
-    const Table<QString, QByteArray, QString, int> row("path", "content", "message", "requests");
-    const char list[] = "zeft_upt_fversions.info";
-    const char packages[] = "bsp/zeft_bsps.info";
-    const QByteArray marker = "//zeft_upt_fversions.info\r\n";
-    row("no list", list, QByteArray(), kFailed, 1);
-    row("no marker", list, "8#a.zip#core#T#1#1\r\n", kInvalid, 1);
-    row("marker alone", list, marker, "Connected...but nothing to download.", 1);
-    row("no documents", "bsp/hwd_doc.zip", QByteArray(), kFailed, 2);
-    row("no room for documents", "downloads", "", kFailed, 1);
-    row("no packages", packages, QByteArray(), kFailed, 3);
-    row("no package list", packages, "<html>#</html>", kInvalid, 3);
-}
-
 void TestConnecting::FailsAndConnectsAgain()
 {
-    QFETCH(const QString, path);
-    QFETCH(const QByteArray, content); // null: the file is missing
-    QFETCH(const QString, message);
-    QDir(m_site.filePath("site")).removeRecursively();
+    const QString list = "zeft_upt_fversions.info";
+    const QString packages = "bsp/zeft_bsps.info";
+    // A file of the repository, its content and null if it is missing, what the log says, and how
+    // many requests came.
+    const std::tuple<QString, QByteArray, QString, int> rows[] = {
+        {list, QByteArray(), kFailed, 1},
+        {list, "8#a.zip#core#T#1#1\r\n", kInvalid, 1},
+        {list, "//zeft_upt_fversions.info\r\n", "Connected...but nothing to download.", 1},
+        {"no room for the descriptions", "", kFailed, 1},
+        {"bsp/hwd_doc.zip", QByteArray(), kFailed, 2},
+        {packages, QByteArray(), kFailed, 3},
+        {packages, "<html>#</html>", kInvalid, 3},
+    };
     Repository repository(m_site.filePath("site"));
     repository.Add("core/version_latest", "a.zip", {{"a/x", "x"}});
-    QVERIFY(repository.Publish());
-
     Installation installation;
-    const bool in_downloads = path == "downloads";
-    if (in_downloads)
-        QVERIFY(QDir().mkdir(installation.Download("hwd_doc.zip")));
-    else if (content.isNull())
-        QVERIFY(QFile::remove(m_site.filePath("site/zeft/" + path)));
-    else
-        QVERIFY(WriteFile(m_site.filePath("site/zeft/" + path), content));
-    installation.Connect(m_server.Url() + "/site");
-    QVERIFY(!installation.IsConnected());
-    QVERIFY2(installation.Log().last().startsWith(message), qPrintable(installation.Log().last()));
-    QVERIFY(message != kFailed || installation.Log().last().size() > kFailed.size());
-    QTEST(Requests().size(), "requests");
     const MainWindow *window = installation.Window();
-    QVERIFY(!window->base_downloader && window->records.isEmpty());
-    QVERIFY(!QGuiApplication::overrideCursor());
-
-    if (in_downloads)
-        QVERIFY(QDir().rmdir(installation.Download("hwd_doc.zip")));
-    else
+    const QString descriptions = installation.Download("hwd_doc.zip");
+    for (const auto &[path, content, message, requests] : rows) {
         QVERIFY(repository.Publish());
+        const QString file = m_site.filePath("site/zeft/" + path);
+        if (path.startsWith("no room"))
+            QVERIFY(QDir().mkdir(descriptions));
+        else
+            QVERIFY(content.isNull() ? QFile::remove(file) : WriteFile(file, content));
+        installation.Connect(m_server.Url() + "/site");
+        QVERIFY(!installation.IsConnected());
+        const QString last = installation.Log().last();
+        QVERIFY2(last.startsWith(message) && last != kFailed, qPrintable(path + ": " + last));
+        QCOMPARE(Requests().size(), requests);
+        QVERIFY(!window->base_downloader && window->records.isEmpty());
+        QVERIFY(!QGuiApplication::overrideCursor());
+        QDir().rmdir(descriptions);
+    }
+    QVERIFY(repository.Publish());
     installation.Connect(m_server.Url() + "/site");
     QVERIFY(installation.IsConnected());
     QCOMPARE(Requests().size(), 4);
