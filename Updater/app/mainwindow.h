@@ -84,6 +84,7 @@ private:
 
     // Tree (catalogue/mainwindow_ui.cpp)
     void InitTree();
+    void PutPageIntoTabOrder();
     void AddRecordRows();
     void AddPackages();
     void UpdateRecords();

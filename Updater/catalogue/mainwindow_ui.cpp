@@ -40,8 +40,10 @@ QTreeWidgetItem *MakeItem(Parent *parent, const QString &text, int type,
                           const QString &tool_tip = QString())
 {
     auto *item = new QTreeWidgetItem(parent, QStringList(text), type);
-    if (!tool_tip.isEmpty())
+    if (!tool_tip.isEmpty()) {
         item->setToolTip(0, tool_tip);
+        item->setData(0, Qt::AccessibleDescriptionRole, tool_tip);
+    }
     return item;
 }
 
@@ -146,6 +148,19 @@ void MainWindow::on_tree_wgt_itemSelectionChanged()
     page->setParent(this);
     ui->ly_user->addWidget(page);
     page->show();
+    PutPageIntoTabOrder();
+}
+
+/// A new page comes last in the tab order, and what stands below it is to follow.
+void MainWindow::PutPageIntoTabOrder()
+{
+    QWidget *last = previousInFocusChain();
+    while (last->focusPolicy() == Qt::NoFocus)
+        last = last->previousInFocusChain();
+    for (QWidget *next : std::initializer_list<QWidget *>{ui->msgs, ui->pb_help, ui->pb_pause}) {
+        setTabOrder(last, next);
+        last = next;
+    }
 }
 
 void MainWindow::AddTreeArchItems()

@@ -22,6 +22,8 @@ DownloadWgt::DownloadWgt(const QStringList &labels, QFrame *parent)
 {
     ui->setupUi(this);
     RecordTable::SetLabels(ui->table, labels);
+    // The buttons act on the current row, and the Tab key makes one current without selecting it.
+    connect(ui->table, &QTableWidget::currentCellChanged, ui->table, &QTableWidget::selectRow);
     connect(&timer, &QTimer::timeout, this, &DownloadWgt::onTimer500);
     timer.start(500);
 }
