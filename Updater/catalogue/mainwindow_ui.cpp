@@ -133,13 +133,15 @@ void MainWindow::InitTree()
 
 void MainWindow::on_tree_wgt_itemSelectionChanged()
 {
+    const QTreeWidgetItem *item = ui->tree_wgt->currentItem();
+    QWidget *page = item ? PageByType(item) : nullptr;
+    if (page && ui->ly_user->indexOf(page) >= 0)
+        return; // with the focus that may be in it
     if (QLayoutItem *shown = ui->ly_user->takeAt(0)) {
         shown->widget()->hide();
         shown->widget()->setParent(nullptr);
         delete shown;
     }
-    const QTreeWidgetItem *item = ui->tree_wgt->currentItem();
-    QWidget *page = item ? PageByType(item) : nullptr;
     if (!page)
         return;
     // A fast connection builds the tree before the descriptions are unpacked.

@@ -6,6 +6,7 @@
 #include "app/mainwindow_helper.h"
 #include "common/desktop.h"
 #include "panels/record_table.h"
+#include "panels/widget_helper.h"
 #include "ui_downloadwgt.h"
 
 namespace {
@@ -93,7 +94,7 @@ void DownloadWgt::UpdateButtons()
     const int status = record ? record->status : RecordStatus::NotInstalled;
     const bool deleting = status == RecordStatus::Deleting;
     const bool can_cancel = IsInWork(status) && !deleting;
-    ui->pb_install->setText(can_cancel ? "Cancel" : "Install");
+    SetButtonText(ui->pb_install, can_cancel ? "Cancel" : "Install");
     ui->pb_install->setEnabled(!deleting);
     ui->pb_delete->setEnabled(status != RecordStatus::Installing
                               && status != RecordStatus::NotInstalled && !deleting);

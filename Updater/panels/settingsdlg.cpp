@@ -20,6 +20,10 @@ SettingsDlg::SettingsDlg(QWidget *parent)
     , ui(new Ui_SettingsDlg)
 {
     ui->setupUi(this);
+    connect(ui->table_activity, &QTableWidget::itemActivated, this,
+            &SettingsDlg::on_table_activity_itemClicked);
+    for (QLineEdit *field : findChildren<QLineEdit *>())
+        connect(field, &QLineEdit::returnPressed, ui->pb_connect, &QPushButton::click);
     ui->cb_proxy->setCurrentIndex(SystemProxy);
 }
 
@@ -68,8 +72,7 @@ void SettingsDlg::UpdateActivity(const QList<DN_FILE_STRUCT *> &list)
 
 void SettingsDlg::on_cb_proxy_currentIndexChanged(int index)
 {
-    for (QLineEdit *field :
-         {ui->eb_proxy_addr, ui->eb_proxy_port, ui->eb_proxy_usr, ui->eb_proxy_pwd})
+    for (QLineEdit *field : findChildren<QLineEdit *>())
         field->setEnabled(index == ManualProxy);
 }
 

@@ -7,6 +7,7 @@
 #include "app/mainwindow_helper.h"
 #include "catalogue/descriptions.h"
 #include "common/common_helper.h"
+#include "panels/widget_helper.h"
 #include "pipeline/downloads.h"
 #include "pipeline/extractor.h"
 #include "transfer/filedownloader.h"
@@ -155,7 +156,7 @@ void MainWindow::on_pb_pause_clicked()
         else
             record->downloader->Resume();
     }
-    ui->pb_pause->setText(pause ? " Resume Downloads " : " Pause Downloads ");
+    SetButtonText(ui->pb_pause, pause ? " Resume Downloads " : " Pause Downloads ");
 }
 
 void MainWindow::ProcessDownload()

@@ -1,13 +1,20 @@
 #include "app/mainwindow_helper.h"
 #include "panels/downloadwgt.h"
+#include "panels/settingsdlg.h"
 #include "support/installation.h"
 #include "support/quiet_test.h"
 #include "support/table.h"
 #include "support/test_class.h"
 
 #include <QAccessible>
+#include <QClipboard>
 #include <QComboBox>
+#include <QDesktopServices>
+#include <QLineEdit>
+#include <QPlainTextEdit>
 #include <QProgressBar>
+#include <QPushButton>
+#include <QTableWidget>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -16,9 +23,16 @@ class TestKeyboard : public QuietTest
 {
     Q_OBJECT
 
+public slots:
+    void CountHelp(const QUrl & /*page*/) { ++m_helped; }
+
 private slots:
     void NamesEachStop_data();
     void NamesEachStop();
+    void PressesByKey();
+
+private:
+    int m_helped = 0;
 };
 
 namespace {
@@ -26,7 +40,11 @@ namespace {
 /// One that gets the keys.
 struct ActiveInstallation : Installation
 {
-    ActiveInstallation() { Activate(); }
+    explicit ActiveInstallation(bool beats = true)
+        : Installation(beats)
+    {
+        Activate();
+    }
 
     /// As the desktop does when a window opens or a box over it has gone.
     void Activate() const
@@ -35,6 +53,9 @@ struct ActiveInstallation : Installation
         if (!QTest::qWaitForWindowActive(Window()))
             qWarning("The window gets no keys");
     }
+
+    QString Answer(const std::function<void()> &act, int key,
+                   Qt::KeyboardModifiers modifiers = Qt::NoModifier) const;
 };
 
 void PressKey(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
@@ -47,12 +68,42 @@ QString Focused()
     return QApplication::focusWidget() ? QApplication::focusWidget()->objectName() : "none";
 }
 
+bool TabTo(const QString &object_name)
+{
+    for (int i = 0; i < 20 && Focused() != object_name; ++i)
+        PressKey(Qt::Key_Tab);
+    return Focused() == object_name;
+}
+
 QString Told(QObject *widget, QAccessible::Text text = QAccessible::Name)
 {
     const QAccessibleInterface *teller = QAccessible::queryAccessibleInterface(widget);
     if (text == QAccessible::Name && teller->role() == QAccessible::ComboBox) // its own is its text
         teller = teller->relations(QAccessible::Label)[0].first;
     return teller->text(text);
+}
+
+/// Presses a key in the box or dialogue that \a act opens. Gives what that shows, empty if none
+/// came.
+QString ActiveInstallation::Answer(const std::function<void()> &act, int key,
+                                   Qt::KeyboardModifiers modifiers) const
+{
+    QString shown;
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        const QWidget *modal = QApplication::activeModalWidget();
+        if (!modal || QGuiApplication::focusWindow() != modal->windowHandle())
+            return;
+        watch.stop();
+        const auto *box = qobject_cast<const QMessageBox *>(modal);
+        shown = box ? box->text() : modal->windowTitle();
+        PressKey(key, modifiers);
+    });
+    watch.start(1);
+    act();
+    if (Window()->isVisible())
+        Activate();
+    return shown;
 }
 
 void ShowPage(const Installation &installation, QTreeWidgetItem *item)
@@ -103,6 +154,61 @@ void TestKeyboard::NamesEachStop()
     auto *items = QAccessible::queryAccessibleInterface(tree)->tableInterface();
     QCOMPARE(items->cellAt(1, 0)->text(QAccessible::Description),
              tree->topLevelItem(1)->toolTip(0));
+}
+
+void TestKeyboard::PressesByKey()
+{
+    DN_FILE_STRUCT record;
+    const ActiveInstallation installation(false);
+    MainWindow *window = installation.Window();
+    const auto *pause = installation.Find<QPushButton>("pb_pause");
+    window->settings_dlg->AddRepo("https://localhost:9");
+    QSignalSpy connects(window->settings_dlg, &SettingsDlg::Connect);
+    installation.Find<QComboBox>("cb_proxy")->setCurrentText("Manual Settings");
+    QVERIFY(TabTo("eb_proxy_usr"));
+    PressKey(Qt::Key_Return);
+    QCOMPARE(connects.count(), 1);
+    QCOMPARE(Focused(), QString("eb_proxy_usr"));
+    window->settings_dlg->EnableConnectPB(true);
+    PressKey(Qt::Key_C, Qt::AltModifier);
+    QTRY_COMPARE(connects.count(), 2);
+
+    QDesktopServices::setUrlHandler("file", this, "CountHelp");
+    QVERIFY(TabTo("pb_help"));
+    PressKey(Qt::Key_Return);
+    QCOMPARE(m_helped, 1);
+    PressKey(Qt::Key_F1);
+    QTRY_COMPARE(m_helped, 2);
+    QDesktopServices::unsetUrlHandler("file");
+
+    installation.Find<QPushButton>("pb_pause")->setEnabled(true);
+    QVERIFY(TabTo("pb_pause"));
+    PressKey(Qt::Key_Return);
+    QCOMPARE(pause->text(), QString(" Resume Downloads "));
+    PressKey(Qt::Key_P, Qt::AltModifier); // which the new text has not taken away
+    QTRY_COMPARE(pause->text(), QString(" Pause Downloads "));
+
+    ShowPage(installation, window->tree_item_core);
+    installation.Find<DownloadWgt>("DownloadWgt")->AddTableRow("a", &record);
+    window->AddToDownload(&record);
+    window->UpdateActivityList();
+    ShowPage(installation, window->tree_item_connections);
+    QVERIFY(TabTo("table_activity"));
+    PressKey(Qt::Key_Return);
+    QVERIFY(window->tree_item_core->isSelected());
+    QCOMPARE(Focused(), QString("table_activity"));
+
+    ShowPage(installation, window->tree_item_local);
+    QVERIFY(TabTo("pb_add"));
+    QCOMPARE(installation.Answer([] { PressKey(Qt::Key_Return); }, Qt::Key_Escape),
+             QString("Select Files"));
+
+    window->AddMsg("text", 1);
+    QVERIFY(TabTo("msgs"));
+    PressKey(Qt::Key_A, Qt::ControlModifier);
+    PressKey(Qt::Key_C, Qt::ControlModifier);
+    QCOMPARE(QGuiApplication::clipboard()->text(),
+             installation.Find<QPlainTextEdit>("msgs")->toPlainText());
 }
 
 ZEFT_TEST(TestKeyboard)
