@@ -182,6 +182,8 @@ void MainWindow::AddTreeArchItems()
         return;
 
     QGuiApplication::restoreOverrideCursor();
+    if (settings_dlg->isAncestorOf(focusWidget()))
+        ui->tree_wgt->setFocus();
     settings_dlg->ShowConnectPB(false);
     ui->pb_pause->setEnabled(true);
     AddMsg("Connected. Select individual items in the left pane to install or update.", 1);

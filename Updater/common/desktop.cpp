@@ -33,6 +33,7 @@ bool AskUser(QWidget *parent, const QString &question, QMessageBox::StandardButt
 {
     QMessageBox box(QMessageBox::Warning, QStringLiteral("ZEFT"), question, agree | refuse, parent);
     box.setTextFormat(Qt::PlainText); // a file name may look like mark-up
+    box.setDefaultButton(refuse);
     return box.exec() == agree;
 }
 

@@ -12,7 +12,8 @@ QString GetZeftUserDataDir();
 /// Gives its canonical path without a "/" at the end; empty if the user cancels.
 QString GetDirectoryFromUser(void *parent, const QString &dir, QString caption);
 
-/// Asks in a box over \a parent, as plain text. True for \a agree; closing it counts as \a refuse.
+/// Asks in a box over \a parent, as plain text. True for \a agree; closing it, or Return or Escape,
+/// counts as \a refuse.
 bool AskUser(QWidget *parent, const QString &question, QMessageBox::StandardButton agree,
              QMessageBox::StandardButton refuse);
 

@@ -95,9 +95,10 @@ void DownloadWgt::UpdateButtons()
     const bool deleting = status == RecordStatus::Deleting;
     const bool can_cancel = IsInWork(status) && !deleting;
     SetButtonText(ui->pb_install, can_cancel ? "Cancel" : "Install");
-    ui->pb_install->setEnabled(!deleting);
-    ui->pb_delete->setEnabled(status != RecordStatus::Installing
-                              && status != RecordStatus::NotInstalled && !deleting);
+    SetEnabled(ui->pb_install, !deleting, ui->table);
+    const bool can_delete = status != RecordStatus::Installing
+                            && status != RecordStatus::NotInstalled && !deleting;
+    SetEnabled(ui->pb_delete, can_delete, ui->table);
 }
 
 void DownloadWgt::onTimer500()

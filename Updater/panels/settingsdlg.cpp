@@ -4,6 +4,7 @@
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
 #include "panels/record_table.h"
+#include "panels/widget_helper.h"
 #include "transfer/filedownloader.h"
 #include "ui_settingsdlg.h"
 
@@ -41,7 +42,9 @@ void SettingsDlg::AddRepo(const QString &url)
 
 void SettingsDlg::EnableConnectPB(bool enable)
 {
-    ui->pb_connect->setEnabled(enable);
+    SetEnabled(ui->pb_connect, enable, ui->table_repo);
+    if (enable && window()->focusWidget() == ui->table_repo)
+        ui->pb_connect->setFocus();
 }
 
 void SettingsDlg::ShowConnectPB(bool show)

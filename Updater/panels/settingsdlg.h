@@ -18,6 +18,7 @@ public:
     ~SettingsDlg() override;
 
     void AddRepo(const QString &url);
+    /// Keeps the focus for the button while it is disabled.
     void EnableConnectPB(bool enable);
     void ShowConnectPB(bool show); // and the check box beside it
     bool IsAltLink();

@@ -2,7 +2,9 @@
 #include "panels/downloadwgt.h"
 #include "panels/settingsdlg.h"
 #include "support/installation.h"
+#include "support/nginx_server.h"
 #include "support/quiet_test.h"
+#include "support/repository.h"
 #include "support/table.h"
 #include "support/test_class.h"
 
@@ -29,6 +31,7 @@ public slots:
 private slots:
     void NamesEachStop_data();
     void NamesEachStop();
+    void WorksWithoutAMouse();
     void PressesByKey();
 
 private:
@@ -154,6 +157,72 @@ void TestKeyboard::NamesEachStop()
     auto *items = QAccessible::queryAccessibleInterface(tree)->tableInterface();
     QCOMPARE(items->cellAt(1, 0)->text(QAccessible::Description),
              tree->topLevelItem(1)->toolTip(0));
+}
+
+void TestKeyboard::WorksWithoutAMouse()
+{
+    const QTemporaryDir site;
+    NginxServer server(site.path());
+    QVERIFY2(server.Start(), qPrintable(server.Errors()));
+    Repository repository(site.path());
+    repository.Add("core/version_latest", "core.zip",
+                   {{"core/version.info", "build: 2024.05.01\r\n"},
+                    {"core/zeft_install.sh",
+                     "#!/bin/sh\necho ' 42%'\nuntil [ -e ../go ]; do sleep 0.02; done\n"}});
+    QVERIFY(repository.Publish());
+    ActiveInstallation installation;
+    QTableWidgetItem *url = installation.Find<QTableWidget>("table_repo")->item(0, 0);
+
+    url->setText("https://localhost:9");
+    QVERIFY(TabTo("pb_connect"));
+    PressKey(Qt::Key_Return);
+    QVERIFY(!installation.IsConnected());
+    QCOMPARE(Focused(), QString("pb_connect"));
+    url->setText(server.Url());
+    PressKey(Qt::Key_Space);
+    QVERIFY(installation.IsConnected());
+    QCOMPARE(Focused(), QString("tree_wgt"));
+
+    const DN_FILE_STRUCT *record = installation.Record("core.zip");
+    const auto reaches = [&](int status) {
+        return installation.Work([&] { return record->status == status; });
+    };
+    const auto press_return = [] { PressKey(Qt::Key_Return); };
+    for (int i = 0; i < 3; ++i)
+        PressKey(Qt::Key_Down);
+    QVERIFY(TabTo("table"));
+    const auto *button = installation.Find<QPushButton>("pb_install");
+    const auto install = [&] {
+        return TabTo("pb_install") && (press_return(), reaches(RecordStatus::Installing))
+               && QTest::qWaitFor([&] { return button->text() == "Cancel"; });
+    };
+    QVERIFY(install());
+    QVERIFY(installation.Answer(press_return, Qt::Key_Return).contains("not to cancel"));
+    QCOMPARE(record->status, int(RecordStatus::Installing));
+    QVERIFY(
+        installation.Answer(press_return, Qt::Key_Y, Qt::AltModifier).contains("not to cancel"));
+    QVERIFY(reaches(RecordStatus::NotInstalled));
+    QTRY_COMPARE(button->text(), QString("Install"));
+
+    QVERIFY(install());
+    WriteFile(installation.Path("go"), "");
+    QVERIFY(reaches(RecordStatus::Installed));
+    QTRY_COMPARE(button->text(), QString("Install"));
+    QVERIFY(TabTo("pb_delete"));
+    PressKey(Qt::Key_Space);
+    QCOMPARE(Focused(), QString("table"));
+    QVERIFY(reaches(RecordStatus::NotInstalled));
+
+    QFile::remove(installation.Path("go"));
+    QTRY_VERIFY(button->isEnabled());
+    QVERIFY(install());
+    const auto close = [&] { installation.Window()->close(); };
+    for (const int key : {Qt::Key_Return, Qt::Key_Escape}) {
+        QVERIFY(installation.Answer(close, key).contains("not to close"));
+        QVERIFY(installation.Window()->isVisible() && installation.Window()->post_install_process);
+    }
+    QVERIFY(installation.Answer(close, Qt::Key_Y, Qt::AltModifier).contains("not to close"));
+    QVERIFY(!installation.Window()->isVisible());
 }
 
 void TestKeyboard::PressesByKey()
