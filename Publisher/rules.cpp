@@ -1,5 +1,7 @@
 #include "rules.h"
 
+#include <QDataStream>
+
 #include <algorithm>
 
 const QList<RuleInfo> &Rules()
@@ -79,4 +81,17 @@ bool Findings::HasErrors() const
     return std::any_of(begin(), end(), [](const Finding &finding) {
         return InfoOf(finding.rule).level == Level::Error;
     });
+}
+
+QDataStream &operator<<(QDataStream &stream, const Finding &finding)
+{
+    return stream << static_cast<int>(finding.rule) << finding.subject << finding.text;
+}
+
+QDataStream &operator>>(QDataStream &stream, Finding &finding)
+{
+    int rule = 0;
+    stream >> rule >> finding.subject >> finding.text;
+    finding.rule = static_cast<Rule>(rule);
+    return stream;
 }

@@ -3,6 +3,8 @@
 #include <QList>
 #include <QString>
 
+class QDataStream;
+
 enum class Level { Warning, Error };
 
 /// What a repository has to keep to. The numbers are permanent: they make the rules' ids, by which
@@ -93,3 +95,7 @@ public:
     void Add(Rule rule, const QString &subject, const QString &text);
     bool HasErrors() const;
 };
+
+// For a process that finds something for another one.
+QDataStream &operator<<(QDataStream &stream, const Finding &finding);
+QDataStream &operator>>(QDataStream &stream, Finding &finding);

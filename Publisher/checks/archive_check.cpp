@@ -34,9 +34,8 @@ QByteArray Packed(const TrialResult &result)
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     const ArchiveFacts &facts = result.facts;
-    stream << facts.size << facts.sum << facts.build << facts.is_like_rival << result.failure;
-    for (const Finding &finding : result.findings)
-        stream << static_cast<int>(finding.rule) << finding.subject << finding.text;
+    stream << facts.size << facts.sum << facts.build << facts.is_like_rival << result.failure
+           << result.findings;
     return bytes;
 }
 
@@ -45,14 +44,8 @@ TrialResult Unpacked(const QByteArray &bytes)
     TrialResult result;
     QDataStream stream(bytes);
     ArchiveFacts &facts = result.facts;
-    stream >> facts.size >> facts.sum >> facts.build >> facts.is_like_rival >> result.failure;
-    while (!stream.atEnd()) {
-        int rule = 0;
-        Finding finding;
-        stream >> rule >> finding.subject >> finding.text;
-        finding.rule = static_cast<Rule>(rule);
-        result.findings.append(finding);
-    }
+    stream >> facts.size >> facts.sum >> facts.build >> facts.is_like_rival >> result.failure
+        >> result.findings;
     return result;
 }
 
