@@ -163,24 +163,24 @@ void CheckPage(const PackageLine &package, const QString &dir, Findings &finding
     }
 }
 
-/// Reads the list at \a path with the functions for a whole one and for a line of it.
+/// Reads the list \a name in \a dir with the functions for a whole one and for a line of it.
 template <typename ReadList, typename ReadLine, typename Line>
-void ReadLines(const QString &path, ReadList read_list, ReadLine read_line, QList<Line> &list,
-               Findings &findings)
+void ReadLines(const QString &dir, const QString &name, ReadList read_list, ReadLine read_line,
+               QList<Line> &list, Findings &findings)
 {
     QByteArray bytes;
     QStringList lines;
-    const QString failure = ReadSourceFile(path, bytes);
+    const QString failure = ReadSourceFile(dir + '/' + name, bytes);
     if (!failure.isEmpty())
-        return findings.Add(Rule::Unreadable, path, failure);
+        return findings.Add(Rule::Unreadable, name, failure);
     if (!read_list(bytes, lines))
-        return findings.Add(Rule::DamagedList, path, "it does not begin as such a list does");
+        return findings.Add(Rule::DamagedList, name, "it does not begin as such a list does");
     for (const QString &text : qAsConst(lines)) {
         Line line;
         if (read_line(text, line))
             list.append(line);
         else
-            findings.Add(Rule::DamagedList, path,
+            findings.Add(Rule::DamagedList, name,
                          QString("the updater passes over the line \"%1\"").arg(text.left(80)));
     }
 }
@@ -189,15 +189,21 @@ void ReadLines(const QString &path, ReadList read_list, ReadLine read_line, QLis
 
 QString InRelease(const QString &dir, const QString &path)
 {
-    return dir + '/' + path.section('/', 2);
+    return dir + '/' + NameInRelease(path);
+}
+
+QString NameInRelease(const QString &path)
+{
+    return path.section('/', 2);
 }
 
 Lists ReadLists(const QString &dir, Findings &findings)
 {
     Lists lists;
-    ReadLines(InRelease(dir, FileListPath()), ReadFileList, ReadFileLine, lists.files, findings);
-    ReadLines(InRelease(dir, PackageListPath()), ReadPackageList, ReadPackageLine, lists.packages,
+    ReadLines(dir, NameInRelease(FileListPath()), ReadFileList, ReadFileLine, lists.files,
               findings);
+    ReadLines(dir, NameInRelease(PackageListPath()), ReadPackageList, ReadPackageLine,
+              lists.packages, findings);
     return lists;
 }
 
@@ -235,11 +241,11 @@ void CheckPages(const QList<PackageLine> &packages, const QString &dir, const QS
         named.insert(package.description);
     }
     for (const QString &page : pages) {
-        const QString path = dir + '/' + page;
-        if (QFileInfo(path).size() > kMostDescriptionBytes)
-            findings.Add(Rule::PageTooLarge, path,
+        const QString name = QString(kDescriptionsFolder) + '/' + page;
+        if (QFileInfo(dir + '/' + page).size() > kMostDescriptionBytes)
+            findings.Add(Rule::PageTooLarge, name,
                          QString("it has more than %1 bytes").arg(kMostDescriptionBytes));
         if (QFileInfo(page).suffix().startsWith("htm") && !named.contains(page))
-            findings.Add(Rule::UnusedPage, path, "no package names this page");
+            findings.Add(Rule::UnusedPage, name, "no package names this page");
     }
 }

@@ -13,6 +13,9 @@ struct Lists
 /// Where the file lies in the folder of a release that has the \a path below a base URL.
 QString InRelease(const QString &dir, const QString &path);
 
+/// The same path below "zeft/", by which findings name it.
+QString NameInRelease(const QString &path);
+
 /// The path of a file in the repository, below "zeft/".
 QString NameOf(const FileLine &file);
 

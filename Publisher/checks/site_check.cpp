@@ -18,12 +18,12 @@ void CheckUnlisted(const Lists &lists, const QString &dir, Findings &findings)
 {
     QSet<QString> known = {kReleaseRecord};
     for (const QString &path : {FileListPath(), PackageListPath(), DescriptionsPath()})
-        known.insert(InRelease({}, path).mid(1));
+        known.insert(NameInRelease(path));
     for (const FileLine &file : lists.files)
         known.insert(NameOf(file));
     for (const QString &file : FilesBelow(dir))
         if (!known.contains(file))
-            findings.Add(Rule::UnlistedFile, dir + '/' + file, "no list names it");
+            findings.Add(Rule::UnlistedFile, file, "no list names it");
 }
 
 /// Compares what an archive holds with its line in the list.
@@ -58,6 +58,17 @@ void CheckTimeStamps(const Lists &lists, Findings &findings)
     }
 }
 
+void CompareWithLine(const FileLine &file, qint64 size, const QDateTime &date, Findings &findings)
+{
+    if (size != file.file_size)
+        findings.Add(Rule::OtherSize, NameOf(file),
+                     QString("it has %1 bytes, the list states %2").arg(size).arg(file.file_size));
+    const QString stamp = TimeStampOf(date);
+    if (stamp != file.time_stamp)
+        findings.Add(Rule::OtherDate, NameOf(file),
+                     QString("its date is %1, the list states %2").arg(stamp, file.time_stamp));
+}
+
 void CheckArchives(const Lists &lists, const QString &dir, const QString &place, Findings &findings,
                    const std::function<void(int, int)> &progress)
 {
@@ -72,16 +83,7 @@ void CheckArchives(const Lists &lists, const QString &dir, const QString &place,
             findings.Add(Rule::MissingFile, name, "the list names it, and it isn't there");
             continue;
         }
-        if (info.size() != file.file_size) {
-            findings.Add(Rule::OtherSize, name,
-                         QString("it has %1 bytes, the list states %2")
-                             .arg(info.size())
-                             .arg(file.file_size));
-        }
-        const QString stamp = TimeStampOf(info.lastModified());
-        if (stamp != file.time_stamp)
-            findings.Add(Rule::OtherDate, name,
-                         QString("its date is %1, the list states %2").arg(stamp, file.time_stamp));
+        CompareWithLine(file, info.size(), info.lastModified(), findings);
         trials.append({name, info.filePath(), InstallTargetOf(file.file_name).dir, {}, {}});
         tried.append(file);
     }
@@ -109,7 +111,7 @@ void CheckPagesArchive(const Lists &lists, const QString &dir, const QString &pl
         },
         [&](int, const QByteArray &failure) {
             if (!failure.isEmpty() || failure.isNull()) {
-                findings.Add(Rule::NotUnpackable, path,
+                findings.Add(Rule::NotUnpackable, NameInRelease(DescriptionsPath()),
                              QString("it cannot be unpacked in %1: %2")
                                  .arg(place, QString::fromLocal8Bit(failure)));
             }

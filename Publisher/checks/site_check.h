@@ -4,6 +4,8 @@
 
 #include <functional>
 
+class QDateTime;
+
 /// Checks the release in the folder \a dir: its lists, its archives to their last byte, and its
 /// pages. \a place is a folder for trials.
 void CheckRelease(const QString &dir, const QString &place, Findings &findings,
@@ -19,3 +21,6 @@ void CheckPagesArchive(const Lists &lists, const QString &dir, const QString &pl
 
 /// Checks that the time stamps in the file list have the one form that the updater can use.
 void CheckTimeStamps(const Lists &lists, Findings &findings);
+
+/// Compares the \a size in bytes and the \a date of a file with its line in the list.
+void CompareWithLine(const FileLine &file, qint64 size, const QDateTime &date, Findings &findings);
