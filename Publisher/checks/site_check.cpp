@@ -64,7 +64,7 @@ void CompareWithLine(const FileLine &file, qint64 size, const QDateTime &date, F
         findings.Add(Rule::OtherSize, NameOf(file),
                      QString("it has %1 bytes, the list states %2").arg(size).arg(file.file_size));
     const QString stamp = TimeStampOf(date);
-    if (stamp != file.time_stamp)
+    if (stamp != file.time_stamp && DateOfStamp(file.time_stamp).isValid())
         findings.Add(Rule::OtherDate, NameOf(file),
                      QString("its date is %1, the list states %2").arg(stamp, file.time_stamp));
 }
@@ -98,6 +98,7 @@ void CheckPagesArchive(const Lists &lists, const QString &dir, const QString &pl
 {
     const QString path = InRelease(dir, DescriptionsPath());
     const QString pages = place + '/' + kDescriptionsFolder;
+    QString failure = "the process that unpacked it was killed";
     RunJobs(
         1,
         [&](int) {
@@ -105,17 +106,17 @@ void CheckPagesArchive(const Lists &lists, const QString &dir, const QString &pl
             try {
                 Unpack(Encoded(path), Encoded(place), Purpose::Trial, silence);
                 return QByteArray("");
-            } catch (const std::exception &failure) {
-                return QByteArray(failure.what());
+            } catch (const std::exception &refusal) {
+                return QByteArray(refusal.what());
             }
         },
-        [&](int, const QByteArray &failure) {
-            if (!failure.isEmpty() || failure.isNull()) {
-                findings.Add(Rule::NotUnpackable, NameInRelease(DescriptionsPath()),
-                             QString("it cannot be unpacked in %1: %2")
-                                 .arg(place, QString::fromLocal8Bit(failure)));
-            }
+        [&failure](int, const QByteArray &result) {
+            if (!result.isNull())
+                failure = QString::fromLocal8Bit(result);
         });
+    if (!failure.isEmpty())
+        return findings.Add(Rule::NotUnpackable, NameInRelease(DescriptionsPath()),
+                            QString("it cannot be unpacked in %1: %2").arg(place, failure));
     CheckPages(lists.packages, pages, FilesBelow(pages), findings);
 }
 
