@@ -12,6 +12,7 @@ mkdir -p "$2"
 cd "$2"
 
 ln -sfn "$site" site
+ln -sfn "$here/repository.conf" repository.conf
 sed -e "s/@PORT@/$3/" -e "s/@BYTES_PER_SECOND@/${4:-0}/" -e "s/@REQUESTS_PER_SECOND@/${5:-1000000}/" \
   "$here/nginx.conf.in" >nginx.conf
 chatter=$(openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 30 \
