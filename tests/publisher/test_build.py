@@ -418,7 +418,7 @@ class TestBuild(unittest.TestCase):
     def test_an_interruption_leaves_nothing(self):
         self.build()
         before = tree("site")
-        self.source.add(CORE + "a.tar.xz", ("a.tar/version.info", VERSION), ("a.tar/x", bytes(1 << 29)))
+        self.source.add(CORE + "a.tar.gz", ("a.tar/version.info", VERSION), ("a.tar/x", bytes(1 << 28)))
         for number in signal.SIGINT, signal.SIGTERM:
             process = subprocess.Popen([REPO, "build", self.source.path, self.dest])
             while not list(pathlib.Path("site").glob("zeft.work/trials/*/*")):
