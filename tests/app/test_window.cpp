@@ -5,8 +5,6 @@
 #include "support/test.h"
 #include "transfer/filedownloader.h"
 
-Q_DECLARE_METATYPE(QMessageBox::StandardButton)
-
 class TestWindow : public QuietTest
 {
     Q_OBJECT
@@ -16,7 +14,6 @@ private slots:
     void StartsUp();
     void LeavesTheWorkToAnotherUpdater();
     void ColorsTheNewLineAlone();
-    void AsksBeforeItCloses_data();
     void AsksBeforeItCloses();
 };
 
@@ -133,62 +130,57 @@ void TestWindow::ColorsTheNewLineAlone()
     }
 }
 
-void TestWindow::AsksBeforeItCloses_data()
+void TestWindow::AsksBeforeItCloses()
 {
+    using namespace RecordStatus;
     using Answers = QList<QMessageBox::StandardButton>;
+    // An "Installing" among the statuses has all stages at work.
+    const auto row = [](const QString &name, const QList<int> &statuses, const Answers &answers,
+                        const QStringList &questions, bool closes) {
+        Installation installation;
+        MainWindow *window = installation.Window();
+        for (const int status : statuses) {
+            window->records.append(new DN_FILE_STRUCT);
+            window->records.last()->status = status;
+        }
+        auto *local = new DN_FILE_STRUCT; // it asks no question of its own
+        local->file_name = "local";
+        local->status = Downloading;
+        window->local_records.append(local);
+        QList<QProcess **> processes;
+        if (statuses.contains(Installing)) {
+            processes = {&window->install_process, &window->post_install_process,
+                         &window->delete_process};
+            for (auto *queue :
+                 {&window->install_queue, &window->post_install_queue, &window->delete_queue})
+                queue->append(local);
+        }
+        for (QProcess **process : processes) {
+            *process = new QProcess;
+            (*process)->start("sleep", {"60"});
+            QVERIFY((*process)->waitForStarted());
+        }
+        WriteFile(installation.Download("local"), "x");
+        WriteFile(installation.Download("hwd_doc.zip"), "x");
+
+        const BoxAnswers boxes(answers);
+        Row(name, window->close(), closes);
+        Row(name, boxes.questions, questions);
+        Row(name, window->isVisible(), !closes);
+        Row(name, QFile::exists(installation.Download("hwd_doc.zip")), !closes);
+        for (QProcess **process : processes)
+            Row(name, (*process)->waitForFinished(closes ? 60000 : 10), closes);
+        Row(name, QFile::exists(installation.Download("local")), true);
+    };
     const auto yes = QMessageBox::Yes;
     const auto cancel = QMessageBox::Cancel;
     const QString ask = kDownloading;
-    using namespace RecordStatus;
-    const Table<QList<int>, Answers, QStringList, bool> row("statuses", "answers", "questions",
-                                                            "closes");
     row("idle", {Error, Unknown, NotInstalled, UpdateAvailable, Installed}, {}, {}, true);
     row("an installation, Cancel", {Installing, DownloadPending}, {cancel}, {kInstalling}, false);
     row("two downloads, Yes and Cancel", {DownloadPending, NotInstalled, Downloading},
         {yes, cancel}, {ask, ask}, false);
     row("all, Yes", {Installing, Downloading, DownloadPending}, {yes, yes, yes},
         {kInstalling, ask, ask}, true);
-}
-
-void TestWindow::AsksBeforeItCloses()
-{
-    QFETCH(const QList<int>, statuses); // an "Installing" among them has all stages at work
-    QFETCH(const QList<QMessageBox::StandardButton>, answers);
-    QFETCH(const bool, closes);
-    Installation installation;
-    MainWindow *window = installation.Window();
-    for (const int status : statuses) {
-        window->records.append(new DN_FILE_STRUCT);
-        window->records.last()->status = status;
-    }
-    auto *local = new DN_FILE_STRUCT; // it asks no question of its own
-    local->file_name = "local";
-    local->status = RecordStatus::Downloading;
-    window->local_records.append(local);
-    QList<QProcess **> processes;
-    if (statuses.contains(RecordStatus::Installing)) {
-        processes = {&window->install_process, &window->post_install_process,
-                     &window->delete_process};
-        for (auto *queue :
-             {&window->install_queue, &window->post_install_queue, &window->delete_queue})
-            queue->append(local);
-    }
-    for (QProcess **process : processes) {
-        *process = new QProcess;
-        (*process)->start("sleep", {"60"});
-        QVERIFY((*process)->waitForStarted());
-    }
-    WriteFile(installation.Download("local"), "x");
-    WriteFile(installation.Download("hwd_doc.zip"), "x");
-
-    BoxAnswers boxes(answers);
-    QCOMPARE(window->close(), closes);
-    QTEST(boxes.questions, "questions");
-    QCOMPARE(window->isVisible(), !closes);
-    QCOMPARE(QFile::exists(installation.Download("hwd_doc.zip")), !closes);
-    for (QProcess **process : processes)
-        QCOMPARE((*process)->waitForFinished(closes ? 60000 : 10), closes);
-    QVERIFY(QFile::exists(installation.Download("local")));
 }
 
 ZEFT_TEST(TestWindow)

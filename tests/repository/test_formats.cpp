@@ -21,72 +21,62 @@ private slots:
 
 void TestFormats::ChecksTheLists()
 {
-    const QByteArray marker = "//zeft_upt_fversions.info\r\n";
-    const struct
-    {
-        bool packages;
-        bool passes;
-        QByteArray bytes;
-        QStringList lines;
-    } rows[] = {
-        {false, true, marker, {}},
-        {false, false, "a\r\nb\r\n", {"old"}},
-        {false, false, "//zeft_upt_fversions.info\na\n", {"old"}},
-        {false, true, "a" + marker + "b\r\n" + marker + "//x\r\n", {"ab", "//x"}},
-        {false, true, marker + "\r\n\r\na\nb\r\n\r\n\xC3\xBC", {"a\nb", QChar(0xFC)}},
-        {false, true, marker + QByteArray("a\r\nb\0c\r\nd", 9), {"a", "b"}},
-        {true, true, "12#a\r\n8#b\r\n", {"12#a", "8#b"}},
-        {true, false, "123#a\r\n8#b\r\n", {"old"}},
-        {true, false, "<html>#</html>", {"old"}},
-        {true, true, "", {}},
+    const QStringList refused = {"old"};
+    const auto row = [&](const QString &name, const auto &read, const QByteArray &bytes,
+                         const QStringList &expected) {
+        QStringList lines = refused;
+        Row(name, read(bytes, lines), expected != refused);
+        Row(name, lines, expected);
     };
-    for (const auto &row : rows) {
-        QStringList lines = {"old"};
-        QVERIFY2((row.packages ? ReadPackageList(row.bytes, lines) : ReadFileList(row.bytes, lines))
-                     == row.passes,
-                 row.bytes);
-        QCOMPARE(lines, row.lines);
-    }
+    const QByteArray marker = "//zeft_upt_fversions.info\r\n";
+    row("marker alone", ReadFileList, marker, {});
+    row("no marker", ReadFileList, "a\r\nb\r\n", refused);
+    row("marker without its line end", ReadFileList, "//zeft_upt_fversions.info\na\n", refused);
+    row("more than one marker", ReadFileList, "a" + marker + "b\r\n" + marker + "//x\r\n",
+        {"ab", "//x"});
+    row("empty lines, bare line feeds and UTF-8", ReadFileList,
+        marker + "\r\n\r\na\nb\r\n\r\n\xC3\xBC", {"a\nb", QChar(0xFC)});
+    row("NUL", ReadFileList, marker + QByteArray("a\r\nb\0c\r\nd", 9), {"a", "b"});
+    row("code of two digits", ReadPackageList, "12#a\r\n8#b\r\n", {"12#a", "8#b"});
+    row("code of three digits", ReadPackageList, "123#a\r\n8#b\r\n", refused);
+    row("page of a login", ReadPackageList, "<html>#</html>", refused);
+    row("no packages", ReadPackageList, "", {});
 }
 
 void TestFormats::MakesRecords()
 {
-    const QString fields = "a.zip core/version_latest 2024-05-01T1 5 7";
-    const std::pair<const char *, QString> rows[] = {
-        {"8#a.zip#core/version_latest#2024-05-01T1#5#7", fields},
-        {"#12##a.zip#core/version_latest#2024-05-01T1##5#7", fields}, // empty fields drop out
-        {"9#a.zip#core/version_latest#2024-05-01T1#5#7", ""},
-        {"//8#a.zip#core/version_latest#2024-05-01T1#5#7", ""},
-        {"8#b#c#d#1e3#x", "b c d 0 0"},
-        {"8#b#c#d#99999999999#88888888888", "b c d 99999999999 88888888888"},
-    };
-    for (const auto &[line, made] : rows) {
+    const auto row = [](const QString &name, const QString &line, const QString &made) {
         const auto record = RecordFromLine(line);
-        const QStringList texts =
-            record
-                ? QStringList{record->file_name, record->remote_dir, record->time_stamp,
-                              QString::number(record->file_size), QString::number(record->checksum)}
-                : QStringList();
-        QVERIFY2(texts.join(' ') == made, line);
-    }
+        QStringList texts;
+        if (record)
+            texts =
+                QStringList{record->file_name, record->remote_dir, record->time_stamp,
+                            QString::number(record->file_size), QString::number(record->checksum)};
+        Row(name, texts.join(' '), made);
+    };
+    const QString fields = "a.zip core/version_latest 2024-05-01T1 5 7";
+    row("plain", "8#a.zip#core/version_latest#2024-05-01T1#5#7", fields);
+    row("empty fields", "#12##a.zip#core/version_latest#2024-05-01T1##5#7", fields);
+    row("foreign platform", "9#a.zip#core/version_latest#2024-05-01T1#5#7", "");
+    row("comment", "//8#a.zip#core/version_latest#2024-05-01T1#5#7", "");
+    row("no numbers", "8#b#c#d#1e3#x", "b c d 0 0");
+    row("beyond 32 bits", "8#b#c#d#99999999999#88888888888", "b c d 99999999999 88888888888");
 }
 
 void TestFormats::ReadsPackages()
 {
-    const std::pair<const char *, QString> rows[] = {
-        {"8#3#Board#x#a#b#p.htm", "3 Board a b p.htm"},
-        {"8#3#####", "3    "}, // empty ones count
-        {"8#3#Board#x#a#b", "no"},
-        {"8#3#Board#x#a#b#p.htm#", "no"},
-        {"8#x#Board#x#a#b#p.htm", "0 Board a b p.htm"},
-    };
-    for (const auto &[line, read] : rows) {
+    const auto row = [](const QString &name, const QString &line, const QString &read) {
         PackageLine package;
         const bool is_read = ReadPackageLine(line, package);
         const QStringList texts = {QString::number(package.class_index), package.title,
                                    package.first_stem, package.second_stem, package.description};
-        QVERIFY2((is_read ? texts.join(' ') : "no") == read, line);
-    }
+        Row(name, is_read ? texts.join(' ') : "no", read);
+    };
+    row("plain", "8#3#Board#x#a#b#p.htm", "3 Board a b p.htm");
+    row("empty fields", "8#3#####", "3    ");
+    row("six fields", "8#3#Board#x#a#b", "no");
+    row("eight fields", "8#3#Board#x#a#b#p.htm#", "no");
+    row("class that is no number", "8#x#Board#x#a#b#p.htm", "0 Board a b p.htm");
 }
 
 void TestFormats::SetsTheInstallTarget()
@@ -133,46 +123,37 @@ void TestFormats::TurnsDownUnsafeNames()
 
 void TestFormats::ReadsTheBuild()
 {
-    const std::pair<QByteArray, const char *> rows[] = {
-        {"name: x\r\nbuild : \t2024-05-01 \r\nsize: 3\r\n", "2024-05-01"},
-        {"x\r\nbuild:2024.05.01", "2024-05-01"},
-        {"build:2024.05.01\nx:1", "2024-05-01\nx:1"}, // a bare line feed ends no line
-        {"build:2024.05.01\n", "2024-05-01"},
-        {"// build notes\r\nbuild:1\r\n", "build notes"},
-        {"rebuild 1.2\r\n", "build 1-2"},
-        {QByteArray("build:1.2\0.3\r\n", 14), "1-2"},
-        {"Build:1\r\n", ""},
-        {"", ""},
-    };
-    for (const auto &[bytes, build] : rows)
-        QVERIFY2(BuildFromVersionInfo(bytes) == build, bytes);
+    const auto build = BuildFromVersionInfo;
+    Row("blanks", build("name: x\r\nbuild : \t2024-05-01 \r\nsize: 3\r\n"), "2024-05-01");
+    Row("no line end", build("x\r\nbuild:2024.05.01"), "2024-05-01");
+    Row("bare line feed, then more", build("build:2024.05.01\nx:1"), "2024-05-01\nx:1");
+    Row("bare line feed", build("build:2024.05.01\n"), "2024-05-01");
+    Row("first word of two", build("// build notes\r\nbuild:1\r\n"), "build notes");
+    Row("within a word", build("rebuild 1.2\r\n"), "build 1-2");
+    Row("NUL", build(QByteArray("build:1.2\0.3\r\n", 14)), "1-2");
+    Row("capital letter", build("Build:1\r\n"), "");
+    Row("empty", build(""), "");
 }
 
 void TestFormats::ComparesTheBuildOnTheDisk()
 {
-    const char *const date = "2024-05-01";
-    const struct
-    {
-        const char *file; // null: no directory
-        QByteArray content;
-        const char *version;
-        InstalledBuild build;
-    } rows[] = {
-        {nullptr, "", date, InstalledBuild::Missing},
-        {"other", "", date, InstalledBuild::Other},
-        {"version.info", "build:2024.05.01", date, InstalledBuild::This},
-        {"version.info", "build:2024.06.01", date, InstalledBuild::Other},
-        {"version.info", "build:2024.05.01\r\n" + QByteArray(1000000, 'x'), date,
-         InstalledBuild::Other},
-        {"version.info", "x", "", InstalledBuild::Other},
-        {"version.info/x", "", "", InstalledBuild::Other},
-    };
-    for (const auto &row : rows) {
+    const auto row = [](const QString &name, const QString &file, const QByteArray &content,
+                        const QString &version, InstalledBuild build) {
         const QTemporaryDir root;
-        if (row.file)
-            WriteFile(root.filePath(QString("c/") + row.file), row.content);
-        QVERIFY2(CompareBuild(root.filePath("c"), row.version) == row.build, row.content);
-    }
+        if (!file.isEmpty())
+            WriteFile(root.filePath("c/" + file), content);
+        Row(name, CompareBuild(root.filePath("c"), version) == build, true);
+    };
+    const QString date = "2024-05-01";
+    const QByteArray same = "build:2024.05.01";
+    row("no directory", "", "", date, InstalledBuild::Missing);
+    row("no version.info", "other", "", date, InstalledBuild::Other);
+    row("same build", "version.info", same, date, InstalledBuild::This);
+    row("other build", "version.info", "build:2024.06.01", date, InstalledBuild::Other);
+    row("too long", "version.info", same + "\r\n" + QByteArray(1000000, 'x'), date,
+        InstalledBuild::Other);
+    row("no version to compare", "version.info", "x", "", InstalledBuild::Other);
+    row("version.info is a directory", "version.info/x", "", "", InstalledBuild::Other);
 }
 
 ZEFT_TEST(TestFormats)
