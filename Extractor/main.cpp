@@ -86,7 +86,7 @@ void Complain(std::string text)
     text.resize(std::min(text.size(), kLongestComplaint));
     std::replace_if(
         text.begin(), text.end(),
-        [](char letter) { return letter >= 0 && letter < ' ' && letter != '\n'; }, '?');
+        [](unsigned char letter) { return letter < ' ' && letter != '\n'; }, '?');
     std::fprintf(stderr, "zeft_fextr_cmd: %s\n", text.c_str());
 }
 
