@@ -8,6 +8,7 @@
 #include "common/desktop.h"
 #include "panels/helpwnd.h"
 #include "panels/settingsdlg.h"
+#include "panels/widget_helper.h"
 #include "transfer/filedownloader.h"
 #include "ui_mainwindow.h"
 
@@ -22,6 +23,7 @@
 namespace {
 
 const int kHeartbeat = 500; // ms
+const int kBarWidth = 8;    // characters
 
 const char kCloseWhileInstalling[] =
     "Some components are installing or under deletion. It is recommended not to close the "
@@ -43,7 +45,7 @@ QColor LevelColor(int level)
     }
 }
 
-/// Keeps a log that shows its last line there when its height changes, as with each page.
+/// Keeps a log that shows its last line there when its height changes with the window's.
 void FollowEnd(QScrollBar *bar)
 {
     QObject::connect(bar, &QScrollBar::rangeChanged, bar, [bar, end = 0](int, int new_end) mutable {
@@ -75,6 +77,8 @@ MainWindow::MainWindow(QWidget *parent)
     ui->pbar_dl->setValue(0);
     ui->pbar_inst->setValue(0);
     ui->pb_pause->setEnabled(false);
+    for (QProgressBar *bar : {ui->pbar_dl, ui->pbar_inst})
+        SetWidthInCharacters(bar, kBarWidth);
     FollowEnd(ui->msgs->verticalScrollBar());
     InitTree();
 }

@@ -14,6 +14,7 @@
 #include "panels/downloadwgt.h"
 #include "panels/localdownloaddlg.h"
 #include "panels/settingsdlg.h"
+#include "panels/widget_helper.h"
 #include "ui_mainwindow.h"
 
 #include <QCoreApplication>
@@ -34,6 +35,7 @@ enum ItemType {
 };
 
 const int kDescriptionRole = Qt::UserRole + 1; // file name of a package's description
+const int kTreeWidth = 28;                     // characters
 
 template <typename Parent>
 QTreeWidgetItem *MakeItem(Parent *parent, const QString &text, int type,
@@ -111,6 +113,8 @@ bool GoesWithComponent(const QString &path, const DN_FILE_STRUCT &record)
 void MainWindow::InitTree()
 {
     QTreeWidget *tree = ui->tree_wgt;
+    ShowCutTexts(tree);
+    SetWidthInCharacters(tree, kTreeWidth);
     tree_item_connections = MakeItem(tree, "Manage Connections", ConnectionsItem);
     settings_dlg = StorePage(tree_item_connections, new SettingsDlg(this));
     tree->setCurrentItem(tree_item_connections);
@@ -129,6 +133,12 @@ void MainWindow::InitTree()
     tree_item_local =
         MakeItem(tree, "Local Update", LocalItem, "Update from manually downloaded files");
     StorePage(tree_item_local, new LocalDownloadDlg({"Description", "Status"}, nullptr));
+
+    // Tree and log keep their size from page to page if none needs more room than another.
+    for (const auto *item : {tree_item_connections, tree_item_core, tree_item_local}) {
+        const QSize room = PageByType(item)->minimumSizeHint();
+        ui->widget->setMinimumSize(ui->widget->minimumSize().expandedTo(room));
+    }
 }
 
 void MainWindow::on_tree_wgt_itemSelectionChanged()

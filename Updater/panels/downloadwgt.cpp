@@ -22,6 +22,7 @@ DownloadWgt::DownloadWgt(const QStringList &labels, QFrame *parent)
     , ui(new Ui_DownloadWgt)
 {
     ui->setupUi(this);
+    SetUpTable(ui->table);
     RecordTable::SetLabels(ui->table, labels);
     // The buttons act on the current row, and the Tab key makes one current without selecting it.
     connect(ui->table, &QTableWidget::currentCellChanged, ui->table, &QTableWidget::selectRow);
@@ -96,8 +97,8 @@ void DownloadWgt::UpdateButtons()
     const bool can_cancel = IsInWork(status) && !deleting;
     SetButtonText(ui->pb_install, can_cancel ? "Cancel" : "Install");
     SetEnabled(ui->pb_install, !deleting, ui->table);
-    const bool can_delete = status != RecordStatus::Installing
-                            && status != RecordStatus::NotInstalled && !deleting;
+    const bool can_delete =
+        status != RecordStatus::Installing && status != RecordStatus::NotInstalled && !deleting;
     SetEnabled(ui->pb_delete, can_delete, ui->table);
 }
 

@@ -6,6 +6,7 @@
 #include "common/common_helper.h"
 #include "common/desktop.h"
 #include "panels/record_table.h"
+#include "panels/widget_helper.h"
 #include "ui_localdownloaddlg.h"
 
 #include <QFileDialog>
@@ -15,6 +16,7 @@ LocalDownloadDlg::LocalDownloadDlg(const QStringList &labels, QWidget *parent)
     , ui(new Ui_LocalDownloadDlg)
 {
     ui->setupUi(this);
+    SetUpTable(ui->table);
     RecordTable::SetLabels(ui->table, labels);
     connect(&timer, &QTimer::timeout, this, &LocalDownloadDlg::onTimer500);
     timer.start(500);

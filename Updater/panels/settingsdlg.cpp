@@ -14,6 +14,8 @@ namespace {
 
 enum ProxyIndex { SystemProxy = 1, ManualProxy = 2 }; // places in cb_proxy
 
+const int kFieldWidth = 8; // characters
+
 } // namespace
 
 SettingsDlg::SettingsDlg(QWidget *parent)
@@ -21,10 +23,14 @@ SettingsDlg::SettingsDlg(QWidget *parent)
     , ui(new Ui_SettingsDlg)
 {
     ui->setupUi(this);
+    SetUpTable(ui->table_repo);
+    SetUpTable(ui->table_activity);
     connect(ui->table_activity, &QTableWidget::itemActivated, this,
             &SettingsDlg::on_table_activity_itemClicked);
-    for (QLineEdit *field : findChildren<QLineEdit *>())
+    for (QLineEdit *field : findChildren<QLineEdit *>()) {
+        SetWidthInCharacters(field, kFieldWidth);
         connect(field, &QLineEdit::returnPressed, ui->pb_connect, &QPushButton::click);
+    }
     ui->cb_proxy->setCurrentIndex(SystemProxy);
 }
 

@@ -1,6 +1,34 @@
 #include "panels/widget_helper.h"
 
 #include <QAbstractButton>
+#include <QHeaderView>
+#include <QHelpEvent>
+#include <QStyledItemDelegate>
+#include <QTableWidget>
+#include <QTextDocument>
+#include <QToolTip>
+
+namespace {
+
+class CutTextDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,
+                   const QModelIndex &index) override
+    {
+        if (event->type() != QEvent::ToolTip || index.data(Qt::ToolTipRole).isValid()
+            || sizeHint(option, index).width() <= option.rect.width())
+            return QStyledItemDelegate::helpEvent(event, view, option, index);
+        // A name may look like mark-up.
+        QToolTip::showText(event->globalPos(), Qt::convertFromPlainText(index.data().toString()),
+                           view->viewport(), option.rect);
+        return true;
+    }
+};
+
+} // namespace
 
 void SetEnabled(QWidget *widget, bool enabled, QWidget *heir)
 {
@@ -14,4 +42,22 @@ void SetButtonText(QAbstractButton *button, const QString &text)
     const QKeySequence shortcut = button->shortcut();
     button->setText(text);
     button->setShortcut(shortcut);
+}
+
+void SetWidthInCharacters(QWidget *widget, int characters)
+{
+    widget->setMinimumWidth(widget->fontMetrics().averageCharWidth() * characters);
+}
+
+void ShowCutTexts(QAbstractItemView *view)
+{
+    view->setItemDelegate(new CutTextDelegate(view));
+}
+
+void SetUpTable(QTableWidget *table)
+{
+    ShowCutTexts(table);
+    QHeaderView *rows = table->verticalHeader();
+    rows->setDefaultSectionSize(
+        qMax(rows->defaultSectionSize(), table->fontMetrics().height() * 3 / 2));
 }

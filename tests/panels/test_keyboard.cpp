@@ -12,15 +12,18 @@
 #include <QClipboard>
 #include <QComboBox>
 #include <QDesktopServices>
+#include <QHeaderView>
+#include <QHelpEvent>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QToolTip>
 #include <QTreeWidget>
 #include <QtTest>
 
-/// The window for who has no mouse, or sees nothing.
+/// The window for who has no mouse, sees little or nothing, or likes it dark.
 class TestKeyboard : public QuietTest
 {
     Q_OBJECT
@@ -33,8 +36,14 @@ private slots:
     void NamesEachStop();
     void WorksWithoutAMouse();
     void PressesByKey();
+    void FitsFontAndScreen_data();
+    void FitsFontAndScreen();
+    void ShowsCutTexts();
+
+    void cleanup();
 
 private:
+    const QFont m_usual_font = QApplication::font();
     int m_helped = 0;
 };
 
@@ -116,6 +125,12 @@ void ShowPage(const Installation &installation, QTreeWidgetItem *item)
 }
 
 } // namespace
+
+void TestKeyboard::cleanup()
+{
+    QApplication::setFont(m_usual_font);
+    QuietTest::cleanup();
+}
 
 void TestKeyboard::NamesEachStop_data()
 {
@@ -278,6 +293,70 @@ void TestKeyboard::PressesByKey()
     PressKey(Qt::Key_C, Qt::ControlModifier);
     QCOMPARE(QGuiApplication::clipboard()->text(),
              installation.Find<QPlainTextEdit>("msgs")->toPlainText());
+}
+
+void TestKeyboard::FitsFontAndScreen_data()
+{
+    const Table<double, QSize> row("points", "screen"); // at 96 dpi
+    row("96 dpi", 9.0, {700, 500});
+    row("144 dpi", 13.5, {1024, 600});
+    row("192 dpi", 18.0, {1366, 768});
+}
+
+void TestKeyboard::FitsFontAndScreen()
+{
+    QFETCH(const double, points);
+    QFETCH(const QSize, screen);
+    QFont font = m_usual_font;
+    font.setPointSizeF(points);
+    QApplication::setFont(font);
+    const Installation installation(false);
+    MainWindow *window = installation.Window();
+    window->resize(screen);
+    QTest::qWait(0);
+    QCOMPARE(window->size(), screen);
+
+    auto *tree = installation.Find<QTreeWidget>("tree_wgt");
+    tree->expandAll();
+    const QRect tree_place = tree->geometry();
+    const QRect log_place = installation.Find<QPlainTextEdit>("msgs")->geometry();
+    const int letters = QFontMetrics(font).height();
+    const auto *right = installation.Find<QWidget>("widget");
+    for (QTreeWidgetItemIterator it(tree); *it; ++it) {
+        tree->setCurrentItem(*it);
+        QTest::qWait(0);
+        QCOMPARE(tree->geometry(), tree_place);
+        QCOMPARE(installation.Find<QPlainTextEdit>("msgs")->geometry(), log_place);
+        QVERIFY2(tree->sizeHintForIndex(tree->currentIndex()).width()
+                     <= tree->visualItemRect(*it).width(),
+                 qPrintable((*it)->text(0)));
+        for (const QTableWidget *table : right->findChildren<QTableWidget *>())
+            QVERIFY(table->verticalHeader()->defaultSectionSize() >= letters + 4);
+    }
+    tree->setCurrentItem(window->tree_item_connections);
+    for (const QLineEdit *field : right->findChildren<QLineEdit *>())
+        QVERIFY(field->width() > 7 * QFontMetrics(font).averageCharWidth());
+}
+
+void TestKeyboard::ShowsCutTexts()
+{
+    const Installation installation(false);
+    DownloadWgt page({"Files", "Status"}, nullptr);
+    DN_FILE_STRUCT record;
+    const QString name = "<b>" + QString(200, 'x');
+    for (const QString &label : {QString("short"), name})
+        page.AddTableRow(label, &record);
+    page.show();
+    const auto *table = page.findChild<QTableWidget *>("table");
+    QCOMPARE(table->textElideMode(), Qt::ElideMiddle);
+    for (int row = 0; row < 2; ++row) {
+        const QPoint place = table->visualItemRect(table->item(row, 0)).center();
+        QHelpEvent event(QEvent::ToolTip, place, table->viewport()->mapToGlobal(place));
+        QApplication::sendEvent(table->viewport(), &event);
+        QTextDocument shown;
+        shown.setHtml(QToolTip::text());
+        QCOMPARE(shown.toPlainText(), row == 0 ? QString() : name);
+    }
 }
 
 ZEFT_TEST(TestKeyboard)
