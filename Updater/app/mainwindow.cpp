@@ -45,6 +45,15 @@ QColor LevelColor(int level)
     }
 }
 
+/// The colours of the lines can be read on white alone, which a dark palette does not have.
+void PutOnWhite(QWidget *log)
+{
+    QPalette palette;
+    palette.setColor(QPalette::Base, Qt::white);
+    palette.setColor(QPalette::Text, Qt::black);
+    log->setPalette(palette);
+}
+
 /// Keeps a log that shows its last line there when its height changes with the window's.
 void FollowEnd(QScrollBar *bar)
 {
@@ -79,6 +88,7 @@ MainWindow::MainWindow(QWidget *parent)
     ui->pb_pause->setEnabled(false);
     for (QProgressBar *bar : {ui->pbar_dl, ui->pbar_inst})
         SetWidthInCharacters(bar, kBarWidth);
+    PutOnWhite(ui->msgs);
     FollowEnd(ui->msgs->verticalScrollBar());
     InitTree();
 }

@@ -39,11 +39,13 @@ private slots:
     void FitsFontAndScreen_data();
     void FitsFontAndScreen();
     void ShowsCutTexts();
+    void ShowsTheLogInTheDark();
 
     void cleanup();
 
 private:
     const QFont m_usual_font = QApplication::font();
+    const QPalette m_usual_palette = QApplication::palette();
     int m_helped = 0;
 };
 
@@ -129,6 +131,7 @@ void ShowPage(const Installation &installation, QTreeWidgetItem *item)
 void TestKeyboard::cleanup()
 {
     QApplication::setFont(m_usual_font);
+    QApplication::setPalette(m_usual_palette);
     QuietTest::cleanup();
 }
 
@@ -357,6 +360,16 @@ void TestKeyboard::ShowsCutTexts()
         shown.setHtml(QToolTip::text());
         QCOMPARE(shown.toPlainText(), row == 0 ? QString() : name);
     }
+}
+
+void TestKeyboard::ShowsTheLogInTheDark()
+{
+    QApplication::setPalette(QPalette(Qt::black));
+    const Installation installation(false);
+    const QPalette log = installation.Find<QPlainTextEdit>("msgs")->palette();
+    QVERIFY(installation.Find<QTreeWidget>("tree_wgt")->palette().base() != log.base());
+    QCOMPARE(log.color(QPalette::Base), QColor(Qt::white));
+    QCOMPARE(log.color(QPalette::Text), QColor(Qt::black));
 }
 
 ZEFT_TEST(TestKeyboard)
