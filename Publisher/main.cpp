@@ -21,6 +21,7 @@ const QCommandLineOption kHelp({"h", "help"}, "Print this help.");
 const QCommandLineOption kVersion("version", "Print the version.");
 const QCommandLineOption kJson("json", "Print the report as JSON.");
 const QCommandLineOption kQuiet({"q", "quiet"}, "Print findings and failures only.");
+const QCommandLineOption kSums("sums", "Fetch all archives of a server, too, and unpack them.");
 const QCommandLineOption kDryRun("dry-run", "Print the report, and change nothing.");
 
 /// One of the words that may stand behind the program's name.
@@ -58,10 +59,10 @@ int RunBuild(const QStringList &arguments, const QCommandLineParser &parser,
                        style);
 }
 
-int RunCheck(const QStringList &arguments, const QCommandLineParser & /*parser*/,
+int RunCheck(const QStringList &arguments, const QCommandLineParser &parser,
              const ReportStyle &style)
 {
-    return ReportFindings(Check(arguments[0], ProgressFor(style)), style);
+    return ReportFindings(Check(arguments[0], parser.isSet(kSums), ProgressFor(style)), style);
 }
 
 int RunRollBack(const QStringList &arguments, const QCommandLineParser & /*parser*/,
@@ -91,8 +92,9 @@ const QList<Command> &Commands()
         {"check",
          {"TARGET"},
          "finds what the updater would stumble over",
-         "Checks TARGET, a source tree or a site. docs/rules.md explains each rule by its id.",
-         {kJson, kQuiet},
+         "Checks TARGET, a source tree, a site, or the URL of a server as the updater has it. "
+         "docs/rules.md explains each rule by its id.",
+         {kSums, kJson, kQuiet},
          RunCheck},
         {"rollback",
          {"SITE"},
