@@ -3,10 +3,8 @@
 #include "panels/settingsdlg.h"
 #include "support/installation.h"
 #include "support/nginx_server.h"
-#include "support/quiet_test.h"
 #include "support/repository.h"
-#include "support/table.h"
-#include "support/test_class.h"
+#include "support/test.h"
 
 #include <QAccessible>
 #include <QClipboard>
@@ -21,7 +19,6 @@
 #include <QTableWidget>
 #include <QToolTip>
 #include <QTreeWidget>
-#include <QtTest>
 
 /// The window for who has no mouse, sees little or nothing, or likes it dark.
 class TestKeyboard : public QuietTest
