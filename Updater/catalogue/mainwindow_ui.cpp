@@ -35,7 +35,7 @@ enum ItemType {
 };
 
 const int kDescriptionRole = Qt::UserRole + 1; // file name of a package's description
-const int kTreeWidth = 28;                     // characters
+const int kTreeWidth = 32;                     // characters
 
 template <typename Parent>
 QTreeWidgetItem *MakeItem(Parent *parent, const QString &text, int type,

@@ -312,9 +312,9 @@ void TestKeyboard::FitsFontAndScreen()
     QApplication::setFont(font);
     const Installation installation(false);
     MainWindow *window = installation.Window();
-    window->resize(screen);
+    window->resize(1, 1); // to its least
     QTest::qWait(0);
-    QCOMPARE(window->size(), screen);
+    QCOMPARE(window->size().boundedTo(screen), window->size());
 
     auto *tree = installation.Find<QTreeWidget>("tree_wgt");
     tree->expandAll();
