@@ -129,7 +129,6 @@ void TestKeyboard::cleanup()
 {
     QApplication::setFont(m_usual_font);
     QApplication::setPalette(m_usual_palette);
-    QuietTest::cleanup();
 }
 
 void TestKeyboard::NamesEachStop_data()
@@ -177,8 +176,7 @@ void TestKeyboard::NamesEachStop()
 void TestKeyboard::WorksWithoutAMouse()
 {
     const QTemporaryDir site;
-    NginxServer server(site.path());
-    QVERIFY2(server.Start(), qPrintable(server.Errors()));
+    const NginxServer server(site.path());
     Repository repository(site.path());
     repository.Add("core/version_latest", "core.zip",
                    {{"core/version.info", "build: 2024.05.01\r\n"},
