@@ -9,7 +9,7 @@
 #include <QtWidgets>
 
 namespace {
-const int kWorkLimitMs = 30000;
+const int kWorkLimitMs = 120000;
 auto *const kFormerRuns = new QList<DataSingleton *>; // never freed, so that they are no leaks
 } // namespace
 

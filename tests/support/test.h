@@ -44,7 +44,8 @@ void Row(const QString &name, const T &answer, const std::common_type_t<T> &expe
     QDebug(&texts[0]) << answer;
     QDebug(&texts[1]) << expected;
     const QString failure = name + ": " + texts[0] + " instead of " + texts[1];
-    QVERIFY2(texts[0] == texts[1], qPrintable(failure));
+    if (texts[0] != texts[1])
+        QTest::qFail(qPrintable(failure), __FILE__, __LINE__);
 }
 
 using MakeTest = std::unique_ptr<QObject> (*)();
