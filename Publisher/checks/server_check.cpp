@@ -10,6 +10,7 @@
 #include <QDataStream>
 #include <QDateTime>
 #include <QFileInfo>
+#include <QVector>
 
 #include <algorithm>
 
@@ -54,8 +55,8 @@ private:
 
     void TryRange(const FileLine &file);
     void TryConnection(const FileLine &file);
-    void AskEach(const QList<HttpRequest> &requests,
-                 const std::function<void(int, const HttpAnswer &)> &receive);
+    using Judge = std::function<void(int number, const HttpAnswer &answer, Findings &findings)>;
+    void AskEach(const QList<HttpRequest> &requests, const Judge &judge);
     QString UrlOf(const FileLine &file) const
     {
         return m_base + ComponentFilePath(file.remote_dir, file.file_name);
@@ -93,18 +94,20 @@ void Questions::AskForDates()
         files << file;
         requests << HeadOf(file);
     }
-    AskEach(requests, [&](int i, const HttpAnswer &answer) {
-        const int before = m_findings.size();
-        const QString name = NameOf(files[i]);
-        if (!CheckAnswer(name, answer, m_findings))
+    QVector<QDateTime> dates(files.size());
+    AskEach(requests, [&](int i, const HttpAnswer &answer, Findings &findings) {
+        if (!CheckAnswer(NameOf(files[i]), answer, findings))
             return;
-        const QDateTime date = CheckLastModified(name, answer, m_findings);
+        const QDateTime date = CheckLastModified(NameOf(files[i]), answer, findings);
         if (date.isValid())
             CompareWithLine(files[i], answer.headers.value("content-length").toLongLong(), date,
-                            m_findings);
-        if (m_findings.size() == before)
-            m_good << GoodFile{files[i], date};
+                            findings);
+        if (findings.isEmpty())
+            dates[i] = date;
     });
+    for (int i = 0; i < files.size(); ++i)
+        if (dates[i].isValid())
+            m_good << GoodFile{files[i], dates[i]};
 }
 
 void Questions::TrySample()
@@ -159,8 +162,8 @@ void Questions::FetchArchives()
     for (const GoodFile &file : qAsConst(m_good))
         requests << HttpRequest{UrlOf(file.line), false, 0, m_dir + '/' + NameOf(file.line),
                                 file.line.file_size};
-    AskEach(requests, [&](int i, const HttpAnswer &answer) {
-        CheckAnswer(NameOf(m_good[i].line), answer, m_findings);
+    AskEach(requests, [&](int i, const HttpAnswer &answer, Findings &findings) {
+        CheckAnswer(NameOf(m_good[i].line), answer, findings);
     });
     for (int i = 0; i < requests.size(); ++i)
         if (QFileInfo::exists(requests[i].file_path))
@@ -176,14 +179,17 @@ Findings Questions::TakeFindings()
     return m_findings;
 }
 
-void Questions::AskEach(const QList<HttpRequest> &requests,
-                        const std::function<void(int, const HttpAnswer &)> &receive)
+/// Sends the requests side by side. The findings are in the order of the requests.
+void Questions::AskEach(const QList<HttpRequest> &requests, const Judge &judge)
 {
+    QVector<Findings> found(requests.size());
     int done = 0;
     const bool all = m_client.Ask(requests, kAtATime, [&](int i, const HttpAnswer &answer) {
         m_progress(++done, requests.size());
-        receive(i, answer);
+        judge(i, answer, found[i]);
     });
+    for (const Findings &findings : qAsConst(found))
+        m_findings.append(findings);
     if (!all) {
         m_findings.Add(Rule::NoAnswer, m_base,
                        QString("it stalls again and again: only %1 of %2 files were asked for")
