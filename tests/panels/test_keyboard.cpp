@@ -1,24 +1,9 @@
-#include "app/mainwindow_helper.h"
 #include "panels/downloadwgt.h"
 #include "panels/settingsdlg.h"
 #include "support/installation.h"
 #include "support/nginx_server.h"
 #include "support/repository.h"
 #include "support/test.h"
-
-#include <QAccessible>
-#include <QClipboard>
-#include <QComboBox>
-#include <QDesktopServices>
-#include <QHeaderView>
-#include <QHelpEvent>
-#include <QLineEdit>
-#include <QPlainTextEdit>
-#include <QProgressBar>
-#include <QPushButton>
-#include <QTableWidget>
-#include <QToolTip>
-#include <QTreeWidget>
 
 /// The window for who has no mouse, sees little or nothing, or likes it dark.
 class TestKeyboard : public QuietTest
