@@ -203,6 +203,7 @@ void MainWindow::closeEvent(QCloseEvent *event)
             process->kill();
     }
     closed = true;
+    hide(); // deleting thousands of descriptions takes its time
     DelNonRequiredFiles();
     QWidget::closeEvent(event);
 }

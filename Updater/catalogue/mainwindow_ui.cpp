@@ -235,8 +235,9 @@ void MainWindow::AddPackages()
         StorePage(item, page);
         item->setData(0, kDescriptionRole, package.description);
         ShowDescription(item);
-        // A new page leaves timers and events behind, and each of them slows the next page down.
-        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+        QCoreApplication::processEvents(); // the user's, too
+        if (closed)
+            return;
     }
 }
 

@@ -27,7 +27,7 @@ DownloadWgt::DownloadWgt(const QStringList &labels, QFrame *parent)
     // The buttons act on the current row, and the Tab key makes one current without selecting it.
     connect(ui->table, &QTableWidget::currentCellChanged, ui->table, &QTableWidget::selectRow);
     connect(&timer, &QTimer::timeout, this, &DownloadWgt::onTimer500);
-    timer.start(500);
+    timer.setInterval(500);
 }
 
 DownloadWgt::~DownloadWgt()
@@ -158,4 +158,11 @@ void DownloadWgt::showEvent(QShowEvent *event)
 {
     QFrame::showEvent(event);
     onTimer500();
+    timer.start();
+}
+
+void DownloadWgt::hideEvent(QHideEvent *event)
+{
+    timer.stop();
+    QFrame::hideEvent(event);
 }

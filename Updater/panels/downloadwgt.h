@@ -44,10 +44,11 @@ public slots:
 protected:
     void resizeEvent(QResizeEvent *event) override;
     void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
 private:
     DN_FILE_STRUCT *SelectedRecord();
 
     Ui_DownloadWgt *ui;
-    QTimer timer;
+    QTimer timer; // runs while the page is shown; those of thousands would keep a processor busy
 };

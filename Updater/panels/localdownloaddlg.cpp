@@ -19,7 +19,7 @@ LocalDownloadDlg::LocalDownloadDlg(const QStringList &labels, QWidget *parent)
     SetUpTable(ui->table);
     RecordTable::SetLabels(ui->table, labels);
     connect(&timer, &QTimer::timeout, this, &LocalDownloadDlg::onTimer500);
-    timer.start(500);
+    timer.setInterval(500);
 }
 
 LocalDownloadDlg::~LocalDownloadDlg()
@@ -98,4 +98,11 @@ void LocalDownloadDlg::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
     onTimer500();
+    timer.start();
+}
+
+void LocalDownloadDlg::hideEvent(QHideEvent *event)
+{
+    timer.stop();
+    QWidget::hideEvent(event);
 }

@@ -28,11 +28,12 @@ public slots:
 protected:
     void resizeEvent(QResizeEvent *event) override;
     void showEvent(QShowEvent *event) override;
+    void hideEvent(QHideEvent *event) override;
 
 private:
     bool IsWanted(const QString &path);
 
     Ui_LocalDownloadDlg *ui;
-    QTimer timer;
+    QTimer timer; // runs while the page is shown; those of thousands would keep a processor busy
     QString m_lastDir; // of the last pick; empty before the first
 };

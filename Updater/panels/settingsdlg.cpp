@@ -68,9 +68,13 @@ void SettingsDlg::UpdateActivity(const QList<DN_FILE_STRUCT *> &list)
 {
     QTableWidget *table = ui->table_activity;
     QSet<DN_FILE_STRUCT *> missing = list.toSet();
-    for (int row = table->rowCount() - 1; row >= 0; --row) {
-        if (!missing.remove(RecordTable::Record(table, row)))
-            table->removeRow(row);
+    for (int end = table->rowCount(); end > 0;) { // rows side by side go at once
+        int row = end;
+        while (row > 0 && !missing.remove(RecordTable::Record(table, row - 1)))
+            --row;
+        if (row < end)
+            table->model()->removeRows(row, end - row);
+        end = row - 1;
     }
     RecordTable::UpdateStatus(table);
     for (DN_FILE_STRUCT *record : list) {
