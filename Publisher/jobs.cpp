@@ -68,8 +68,12 @@ Job StartJob(int number, const std::function<QByteArray(int)> &work)
             ::_exit(1);
         HandleInterruptions(SIG_IGN); // the parent decides what they mean
         LimitMemory();
-        WriteAll(input.Get(), work(number));
-        ::_exit(0);
+        try {
+            WriteAll(input.Get(), work(number));
+            ::_exit(0);
+        } catch (...) {
+            ::_exit(1); // what is on the stack belongs to the parent
+        }
     }
     return {number, process, std::move(output), QByteArray("")}; // empty, which is not null
 }

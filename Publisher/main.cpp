@@ -62,7 +62,8 @@ int RunBuild(const QStringList &arguments, const QCommandLineParser &parser,
 int RunCheck(const QStringList &arguments, const QCommandLineParser &parser,
              const ReportStyle &style)
 {
-    return ReportFindings(Check(arguments[0], parser.isSet(kSums), ProgressFor(style)), style);
+    return ReportFindings(Check(arguments[0], parser.isSet(kSums), ProgressFor(style)),
+                          arguments[0], style);
 }
 
 int RunRollBack(const QStringList &arguments, const QCommandLineParser & /*parser*/,

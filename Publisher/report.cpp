@@ -3,12 +3,15 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMap>
 
 #include <algorithm>
 #include <cstdio>
 #include <unistd.h>
 
 namespace {
+
+const int kMostOfARule = 20; // lines, for a person to read
 
 const char *NameOf(Level level)
 {
@@ -51,10 +54,20 @@ void Print(const QJsonObject &object)
     std::fputs(QJsonDocument(object).toJson().constData(), stdout);
 }
 
+/// A fault of a server's settings is found in each file.
 void PrintFindings(const Findings &findings)
 {
-    for (const Finding &finding : findings)
-        Print(LineOf(finding));
+    QMap<Rule, int> counts;
+    for (const Finding &finding : findings) {
+        if (++counts[finding.rule] <= kMostOfARule)
+            Print(LineOf(finding));
+    }
+    for (auto it = counts.begin(); it != counts.end(); ++it) {
+        if (*it > kMostOfARule)
+            Print(QString("%1: %2 more, which --json names")
+                      .arg(IdOf(it.key()))
+                      .arg(*it - kMostOfARule));
+    }
 }
 
 void PrintChanges(const BuildResult &result)
@@ -101,12 +114,16 @@ QString LineOf(const Finding &finding)
         .arg(finding.subject, NameOf(info.level), IdOf(finding.rule), finding.text, info.mend);
 }
 
-int ReportFindings(const Findings &findings, const ReportStyle &style)
+int ReportFindings(const Findings &findings, const QString &target, const ReportStyle &style)
 {
-    if (style.is_json)
-        Print(QJsonObject{{"findings", JsonOf(findings)}});
-    else
+    if (style.is_json) {
+        Print(QJsonObject{{"target", target}, {"findings", JsonOf(findings)}});
+    } else {
         PrintFindings(findings);
+        if (!style.is_quiet)
+            Print(
+                QString("checked: %1, findings: %2").arg(target, QString::number(findings.size())));
+    }
     return findings.HasErrors() ? 1 : 0;
 }
 

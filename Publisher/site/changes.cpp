@@ -97,6 +97,14 @@ QList<Change> CompareReleases(const Release &before, const Release &next,
 void CheckDates(const Release &before, const Release &next, const QSet<QString> &same_content,
                 const QDate &today, Findings &findings)
 {
+    // A release may have a directory of its own, so the file's name is what users have.
+    const auto key = [](const FileLine &file) {
+        return QString("%1#%2").arg(file.platform).arg(file.file_name);
+    };
+    QHash<QString, FileLine> former;
+    for (const FileLine &file : before.lists.files)
+        former.insert(key(file), file);
+
     for (const FileLine &file : next.lists.files) {
         const QString name = NameOf(file);
         const QString version = VersionOf(file.time_stamp);
@@ -104,18 +112,20 @@ void CheckDates(const Release &before, const Release &next, const QSet<QString> 
             continue;
         if (version > today.toString(Qt::ISODate))
             findings.Add(Rule::FutureBuild, name, QString("%1 is in the future").arg(version));
-        if (same_content.contains(name) || !before.files.contains(name))
+        const FileLine old = former.value(key(file));
+        const bool is_moved =
+            NameOf(old) != name && old.file_size == file.file_size && old.checksum == file.checksum;
+        if (old.file_name.isEmpty() || is_moved || same_content.contains(name))
             continue;
-        const QString old_version = VersionOf(before.files[name].time_stamp);
-        if (version == old_version) {
+        const QString old_version = VersionOf(old.time_stamp);
+        if (version == old_version)
             findings.Add(Rule::SameDate, name,
                          QString("new content under the date that users already have, %1: nobody "
                                  "will get it")
                              .arg(version));
-        } else if (version < old_version) {
+        else if (version < old_version)
             findings.Add(Rule::EarlierDate, name,
                          QString("%1 is older than what users have, %2: they get an older version")
                              .arg(version, old_version));
-        }
     }
 }

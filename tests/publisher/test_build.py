@@ -1,12 +1,10 @@
 """zeft_repo build, run as a publisher runs it, over a tree of real archives."""
 
 import fcntl
-import functools
 import hashlib
 import json
 import os
 import pathlib
-import random
 import shutil
 import signal
 import subprocess
@@ -15,11 +13,9 @@ import tempfile
 import unittest
 import zipfile
 
-REPO = os.path.abspath(sys.argv[1])
-SECONDS = 1714566645  # 2024-05-01T12:30:45Z
-VERSION = b"product: sample\nbuild: 2024.05.01\n"
+from support import CORE, NOISE, REPO, SECONDS, VERSION, Source, archive_of, raw
+
 USER = {"user": 65534, "group": 65534} if os.geteuid() == 0 else {}  # no superuser
-NOISE = random.Random(1).randbytes(99999)
 
 
 def run(command, TMPDIR=None, **options):
@@ -30,79 +26,21 @@ def run(command, TMPDIR=None, **options):
                           **options)
 
 
+def build(source, dest, *wrapper, flags=(), **options):
+    """Builds; the folder that holds the source is also the one for temporary files."""
+    source.describe()
+    return run([*wrapper, REPO, "build", *flags, source.path, dest],
+               TMPDIR=source.path.absolute().parent, **options)
+
+
 def fault(rule):
     """What makes system calls of zeft_repo fail, or die, as strace(1) words it."""
     return ["strace", "-fqqo", "/dev/null", "-e", "inject=" + rule]
 
 
-@functools.lru_cache(None)
-def archive_of(suffix, entries):
-    """An archive of the kind that suffix says, with pairs of a name and bytes; None: a link out."""
-    pack = {".zip": "zip -qry0 a.tar.zip *", ".7z": "bsdtar -cf a.tar * && 7z a a.tar.7z a.tar"}
-    with tempfile.TemporaryDirectory() as work:
-        for name, data in entries:
-            path = pathlib.Path(work, name)
-            path.parent.mkdir(parents=True, exist_ok=True)
-            path.symlink_to("/") if data is None else path.write_bytes(data)
-        subprocess.run(["sh", "-c", pack.get(suffix, f"bsdtar -acf a.tar{suffix} *")], cwd=work,
-                       env={**os.environ, "LC_ALL": "C.UTF-8"}, check=True, capture_output=True)
-        return pathlib.Path(work, "a.tar" + suffix).read_bytes()
-
-
-class Source:
-    """A sound tree; tests spoil it in one place each."""
-
-    def __init__(self, directory):
-        self.path = pathlib.Path(directory)
-        self.json = {
-            "directories": [
-                {"path": "core/version_latest", "platform": 8},
-                {"path": "bsp", "platform": 8},
-                {"path": "bsp/x86", "platform": 6},
-                {"path": "bsp/arm", "platform": 7},
-            ],
-            "packages": [
-                {"platform": 8, "class": 7, "title": "Zeta α", "page": "zeta.html",
-                 "archives": ["zeft_bsp_zeta.hlib.tar.xz", "zeft_bsp_zeta.htc.tar.7z"]},
-                {"platform": 8, "class": 0, "title": "Core", "page": "zeta.html",
-                 "archives": ["zeft core é.zip"]},
-            ],
-        }
-        for name, folder in [(CORE + "zeft core é.zip", "zeft core é"),
-                             ("bsp/x86/zeft_bsp_zeta.hlib.tar.xz", "zeta"),
-                             ("bsp/x86/zeft_bsp_zeta.htc.tar.7z", "zeta"),
-                             ("bsp/arm/zeft_bsp_zeta.hlib.tar.gz", "zeta"),
-                             ("bsp/arm/zeft_bsp_zeta.htc.tar.bz2", "zeta")]:
-            self.add(name, (folder + "/version.info", VERSION), (folder + "/x", NOISE[:5000]))
-        self.write("hwd_doc/zeta.html", "<p>ζ</p>".encode())
-        self.write("hwd_doc/zeta_files/a.png", b"png")
-
-    def write(self, name, data):
-        path = self.path / name
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_bytes(data)
-        os.utime(path, ns=(0, SECONDS * 10**9 + 700_000_000))  # a date that HTTP cannot say
-
-    def add(self, name, *entries):
-        self.write(name, archive_of(pathlib.Path(name).suffix, entries))
-
-    def build(self, dest, *wrapper, flags=(), **options):
-        """Builds; the folder that holds the source is also the one for temporary files."""
-        self.path.joinpath("repository.json").write_text(json.dumps(self.json))
-        place = self.path.absolute().parent
-        return run([*wrapper, REPO, "build", *flags, self.path, dest], TMPDIR=place, **options)
-
-
-CORE = "core/version_latest/"
-
-
 def core(name, *entries):
     """A spoiler that adds one core component."""
     return lambda source: source.add(CORE + name, *entries)
-
-
-def raw(name, data=b"x"):
-    return lambda source: source.write(name, data)
 
 
 def put(make, name):
@@ -237,6 +175,11 @@ CHANGES = [
      f"changed  {CORE}{NAME}: an update from 2024-05-01 to 2024-06-01"),
     ("new content under the old date", replace(VERSION), 1,
      f"{CORE}{NAME}: error ZR030: new content under the date that users already have, 2024-05-01"),
+    ("new content in another directory", lambda source: (
+        source.json["directories"].append({"path": CORE + "new", "platform": 8}),
+        (source.path / CORE / NAME).unlink(),
+        source.add(CORE + "new/" + NAME, ("zeft core é/version.info", VERSION))), 1,
+     f"{CORE}new/{NAME}: error ZR030"),
     ("older build", replace(b"build: 2024.04.01"), 0,
      "warning ZR031: 2024-04-01 is older than what users have, 2024-05-01"),
     ("another archive", core("a.zip", ("a/version.info", VERSION)), 0,
@@ -271,7 +214,7 @@ class TestBuild(unittest.TestCase):
         self.dest = pathlib.Path("site")
 
     def build(self, *wrapper):
-        done = self.source.build(self.dest, *wrapper)
+        done = build(self.source, self.dest, *wrapper)
         self.assertEqual((done.returncode, done.stderr), (0, ""), done.stdout)
         return done.stdout
 
@@ -283,7 +226,7 @@ class TestBuild(unittest.TestCase):
         self.source.path.joinpath(CORE, "old.zip").unlink()
         replace(b"build: 2024.06.01")(self.source)
         self.source.path.joinpath("hwd_doc/zeta.html").write_text("new")
-        self.said = self.source.build(self.dest, *wrapper)
+        self.said = build(self.source, self.dest, *wrapper)
         return old, tree("site/zeft")
 
     def roll_back(self, *wrapper):
@@ -322,7 +265,7 @@ class TestBuild(unittest.TestCase):
                 os.chmod(work, 0o777)
                 source = Source(work + "/source")
                 spoil(source)
-                done = source.build(work + "/site", **USER)
+                done = build(source, work + "/site", **USER)
                 self.assertEqual(done.returncode, 1)
                 self.assertIn(message.format(work), done.stdout)
                 self.assertEqual(os.listdir(work), ["source"])
@@ -334,7 +277,7 @@ class TestBuild(unittest.TestCase):
             with self.subTest(name), tempfile.TemporaryDirectory() as work:
                 source = Source(work + "/source")
                 spoil(source)
-                done = source.build(work + "/site")
+                done = build(source, work + "/site")
                 self.assertEqual((done.returncode, done.stderr), (0, ""))
                 self.assertIn(message, done.stdout)
                 if "ZR004" in message:
@@ -344,12 +287,12 @@ class TestBuild(unittest.TestCase):
         for name, change, code, line in CHANGES:
             with self.subTest(name), tempfile.TemporaryDirectory() as work:
                 source = Source(work + "/source")
-                source.build(work + "/site")
+                build(source, work + "/site")
                 before = tree(work + "/site/zeft")
                 change(source)
                 for flags in ["--dry-run"], []:
                     self.assertEqual(tree(work + "/site"), {"zeft/" + k: v for k, v in before.items()})
-                    done = source.build(work + "/site", flags=flags)
+                    done = build(source, work + "/site", flags=flags)
                     self.assertEqual(done.returncode, code)
                     if not flags or not line.startswith("nothing"):
                         self.assertIn(line, done.stdout)
@@ -372,7 +315,7 @@ class TestBuild(unittest.TestCase):
         for size, date in (stamp.st_size - 1, SECONDS), (stamp.st_size, SECONDS + 1):
             published.write_bytes(bytes(size))  # not what was published
             os.utime(published, (0, date))
-            self.assertIn("ZR020", self.source.build(self.dest).stdout)
+            self.assertIn("ZR020", build(self.source, self.dest).stdout)
 
     def test_a_release_takes_its_place_at_once_and_back(self):
         pathlib.Path("site").mkdir()
@@ -409,7 +352,7 @@ class TestBuild(unittest.TestCase):
                 with self.subTest(call, count=count):
                     self.assertIn(killed, (old, new))
                     self.assertEqual(self.roll_back().returncode == 0, killed == new)
-                    self.source.build(self.dest)
+                    build(self.source, self.dest)
                     self.assertEqual(tree("site/zeft"), new)
                     self.assertEqual(tree("site/zeft.previous"), old)
                     self.assertEqual(sorted(os.listdir("site")), ["zeft", "zeft.previous"])
@@ -436,7 +379,7 @@ class TestBuild(unittest.TestCase):
             lock.write("process 1 on another")
             lock.flush()
             fcntl.flock(lock, fcntl.LOCK_EX)
-            done = self.source.build(self.dest)
+            done = build(self.source, self.dest)
         self.assertEqual((done.returncode, done.stderr), (
             1, "zeft_repo: site: another zeft_repo is at work here, process 1 on another\n"))
 
@@ -444,7 +387,7 @@ class TestBuild(unittest.TestCase):
         self.build()
         for option, unit in ("size", 4096), ("nr_inodes", 1):
             for amount in range(1, 99):
-                done = self.source.build("full", "unshare", "-rm", "sh", "-c", f"""mkdir -p full
+                done = build(self.source, "full", "unshare", "-rm", "sh", "-c", f"""mkdir -p full
                     mount -t tmpfs -o {option}={amount * unit} t full
                     "$0" "$@" && diff -r site/zeft full/zeft""")
                 if done.returncode == 0:
@@ -461,7 +404,7 @@ class TestBuild(unittest.TestCase):
                 ("folder of someone else", USER and ["setpriv", "--reuid=65534", "--clear-groups"],
                  "Permission denied")):
             with self.subTest(name):
-                done = self.source.build(self.dest, *wrapper)
+                done = build(self.source, self.dest, *wrapper)
                 self.assertEqual(done.returncode, 1)
                 self.assertIn(message, done.stdout + done.stderr)
                 self.assertEqual(os.listdir(), ["source"])

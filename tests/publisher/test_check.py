@@ -14,16 +14,12 @@ import sys
 import tempfile
 import unittest
 
-from support import CORE, REPO, SECONDS, VERSION, Source
+from support import CORE, REPO, SECONDS, VERSION, Source, raw
 
 DEMO = os.path.abspath(sys.argv[2])
 TOP = pathlib.Path(__file__).absolute().parents[2]
 FILE_LIST = "zeft/zeft_upt_fversions.info"
 CORE_FILE = "zeft/" + CORE + "zeft core é.zip"
-
-
-def raw(name, data=b"x"):
-    return lambda source: source.write(name, data)
 
 
 def edit(name, old, new):
