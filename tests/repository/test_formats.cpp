@@ -48,10 +48,11 @@ void TestFormats::MakesRecords()
     const auto row = [](const QString &name, const QString &line, const QString &made) {
         const auto record = RecordFromLine(line);
         QStringList texts;
-        if (record)
+        if (record) {
             texts =
                 QStringList{record->file_name, record->remote_dir, record->time_stamp,
                             QString::number(record->file_size), QString::number(record->checksum)};
+        }
         Row(name, texts.join(' '), made);
     };
     const QString fields = "a.zip core/version_latest 2024-05-01T1 5 7";
