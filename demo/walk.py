@@ -38,7 +38,7 @@ class Browser:
 class Updater:
     """The running program, seen through the accessibility bus and touched through the display."""
 
-    def __init__(self, root, shots, environment):
+    def __init__(self, command, shots, environment):
         self.shots = pathlib.Path(shots)
         self.shots.mkdir(parents=True, exist_ok=True)
         self.shot_count = 0
@@ -47,7 +47,7 @@ class Updater:
         self.mark = 0  # characters of the log that were there at the last press
         # The program ends with the walk, however that ends.
         self.process = subprocess.Popen(
-            ["setpriv", "--pdeathsig", "TERM", f"{root}/bin_lnx/zeft_updater"], env=environment)
+            ["setpriv", "--pdeathsig", "TERM", *command], env=environment)
         # Only a program that has its window hears of the accessibility bus coming up.
         self.wait("the window", self.has_window)
         self.application = self.wait("its widgets", self.find_application)
@@ -220,7 +220,7 @@ class Script:
 
 def walk(root, picked, shots):
     browser = Browser()
-    updater = Updater(root, shots, browser.environment)
+    updater = Updater([f"{root}/bin_lnx/zeft_updater"], shots, browser.environment)
     updater.shoot("started")
     install_local_file(updater, root, picked)
     open_help(updater, root, browser)
