@@ -157,7 +157,7 @@ void TestWindow::AsksBeforeItCloses()
         }
         for (QProcess **process : processes) {
             *process = new QProcess;
-            (*process)->start("sleep", {"60"});
+            (*process)->start("sleep", {"600"});
             QVERIFY((*process)->waitForStarted());
         }
         WriteFile(installation.Download("local"), "x");
@@ -169,7 +169,7 @@ void TestWindow::AsksBeforeItCloses()
         Row(name, window->isVisible(), !closes);
         Row(name, QFile::exists(installation.Download("hwd_doc.zip")), !closes);
         for (QProcess **process : processes)
-            Row(name, (*process)->waitForFinished(closes ? 60000 : 10), closes);
+            Row(name, (*process)->waitForFinished(closes ? 30000 : 10), closes);
         Row(name, QFile::exists(installation.Download("local")), true);
     };
     const auto yes = QMessageBox::Yes;
