@@ -5,6 +5,11 @@
 class MainWindow;
 class QElapsedTimer;
 
+/// The levels of the message log; each has a colour.
+namespace LogLevel {
+enum : int { Information = 1, Warning = 2, Error = 3 };
+}
+
 /// The application's context: the installation that it serves, its log and its clock.
 ///
 /// There is one instance, made by Initialize() and never deleted; Inst() is null before. The paths
@@ -17,7 +22,7 @@ public:
     static void Initialize(MainWindow *window, const QString &path);
     static DataSingleton *Inst();
 
-    /// Writes a line to the message log, see MainWindow::AddMsg().
+    /// Writes a line to the message log in the colour of its LogLevel, see MainWindow::AddMsg().
     void AddMsg(const QString &text, int level);
 
     QString GetDownloadsDir() const;

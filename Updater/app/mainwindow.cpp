@@ -34,11 +34,11 @@ const char kCloseWhileDownloading[] =
 QColor LevelColor(int level)
 {
     switch (level) {
-    case 1:
+    case LogLevel::Information:
         return Qt::blue;
-    case 2:
+    case LogLevel::Warning:
         return {255, 100, 0, 255};
-    case 3:
+    case LogLevel::Error:
         return Qt::red;
     default:
         return Qt::black;
@@ -117,8 +117,9 @@ void MainWindow::Initialize()
 
     AddMsg("Program started. Adjust proxy settings and press 'Connect' button from 'Manage "
            "Connections' to proceed.",
-           1);
-    AddMsg(QString("Downloads directory %1").arg(DataSingleton::Inst()->GetDownloadsDir()), 1);
+           LogLevel::Information);
+    AddMsg(QString("Downloads directory %1").arg(DataSingleton::Inst()->GetDownloadsDir()),
+           LogLevel::Information);
     TellWhatHinders();
 }
 
@@ -127,14 +128,15 @@ void MainWindow::TellWhatHinders()
     if (!MayWork()) {
         AddMsg("Another updater works on this installation and must be closed first. Until then "
                "nothing is downloaded, installed or deleted here.",
-               2);
+               LogLevel::Warning);
     }
     const DataSingleton *context = DataSingleton::Inst();
     for (const QString &directory : {context->InstalledPath(), context->GetDownloadsDir()}) {
         const QString fault = WriteFault(directory);
         if (fault.isEmpty())
             continue;
-        AddMsg(QString("Directory %1/ can't be written: %2.").arg(directory, fault), 3);
+        AddMsg(QString("Directory %1/ can't be written: %2.").arg(directory, fault),
+               LogLevel::Error);
         return;
     }
 }

@@ -6,7 +6,8 @@
 QString PrimaryRepositoryUrl();
 QString AlternateRepositoryUrl();
 
-/// Whether this build demands a certificate of them that one of the system's authorities has signed.
+/// Whether this build demands a certificate of them that one of the system's authorities has
+/// signed.
 bool VerifiesRepository();
 
 /// The repository that a press of "Connect" means. With \a alternate the primary endpoint gives

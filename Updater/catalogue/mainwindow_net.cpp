@@ -47,7 +47,7 @@ void MainWindow::onConnect(QString url)
     while (!records.isEmpty())
         delete records.takeLast();
     repo_url = RepositoryUrl(url, settings_dlg->IsAltLink());
-    DataSingleton::Inst()->AddMsg("Connecting to " + repo_url + "...", 1);
+    DataSingleton::Inst()->AddMsg("Connecting to " + repo_url + "...", LogLevel::Information);
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
     // Contacts nobody, as a whole URL names no host: see FileDownloader::Start().
     network_manager.connectToHostEncrypted(repo_url, 443,
@@ -112,7 +112,7 @@ void MainWindow::AcceptFileList(const QByteArray &bytes)
         return;
     }
     if (fversions_lines.isEmpty()) {
-        AddMsg("Connected...but nothing to download.", 2);
+        AddMsg("Connected...but nothing to download.", LogLevel::Warning);
         ReturnToIdle();
         return;
     }
@@ -167,10 +167,11 @@ void MainWindow::MakeRecords()
         if (IsInstallable(record->file_name))
             records.append(record.release());
         else if (++unsafe <= kMostNamed)
-            AddMsg("File can't be installed safely, line passed over: " + OnOneLine(line), 2);
+            AddMsg("File can't be installed safely, line passed over: " + OnOneLine(line),
+                   LogLevel::Warning);
     }
     if (unsafe > kMostNamed)
-        AddMsg(QString("%1 more lines passed over.").arg(unsafe - kMostNamed), 2);
+        AddMsg(QString("%1 more lines passed over.").arg(unsafe - kMostNamed), LogLevel::Warning);
 }
 
 void MainWindow::AcceptProbe(FileDownloader *fd)
@@ -211,6 +212,6 @@ void MainWindow::ReturnToIdle()
 
 void MainWindow::FailConnecting(const QString &message)
 {
-    AddMsg(message, 3);
+    AddMsg(message, LogLevel::Error);
     ReturnToIdle();
 }

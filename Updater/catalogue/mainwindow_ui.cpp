@@ -196,7 +196,8 @@ void MainWindow::AddTreeArchItems()
         ui->tree_wgt->setFocus();
     settings_dlg->ShowConnectPB(false);
     ui->pb_pause->setEnabled(true);
-    AddMsg("Connected. Select individual items in the left pane to install or update.", 1);
+    AddMsg("Connected. Select individual items in the left pane to install or update.",
+           LogLevel::Information);
 }
 
 void MainWindow::AddRecordRows()
@@ -282,7 +283,7 @@ void MainWindow::AddToLocalInstall(const QString &path)
     const QFileInfo file(path);
     const bool unreadable = file.exists() && (!file.isFile() || !file.isReadable());
     if (!IsInstallable(record->file_name) || unreadable || GoesWithComponent(path, *record)) {
-        AddMsg("File can't be installed safely: " + path, 3);
+        AddMsg("File can't be installed safely: " + path, LogLevel::Error);
         return;
     }
     local_records.append(record.get());

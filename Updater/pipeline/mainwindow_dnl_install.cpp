@@ -70,7 +70,8 @@ DN_FILE_STRUCT *TakeTurn(Queue &queue, const Queue &delete_queue)
 /// Says in the log and in the record that a run for it begins.
 void ShowInstalling(DN_FILE_STRUCT *record)
 {
-    DataSingleton::Inst()->AddMsg(QString("Installing file %1...").arg(record->file_name), 1);
+    DataSingleton::Inst()->AddMsg(QString("Installing file %1...").arg(record->file_name),
+                                  LogLevel::Information);
     record->status = RecordStatus::Installing;
     record->progress = kFirstPercent;
 }
@@ -201,7 +202,7 @@ void MainWindow::StartDownload(DN_FILE_STRUCT *record)
     const bool started =
         transfer->Start(&network_manager, url, false, record->file_size, PartialPath(*record),
                         record->time_stamp, true, kDownloadTimeout, record);
-    AddMsg(QString("Downloading file %1...").arg(record->file_name), 1);
+    AddMsg(QString("Downloading file %1...").arg(record->file_name), LogLevel::Information);
     if (!started) {
         RejectDownload(record, transfer->m_error);
         StopDownload(record);
@@ -226,13 +227,14 @@ void MainWindow::AcceptDownload(DN_FILE_STRUCT *record)
     if (GetFileSizeInBytes(CompletePath(*record)) == record->file_size) {
         AddToDelete(record);
         AddToInstall(record);
-        AddMsg(QString("File %1 downloaded. Queued for installation.").arg(record->file_name), 1);
+        AddMsg(QString("File %1 downloaded. Queued for installation.").arg(record->file_name),
+               LogLevel::Information);
     } else {
         record->status = RecordStatus::Error;
         record->progress = 0;
         AddMsg(QString("Downloaded file %1 checksum failed. Trying downloading again.")
                    .arg(record->file_name),
-               3);
+               LogLevel::Error);
     }
 }
 
@@ -242,7 +244,7 @@ void MainWindow::RejectDownload(DN_FILE_STRUCT *record, const QString &error)
     record->progress = 0;
     AddMsg(QString("Error while downloading file '%1'. %2. Try downloading again.")
                .arg(record->file_name, error),
-           3);
+           LogLevel::Error);
 }
 
 void MainWindow::ProcessInstall()
@@ -272,9 +274,9 @@ void MainWindow::FinishInstall()
         AddMsg(QString("File %1 installed. Post installation script found. Running post "
                        "installation script.")
                    .arg(record->file_name),
-               1);
+               LogLevel::Information);
     } else {
-        AddMsg(QString("File %1 installed.").arg(record->file_name), 1);
+        AddMsg(QString("File %1 installed.").arg(record->file_name), LogLevel::Information);
     }
 }
 
@@ -299,7 +301,8 @@ void MainWindow::FinishPostInstall()
 {
     const DN_FILE_STRUCT *record =
         FinishHead(post_install_queue, post_install_process, RecordStatus::Installed);
-    AddMsg(QString("File %1 post-installation completed.").arg(record->file_name), 1);
+    AddMsg(QString("File %1 post-installation completed.").arg(record->file_name),
+           LogLevel::Information);
 }
 
 void MainWindow::ProcessDelete()
@@ -317,7 +320,7 @@ void MainWindow::StartDelete()
     DN_FILE_STRUCT *record = delete_queue.first();
     record->status = RecordStatus::Deleting;
     record->progress = 0;
-    AddMsg(QString("Deleting directory %1...").arg(ComponentDir(*record)), 1);
+    AddMsg(QString("Deleting directory %1...").arg(ComponentDir(*record)), LogLevel::Information);
     delete_process = StartExtractor(DeleteArguments(ComponentDir(*record)));
 }
 
@@ -328,7 +331,7 @@ void MainWindow::FinishDelete()
         record->status = RecordStatus::InstallPending;
     else
         DeleteLeftovers(*record);
-    AddMsg(QString("Deleted directory %1.").arg(ComponentDir(*record)), 1);
+    AddMsg(QString("Deleted directory %1.").arg(ComponentDir(*record)), LogLevel::Information);
 }
 
 /// True while a queued installation reads the file that the record has in the downloads directory,

@@ -74,7 +74,7 @@ void MainWindow::LookForDownload(DN_FILE_STRUCT *record, bool queue_found)
         }
         record->local_dir = DataSingleton::Inst()->GetDownloadsDir();
         if (queue_found) {
-            AddMsg(QString("Installing file %1...").arg(record->file_name), 1);
+            AddMsg(QString("Installing file %1...").arg(record->file_name), LogLevel::Information);
             AddToDelete(record);
             AddToInstall(record);
         }
@@ -82,7 +82,7 @@ void MainWindow::LookForDownload(DN_FILE_STRUCT *record, bool queue_found)
         if (!IsAwaited(*record))
             DeleteFile(partial);
     } else if (queue_found) {
-        AddMsg(QString("Downloading file %1...").arg(record->file_name), 1);
+        AddMsg(QString("Downloading file %1...").arg(record->file_name), LogLevel::Information);
         AddToDownload(record);
     }
 }

@@ -121,7 +121,7 @@ void TestWindow::ColorsTheNewLineAlone()
     const QList<QColor> colors = {Qt::black, Qt::blue, QColor(255, 100, 0), Qt::red, Qt::black};
     for (int line = 0; line < 10; ++line)
         DataSingleton::Inst()->AddMsg("line", line % 5);
-    DataSingleton::Inst()->AddMsg("", 3);
+    DataSingleton::Inst()->AddMsg("", LogLevel::Error);
     QCOMPARE(installation.Log(), QVector<QString>(6, "line").toList());
     for (int line = 0; line < 6; ++line) {
         const QTextBlock block = msgs->document()->findBlockByNumber(line);

@@ -1,3 +1,4 @@
+#include "app/datasingleton.h"
 #include "panels/downloadwgt.h"
 #include "panels/settingsdlg.h"
 #include "support/installation.h"
@@ -273,7 +274,7 @@ void TestKeyboard::PressesByKey()
     QCOMPARE(installation.Answer([] { PressKey(Qt::Key_Return); }, Qt::Key_Escape),
              QString("Select Files"));
 
-    window->AddMsg("text", 1);
+    window->AddMsg("text", LogLevel::Information);
     QVERIFY(TabTo("msgs"));
     PressKey(Qt::Key_A, Qt::ControlModifier);
     PressKey(Qt::Key_C, Qt::ControlModifier);
