@@ -8,6 +8,7 @@ import unittest
 from pathlib import Path
 
 EXTRACTOR = os.environ["ZEFT_EXTRACTOR"]
+EMULATED = "ZEFT_EMULATED" in os.environ  # by qemu, which does not do all that a kernel does
 
 
 class ExtractorTest(unittest.TestCase):

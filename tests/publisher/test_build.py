@@ -342,7 +342,7 @@ class TestBuild(unittest.TestCase):
 
     def test_a_kill_leaves_one_release_or_the_other(self):
         old, new = self.release()
-        for call in "rename", "renameat2", "unlinkat", "syncfs", "fork,clone,clone3":
+        for call in "rename,renameat", "renameat2", "unlinkat", "syncfs", "fork,clone,clone3":
             for count in range(1, 9):
                 shutil.rmtree("site")
                 self.source = Source("source")
