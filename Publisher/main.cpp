@@ -117,8 +117,10 @@ QString Overview()
                          command.summary);
     }
     return text
-           + "\n\"zeft_repo COMMAND --help\" tells more. Exit codes: 0 if all is well, 1 for "
-             "findings that are errors and for failures, 2 for wrong usage.\n";
+           + "\n\"zeft_repo COMMAND --help\" tells more, \"zeft_repo --version\" the version.\n"
+             "Exit codes: 0 if all is well, 1 for findings that are errors and for failures, 2 "
+             "for\n"
+             "wrong usage.\n";
 }
 
 int PrintText(const QString &text)

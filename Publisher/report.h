@@ -14,8 +14,8 @@ struct ReportStyle
 /// A finding as a line: what, level, rule, what is wrong, and the mend.
 QString LineOf(const Finding &finding);
 
-/// Prints what was found in \a target to the standard output. Returns the exit code: 1 if one of the
-/// findings is an error.
+/// Prints what was found in \a target to the standard output. Returns the exit code: 1 if one of
+/// the findings is an error.
 int ReportFindings(const Findings &findings, const QString &target, const ReportStyle &style);
 
 /// The same for a build, and tells what it changes in the document root \a site_dir.
