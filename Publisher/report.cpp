@@ -101,8 +101,8 @@ QString Summary(const BuildResult &result, const QString &site_dir)
     const QString way = result.is_at_once ? "at once"
                                           : "file by file, the lists last, since this file system "
                                             "can't exchange folders";
-    return QString("published: %1 components and %2 packages in %3, %4")
-        .arg(QString::number(result.components), QString::number(result.packages), site_dir, way);
+    return QString("published: %1, %2; components: %3, packages: %4")
+        .arg(site_dir, way, QString::number(result.components), QString::number(result.packages));
 }
 
 } // namespace

@@ -155,7 +155,7 @@ WARNED = [
      "bsp/a.zip: warning ZR016: no page"),
     ("build in the future", core("a.zip", ("a/version.info", b"build: 2999.01.01")),
      "a.zip: warning ZR024: 2999-01-01 is in the future"),
-    ("comment", directory(comment="for people"), "published: 5 components"),
+    ("comment", directory(comment="for people"), "at once; components: 5, packages: 2"),
 ]
 
 NAME = "zeft core é.zip"
