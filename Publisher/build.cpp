@@ -13,9 +13,11 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QMap>
 #include <QSet>
 
 #include <algorithm>
+#include <filesystem>
 #include <optional>
 
 namespace {
@@ -28,15 +30,13 @@ struct Places
     QString trials; // for what is not to stay
 };
 
-QString PagesName()
+/// A release in the making, beside the one that users have.
+struct Draft
 {
-    return DescriptionsPath().section('/', 2);
-}
-
-SourceStamp StampOf(const Component &component)
-{
-    return {component.size, component.modified.toMSecsSinceEpoch()};
-}
+    Release before;
+    Release next;
+    bool has_new_pages = false;
+};
 
 /// The date of the archive in the repository. Its day is that of the build, by which the updater
 /// knows what is installed; the file's own date only adds the time, as copies often lose it.
@@ -55,87 +55,89 @@ Release ReleaseOf(const RepositorySource &source)
     for (const Component &component : source.components) {
         release.lists.files.append(
             {component.platform, component.file_name, component.remote_dir, {}, 0, 0});
-        release.sources[component.Name()] = StampOf(component);
+        release.sources[component.Name()] = {
+            component.size, component.modified.toMSecsSinceEpoch(), 0, {}, {}};
     }
     for (const QString &page : source.pages) {
         const QFileInfo info(source.pages_dir + '/' + page);
         release.sources[QString(kDescriptionsFolder) + '/' + page] = {
-            info.size(), info.lastModified().toMSecsSinceEpoch()};
+            info.size(), info.lastModified().toMSecsSinceEpoch(), 0, {}, {}};
     }
     release.lists.packages = source.packages;
     return release;
 }
 
-/// True if the archive is the one that was read for the release \a before, and the file made of it
-/// is still what it was.
-bool IsUnchanged(const Component &component, const Release &before, const QString &live)
+/// The line of an archive that \a record tells all of.
+FileLine LineOf(const Component &component, const SourceRecord &record)
 {
-    const QString name = component.Name();
-    const FileLine file = before.files.value(name);
-    const QFileInfo published(live + '/' + name);
-    return before.sources.contains(name) && before.sources[name] == StampOf(component)
-           && published.isFile() && published.size() == file.file_size
-           && TimeStampOf(published.lastModified()) == file.time_stamp;
+    return {component.platform, component.file_name, component.remote_dir,
+            record.time_stamp,  record.size,         record.sum};
 }
 
-/// Fills in what the archives tell. Returns the names of those that are in the release \a before.
-QSet<QString> TakeArchives(const RepositorySource &source, const Release &before,
-                           const Places &places, Release &next, Findings &findings,
-                           const ShowProgress &progress)
+/// True if the record of the last build tells all of the archive, and what it published is there.
+bool IsKnown(const Component &component, const Draft &draft, const QString &live)
 {
-    QSet<QString> same_content;
+    const QString name = component.Name();
+    const SourceRecord record = draft.before.sources.value(name);
+    return draft.before.has_our_rules && !record.hash.isEmpty()
+           && record.IsOf(draft.next.sources[name]) && IsIntact(LineOf(component, record), live);
+}
+
+/// Takes down what was read of the archive \a component, and dates its copy.
+void TakeFacts(const Component &component, const ArchiveFacts &facts, const QString &copy_path,
+               Draft &draft)
+{
+    const QString name = component.Name();
+    SourceRecord &record = draft.next.sources[name];
+    record.sum = facts.sum;
+    record.hash = facts.hash;
+    const SourceRecord old = draft.before.sources.value(name);
+    QDateTime date = DateOf(component, facts.build);
+    // Users have it under the old date.
+    if (old.hash == facts.hash && VersionOf(old.time_stamp) == facts.build)
+        date = DateOfStamp(old.time_stamp);
+    record.time_stamp = TimeStampOf(date);
+    if (!copy_path.isEmpty())
+        SetDate(copy_path, date);
+}
+
+/// Fills in what the archives tell, of the last build if that knew them.
+void TakeArchives(const RepositorySource &source, const Places &places, Draft &draft,
+                  Findings &findings, const ShowProgress &progress)
+{
     QList<ArchiveTrial> trials;
-    QList<int> tried; // places in the list
-    for (int i = 0; i < source.components.size(); ++i) {
-        const Component &component = source.components[i];
+    QList<Component> tried;
+    for (const Component &component : source.components) {
         const QString name = component.Name();
-        if (IsUnchanged(component, before, places.live)) {
-            same_content.insert(name);
+        if (IsKnown(component, draft, places.live)) {
+            draft.next.sources[name] = draft.before.sources[name];
             continue;
         }
         trials.append({name, component.path, InstallTargetOf(component.file_name).dir,
-                       places.next.isEmpty() ? QString() : places.next + '/' + name,
-                       before.files.contains(name) ? places.live + '/' + name : QString()});
-        tried.append(i);
+                       places.next.isEmpty() ? QString() : places.next + '/' + name});
+        tried.append(component);
     }
-
     const QList<ArchiveFacts> facts = TryArchives(trials, places.trials, findings,
                                                   [&](int done) { progress(done, trials.size()); });
     for (int i = 0; i < facts.size(); ++i) {
-        const Component &component = source.components[tried[i]];
-        if (facts[i].build.isEmpty())
-            continue;
-        const QDateTime date = DateOf(component, facts[i].build);
-        FileLine &line = next.lists.files[tried[i]];
-        line.time_stamp = TimeStampOf(date);
-        line.file_size = facts[i].size;
-        line.checksum = facts[i].sum;
-        const FileLine old = before.files.value(component.Name());
-        if (facts[i].is_like_rival && old.checksum == line.checksum
-            && VersionOf(old.time_stamp) == VersionOf(line.time_stamp))
-            same_content.insert(component.Name());
-        if (!trials[i].copy_path.isEmpty())
-            SetDate(trials[i].copy_path, date);
+        if (!facts[i].build.isEmpty()) // else a finding says why
+            TakeFacts(tried[i], facts[i], trials[i].copy_path, draft);
     }
-    for (FileLine &line : next.lists.files) {
-        const QString name = NameOf(line);
-        if (same_content.contains(name)) {
-            const FileLine &old = before.files[name];
-            line.time_stamp = old.time_stamp;
-            line.file_size = old.file_size;
-            line.checksum = old.checksum;
-        }
-        next.files[name] = line;
+    for (int i = 0; i < source.components.size(); ++i) {
+        FileLine &line = draft.next.lists.files[i];
+        line = LineOf(source.components[i], draft.next.sources[NameOf(line)]);
+        draft.next.files[NameOf(line)] = line;
     }
-    return same_content;
 }
 
-QHash<QString, SourceStamp> PagesOf(const Release &release)
+/// The records of the description pages and their pictures.
+QMap<QString, QPair<qint64, qint64>> PagesOf(const Release &release)
 {
-    QHash<QString, SourceStamp> pages;
-    for (auto it = release.sources.begin(); it != release.sources.end(); ++it)
+    QMap<QString, QPair<qint64, qint64>> pages;
+    for (auto it = release.sources.begin(); it != release.sources.end(); ++it) {
         if (it.key().startsWith(QString(kDescriptionsFolder) + '/'))
-            pages[it.key()] = it.value();
+            pages[it.key()] = {it->size, it->modified};
+    }
     return pages;
 }
 
@@ -147,7 +149,7 @@ void PackPages(const RepositorySource &source, const QString &path)
     for (const QString &name : source.pages) {
         QByteArray bytes;
         const QString page = source.pages_dir + '/' + name;
-        const QString failure = ReadSourceFile(page, bytes);
+        const QString failure = ReadFile(page, bytes);
         if (!failure.isEmpty())
             Fail(QString("%1: %2").arg(page, failure));
         zip.AddFile(folder + name, bytes);
@@ -160,25 +162,16 @@ void PackPages(const RepositorySource &source, const QString &path)
 bool PackChangedPages(const RepositorySource &source, const Release &before, const Release &next,
                       const Places &places)
 {
-    const QString published = places.live + '/' + PagesName();
+    const QString published = InRelease(places.live, DescriptionsPath());
     if (PagesOf(before) == PagesOf(next) && before.number > 0 && QFileInfo(published).isFile())
         return false;
     const QString path = places.trials + '/' + kDescriptionsArchive;
     PackPages(source, path);
     QByteArray old_bytes;
     QByteArray bytes;
-    ReadSourceFile(published, old_bytes);
-    return !ReadSourceFile(path, bytes).isEmpty() || bytes != old_bytes;
+    ReadFile(published, old_bytes);
+    return !ReadFile(path, bytes).isEmpty() || bytes != old_bytes;
 }
-
-/// A release in the making, beside the one that users have.
-struct Draft
-{
-    Release before;
-    Release next;
-    QSet<QString> same_content; // names of the archives that both have
-    bool has_new_pages = false;
-};
 
 Draft MakeDraft(const RepositorySource &source, const Places &places, Findings &findings,
                 const ShowProgress &progress)
@@ -186,19 +179,27 @@ Draft MakeDraft(const RepositorySource &source, const Places &places, Findings &
     Draft draft;
     draft.before = ReadRelease(places.live);
     draft.next = ReleaseOf(source);
-    draft.same_content = TakeArchives(source, draft.before, places, draft.next, findings, progress);
+    TakeArchives(source, places, draft, findings, progress);
     draft.has_new_pages = PackChangedPages(source, draft.before, draft.next, places);
     return draft;
 }
 
-QList<Change> ChangesOf(const Draft &draft)
+/// What happens to the archive of the description pages.
+Change PagesChange(const Release &before, bool is_new)
 {
-    QList<Change> changes = CompareReleases(draft.before, draft.next, draft.same_content);
-    const Change::Kind pages = !draft.has_new_pages       ? Change::Unchanged
-                               : draft.before.number == 0 ? Change::Added
-                                                          : Change::Changed;
-    changes.append({pages, PagesName(), "fetched with each connection"});
-    return changes;
+    const Change::Kind kind = !is_new              ? Change::Unchanged
+                              : before.number == 0 ? Change::Added
+                                                   : Change::Changed;
+    return {kind, NameInRelease(DescriptionsPath()), "fetched with each connection"};
+}
+
+/// The releases that users may have: the one that is served, and a newer one that was taken back.
+QList<Release> FormerReleases(const Draft &draft, const QString &site_dir)
+{
+    const Release previous = ReadRelease(site_dir + "/zeft.previous");
+    if (previous.number > draft.before.number)
+        return {draft.before, previous};
+    return {draft.before};
 }
 
 /// The archives whose own date is on another day than their build.
@@ -216,20 +217,26 @@ QStringList DatedByBuild(const RepositorySource &source, const Release &next)
 /// Completes the new release with what it shares with the one before.
 void Complete(const Draft &draft, const Places &places)
 {
-    for (const QString &name : draft.same_content) {
+    for (const FileLine &file : draft.next.lists.files) {
         CheckInterrupted();
-        Remove(places.next + '/' + name); // a copy that turned out to be one
-        LinkOrCopy(places.live + '/' + name, places.next + '/' + name);
+        const QString name = NameOf(file);
+        const QString old = places.live + '/' + name;
+        if (draft.next.sources[name].hash != draft.before.sources.value(name).hash
+            || !IsIntact(file, places.live))
+            continue; // its copy lies there
+        Remove(places.next + '/' + name);
+        LinkOrCopy(old, places.next + '/' + name);
     }
-    const QString pages = places.next + '/' + PagesName();
+    const QString pages = InRelease(places.next, DescriptionsPath());
     if (draft.has_new_pages) {
         MakeFolder(QFileInfo(pages).path());
         Rename(places.trials + '/' + kDescriptionsArchive, pages);
     } else {
-        LinkOrCopy(places.live + '/' + PagesName(), pages);
+        LinkOrCopy(InRelease(places.live, DescriptionsPath()), pages);
     }
     WriteRelease(draft.next, places.next, places.live);
     Sync(places.next);
+    CheckInterrupted();
 }
 
 /// Publishes the draft, unless it changes nothing.
@@ -247,13 +254,35 @@ void Apply(Draft &draft, const Places &places, SiteFolder &site, BuildResult &re
     }
     result.outcome = Outcome::Nothing;
     draft.next.number = draft.before.number;
-    if (draft.next.sources != draft.before.sources)
+    if (RecordOf(draft.next) != RecordOf(draft.before))
         RewriteRecord(draft.next, places.trials, places.live);
 }
 
-QDate Today()
+/// True if the folder \a inner is \a outer or lies in it, whatever names lead to them.
+bool LiesIn(const QString &inner, const QString &outer)
 {
-    return QDateTime::currentDateTimeUtc().date();
+    std::error_code error;
+    const auto path = std::filesystem::weakly_canonical(Encoded(inner), error);
+    const auto top = std::filesystem::weakly_canonical(Encoded(outer), error);
+    return std::mismatch(top.begin(), top.end(), path.begin(), path.end()).first == top.end();
+}
+
+/// A source in what a build exchanges would be lost, and a site in what it reads would be
+/// published.
+void RefuseOverlap(const QString &source_dir, const RepositorySource &source,
+                   const QString &site_dir)
+{
+    for (const char *const ours : {"/zeft", "/zeft.previous", "/zeft.work"}) {
+        if (LiesIn(source_dir, site_dir + ours))
+            Fail(QString("%1: the source lies in %2, which is replaced").arg(source_dir, site_dir));
+    }
+    QSet<QString> folders = {source.pages_dir};
+    for (const Component &component : source.components)
+        folders.insert(QFileInfo(component.path).path());
+    for (const QString &folder : qAsConst(folders)) {
+        if (LiesIn(site_dir, folder))
+            Fail(QString("%1: the site lies in %2, which is published").arg(site_dir, folder));
+    }
 }
 
 void Count(const Release &release, BuildResult &result)
@@ -269,6 +298,9 @@ BuildResult Build(const QString &source_dir, const QString &site_dir, BuildMode 
 {
     BuildResult result;
     const RepositorySource source = ReadRepositorySource(source_dir, result.findings);
+    if (result.findings.HasErrors()) // the lists would be in parts
+        return result;
+    RefuseOverlap(source_dir, source, site_dir);
     CheckLists(ReleaseOf(source).lists, result.findings);
     CheckPages(source.packages, source.pages_dir, source.pages, result.findings);
     if (result.findings.HasErrors())
@@ -288,8 +320,10 @@ BuildResult Build(const QString &source_dir, const QString &site_dir, BuildMode 
     MakeFolder(places.trials);
 
     Draft draft = MakeDraft(source, places, result.findings, progress);
-    CheckDates(draft.before, draft.next, draft.same_content, Today(), result.findings);
-    result.changes = ChangesOf(draft);
+    CheckDates(FormerReleases(draft, QDir(site_dir).path()), draft.next,
+               QDateTime::currentDateTimeUtc().date(), result.findings);
+    result.changes = CompareReleases(draft.before, draft.next, places.live);
+    result.changes.append(PagesChange(draft.before, draft.has_new_pages));
     result.dated_by_build = DatedByBuild(source, draft.next);
     Count(draft.next, result);
     if (!result.findings.HasErrors() && site)
@@ -305,13 +339,17 @@ BuildResult RollBack(const QString &site_dir)
     SiteFolder site(site_dir);
     const Release before = ReadRelease(site.Live());
     const Release next = ReadRelease(site.Previous());
-    QSet<QString> same_content;
-    for (auto it = next.files.begin(); it != next.files.end(); ++it) {
-        if (WriteFileList({*it}) == WriteFileList({before.files.value(it.key())}))
-            same_content.insert(it.key());
-    }
-    CheckDates(before, next, same_content, Today(), result.findings);
-    result.changes = CompareReleases(before, next, same_content);
+    const QList<FileLine> &files = next.lists.files;
+    if (files.isEmpty() || !std::all_of(files.begin(), files.end(), [&](const FileLine &file) {
+            return IsIntact(file, site.Previous());
+        }))
+        Fail(QString("%1: it is not complete").arg(site.Previous()));
+    QByteArray old_pages;
+    QByteArray new_pages;
+    ReadFile(InRelease(site.Live(), DescriptionsPath()), old_pages);
+    ReadFile(InRelease(site.Previous(), DescriptionsPath()), new_pages);
+    result.changes = CompareReleases(before, next, site.Previous());
+    result.changes.append(PagesChange(before, old_pages != new_pages));
     Count(next, result);
     result.is_at_once = site.RollBack();
     result.outcome = Outcome::Published;

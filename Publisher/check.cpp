@@ -7,13 +7,19 @@
 #include "source/repository_source.h"
 
 #include <QFileInfo>
+#include <QUrl>
 
 Findings Check(const QString &target, bool with_sums, const ShowProgress &progress)
 {
     const TemporaryFolder place;
     Findings findings;
-    if (target.startsWith("https://") || target.startsWith("http://")) {
-        CheckServer(target, with_sums, place.Path(), findings, progress);
+    const QUrl url(target);
+    if (target.contains("://")) {
+        const bool is_http = url.scheme() == "https" || url.scheme() == "http";
+        if (!url.isValid() || !is_http || url.host().isEmpty() || url.hasQuery()
+            || url.hasFragment())
+            Fail(QString("%1: no base URL such as https://zeft.example.com").arg(target));
+        CheckServer(url.toString(), with_sums, place.Path(), findings, progress);
         return findings;
     }
     if (QFileInfo::exists(target + '/' + kSourceDescription)) // as for a site that isn't there yet

@@ -108,6 +108,17 @@ bool LinkOrCopy(const QString &from, const QString &to)
     return true;
 }
 
+QString ReadFile(const QString &path, QByteArray &bytes)
+{
+    QFile file(path);
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile()) // a pipe would have us wait
+        return "it is no file";
+    if (file.open(QIODevice::ReadOnly))
+        bytes = file.readAll();
+    return file.error() == QFileDevice::NoError ? QString() : file.errorString();
+}
+
 bool IsSameFile(const QString &a, const QString &b)
 {
     std::error_code error;
@@ -147,7 +158,7 @@ void Remove(const QString &path)
 TemporaryFolder::TemporaryFolder()
 {
     if (!m_dir.isValid())
-        Fail(QString("%1: %2").arg(QDir::tempPath(), m_dir.errorString()));
+        Fail(QString("the folder for temporary files: %1").arg(m_dir.errorString()));
     m_dir.setAutoRemove(false);
 }
 

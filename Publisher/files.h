@@ -46,6 +46,9 @@ void SetDate(const QString &path, const QDateTime &date);
 /// the same date, as where the file system has no hard links.
 bool LinkOrCopy(const QString &from, const QString &to);
 
+/// Reads the whole file at \a path into \a bytes. Empty, or why that failed.
+QString ReadFile(const QString &path, QByteArray &bytes);
+
 /// True for two names of one file.
 bool IsSameFile(const QString &a, const QString &b);
 
@@ -56,6 +59,7 @@ void Rename(const QString &from, const QString &to);
 bool Exchange(const QString &a, const QString &b);
 /// Removes the file or folder at \a path with all it holds; links in it are not followed.
 void Remove(const QString &path);
+
 /// A new folder for temporary files, removed with its owner.
 class TemporaryFolder
 {

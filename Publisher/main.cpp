@@ -8,6 +8,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -135,40 +136,63 @@ int RefuseUsage(const QString &fault)
     return kWrongUse;
 }
 
-/// Runs the command with what stands behind its name.
+/// As QCommandLineParser words it, but with the command in its place.
+QString HelpFor(const Command &command, const QCommandLineParser &parser)
+{
+    const QString options = parser.helpText().section("Options:", 1).section("\n\n", 0, 0);
+    return QString("Usage: zeft_repo %1 [options] %2\n\n%3\n\nOptions:%4\n")
+        .arg(command.name, command.arguments.join(' '), command.description, options);
+}
+
+/// Runs the command. \a arguments has the program's name, the command's and all else.
 int Run(const Command &command, const QStringList &arguments)
 {
     QCommandLineParser parser;
-    parser.setApplicationDescription(command.description);
-    parser.addPositionalArgument(command.name, command.summary,
-                                 command.name + (' ' + command.arguments.join(' ')));
     parser.addOptions(command.options);
     parser.addOption(kHelp);
     if (!parser.parse(arguments))
         return RefuseUsage(parser.errorText());
     if (parser.isSet(kHelp))
-        return PrintText(parser.helpText());
+        return PrintText(HelpFor(command, parser));
     const QStringList values = parser.positionalArguments().mid(1);
     if (values.size() != command.arguments.size() || values.contains(QString()))
         return RefuseUsage(
             QString("usage: zeft_repo %1 %2").arg(command.name, command.arguments.join(' ')));
-    const bool is_json = command.options.size() > 1 && parser.isSet(kJson);
-    return command.run(values, parser, {is_json, parser.isSet(kQuiet)});
+    const auto is_set = [&](const char *name) { return parser.optionNames().contains(name); };
+    const ReportStyle style = {is_set("json"), is_set("q") || is_set("quiet")};
+    try {
+        return command.run(values, parser, style);
+    } catch (const Failure &failure) {
+        ReportFailure(QString::fromLocal8Bit(failure.what()), style);
+        return kFailed;
+    }
 }
 
 int Dispatch(const QStringList &arguments)
 {
-    const QString word = arguments.value(1);
+    // No option takes a value, so the first word is the command.
+    const auto word = std::find_if(arguments.begin() + 1, arguments.end(),
+                                   [](const QString &text) { return !text.startsWith('-'); });
     for (const Command &command : Commands())
-        if (word == command.name)
+        if (word != arguments.end() && *word == command.name)
             return Run(command, arguments);
-    if (word == "-h" || word == "--help")
+    if (word != arguments.end())
+        return RefuseUsage(QString("\"%1\" is no command, see zeft_repo --help").arg(*word));
+    const QString option = arguments.value(1);
+    if (option == "-h" || option == "--help")
         return PrintText(Overview());
-    if (word == "--version")
+    if (option == "--version")
         return PrintText(QString("zeft_repo %1\n").arg(ZEFT_VERSION));
-    return RefuseUsage(word.isEmpty()
-                           ? "a command is missing, see zeft_repo --help"
-                           : QString("\"%1\" is no command, see zeft_repo --help").arg(word));
+    return RefuseUsage("a command is missing, see zeft_repo --help");
+}
+
+/// What was printed may still be on its way. Returns \a code, unless it didn't get through.
+int Flush(int code)
+{
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+        return code;
+    ReportFailure("the output can't be written");
+    return kFailed;
 }
 
 } // namespace
@@ -180,7 +204,7 @@ int main(int argc, char *argv[])
     const QCoreApplication application(argc, argv);
     CatchInterruptions();
     try {
-        return Dispatch(QCoreApplication::arguments());
+        return Flush(Dispatch(QCoreApplication::arguments()));
     } catch (const Interrupted &) {
         DieOfInterruption();
     } catch (const std::exception &failure) {

@@ -40,13 +40,18 @@ QJsonArray JsonOf(const QList<Change> &changes)
     return array;
 }
 
-/// Prints a line, in which names of files can't write what they like on a terminal.
-void Print(QString line)
+/// A line in which names of files can't write what they like on a terminal.
+QByteArray Plain(QString line)
 {
     std::replace_if(
         line.begin(), line.end(), [](QChar c) { return c.category() == QChar::Other_Control; },
         '?');
-    std::fputs((line + '\n').toUtf8().constData(), stdout);
+    return line.toUtf8();
+}
+
+void Print(const QString &line)
+{
+    std::printf("%s\n", Plain(line).constData());
 }
 
 void Print(const QJsonObject &object)
@@ -148,9 +153,11 @@ int ReportBuild(const BuildResult &result, const QString &site_dir, const Report
     return result.outcome == Outcome::Refused ? 1 : 0;
 }
 
-void ReportFailure(const QString &text)
+void ReportFailure(const QString &text, const ReportStyle &style)
 {
-    std::fprintf(stderr, "zeft_repo: %s\n", text.toLocal8Bit().constData());
+    if (style.is_json)
+        Print(QJsonObject{{"failure", text}});
+    std::fprintf(stderr, "zeft_repo: %s\n", Plain(text).constData());
 }
 
 void ShowProgressLine(int done, int total)

@@ -21,8 +21,8 @@ int ReportFindings(const Findings &findings, const QString &target, const Report
 /// The same for a build, and tells what it changes in the document root \a site_dir.
 int ReportBuild(const BuildResult &result, const QString &site_dir, const ReportStyle &style);
 
-/// Prints "zeft_repo: ..." to the standard error.
-void ReportFailure(const QString &text);
+/// Prints "zeft_repo: ..." to the standard error, and as JSON the same to the standard output.
+void ReportFailure(const QString &text, const ReportStyle &style = {});
 
 /// Says on a terminal how many of how many archives have been read, in a line that is overwritten.
 void ShowProgressLine(int done, int total);

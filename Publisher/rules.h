@@ -17,6 +17,8 @@ enum class Rule {
     NotPublished = 4,
     NothingOffered = 5,
     DamagedList = 6,
+    BadDescription = 7,
+    ListedTwice = 8,
 
     // A line of the file list
     BadName = 10,

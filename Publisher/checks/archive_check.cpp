@@ -7,6 +7,7 @@
 #include "jobs.h"
 #include "unpack.h"
 
+#include <QCryptographicHash>
 #include <QDataStream>
 #include <QDate>
 #include <QFile>
@@ -19,7 +20,11 @@
 namespace {
 
 const qint64 kBlockSize = 1 << 20; // bytes
-const int kLongestQuote = 40;      // characters of a damaged text
+// What file systems, HTTP and archives can all state.
+const QDate kFirstDay(1980, 1, 1);
+const QDate kLastDay(2099, 12, 31);
+
+const int kLongestQuote = 40; // characters of a damaged text
 
 /// What a trial's process tells its parent.
 struct TrialResult
@@ -34,7 +39,7 @@ QByteArray Packed(const TrialResult &result)
     QByteArray bytes;
     QDataStream stream(&bytes, QIODevice::WriteOnly);
     const ArchiveFacts &facts = result.facts;
-    stream << facts.size << facts.sum << facts.build << facts.is_like_rival << result.failure
+    stream << facts.size << facts.sum << facts.build << facts.hash << result.failure
            << result.findings;
     return bytes;
 }
@@ -44,30 +49,30 @@ TrialResult Unpacked(const QByteArray &bytes)
     TrialResult result;
     QDataStream stream(bytes);
     ArchiveFacts &facts = result.facts;
-    stream >> facts.size >> facts.sum >> facts.build >> facts.is_like_rival >> result.failure
+    stream >> facts.size >> facts.sum >> facts.build >> facts.hash >> result.failure
         >> result.findings;
     return result;
 }
 
-/// Reads the archive once, for its size, its sum and its copy.
+/// Reads the archive once, for its size, its sums and its copy.
 ArchiveFacts ReadArchive(const ArchiveTrial &trial)
 {
     ArchiveFacts facts;
     QFile from(trial.path);
-    QFile rival(trial.rival_path);
     std::optional<OutputFile> copy;
     if (!trial.copy_path.isEmpty())
         copy.emplace(trial.copy_path);
-    facts.is_like_rival = from.open(QIODevice::ReadOnly) && !trial.rival_path.isEmpty()
-                          && rival.open(QIODevice::ReadOnly) && from.size() == rival.size();
-    for (QByteArray block; !(block = from.read(kBlockSize)).isEmpty();) {
+    from.open(QIODevice::ReadOnly);
+    QCryptographicHash hash(QCryptographicHash::Sha1);
+    for (QByteArray block; from.isOpen() && !(block = from.read(kBlockSize)).isEmpty();) {
         const auto *bytes = reinterpret_cast<const unsigned char *>(block.constData());
         facts.size += block.size();
         facts.sum += SumOfBytes(bytes, bytes + block.size());
-        facts.is_like_rival = facts.is_like_rival && rival.read(block.size()) == block;
+        hash.addData(block);
         if (copy)
             copy->Write(block);
     }
+    facts.hash = hash.result().toHex();
     if (from.error() != QFileDevice::NoError)
         Fail(QString("%1: %2").arg(trial.path, from.errorString()));
     if (copy)
@@ -88,14 +93,16 @@ QString CheckContent(const ArchiveTrial &trial, const QString &place, Findings &
         }
     }
     QString build = BuildIn(place + '/' + trial.target);
-    if (QDate::fromString(build, Qt::ISODate).isValid() && build.size() == 10)
+    const QDate day = QDate::fromString(build, Qt::ISODate);
+    if (day >= kFirstDay && day <= kLastDay && day.toString(Qt::ISODate) == build)
         return build;
     if (!QFileInfo::exists(place + '/' + trial.target + "/version.info")) {
         findings.Add(Rule::NoBuild, trial.subject,
                      QString("it has no \"%1/version.info\"").arg(trial.target));
     } else {
         findings.Add(Rule::NoBuild, trial.subject,
-                     QString("its version.info states the build \"%1\", which is no date")
+                     QString("its version.info states the build \"%1\", which is no date from "
+                             "1980 to 2099 such as 2024.05.01")
                          .arg(build.left(kLongestQuote)));
     }
     return {};
@@ -110,6 +117,8 @@ QString UnpackForTrial(const ArchiveTrial &trial, const QString &path, const QSt
         Unpack(Encoded(path), Encoded(place), Purpose::Trial, silence);
         return CheckContent(trial, place, findings);
     } catch (const std::exception &failure) {
+        if (failure.what() == std::string(NotEnoughSpace().what()))
+            Fail(QString("%1: %2").arg(place, failure.what())); // no fault of the archive
         findings.Add(Rule::NotUnpackable, trial.subject,
                      QString("it cannot be unpacked in %1: %2")
                          .arg(QFileInfo(place).path(), QString::fromLocal8Bit(failure.what())));

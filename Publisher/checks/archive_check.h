@@ -13,16 +13,15 @@ struct ArchiveTrial
     QString path;
     QString target;    // the component's folder, the only thing that may come out
     QString copy_path; // where a copy of it is made, the trial being that of the copy; may be empty
-    QString rival_path; // another archive, which may be the same; may be empty
 };
 
 /// What was read.
 struct ArchiveFacts
 {
     qint64 size = 0;
-    qint64 sum = 0;             // of its bytes
-    QString build;              // date such as 2024-05-01; empty if findings say why
-    bool is_like_rival = false; // byte by byte
+    qint64 sum = 0; // of its bytes
+    QString hash;   // SHA-1
+    QString build;  // date such as 2024-05-01; empty if findings say why
 };
 
 /// Tries all \a trials, on all processors, below the folder \a place. What is wrong with them is in

@@ -3,6 +3,7 @@
 #include "Repository/description.h"
 #include "Repository/names.h"
 #include "Repository/platform.h"
+#include "files.h"
 #include "source/source_folder.h"
 
 #include <QFile>
@@ -13,13 +14,19 @@
 
 #include <algorithm>
 
+const char kReleaseRecord[] = "zeft_repo.json";
+
 namespace {
 
 const int kLongestName = 251; // bytes, as a file system has 255 and the updater adds ".dnl"
 
-QString SubjectOf(const PackageLine &package)
+/// True if a file of this name would be, or lie below, one that each repository has.
+bool IsReserved(const QString &name)
 {
-    return QString("package \"%1\"").arg(package.title);
+    const QStringList reserved = {NameInRelease(FileListPath()), NameInRelease(PackageListPath()),
+                                  NameInRelease(DescriptionsPath()), kReleaseRecord};
+    return std::any_of(reserved.begin(), reserved.end(),
+                       [&name](const QString &own) { return (name + '/').startsWith(own + '/'); });
 }
 
 void CheckFileName(const FileLine &file, Findings &findings)
@@ -37,6 +44,9 @@ void CheckFileName(const FileLine &file, Findings &findings)
                      QString("its name is longer than %1 bytes").arg(kLongestName));
     } else if (name == kDescriptionsArchive) {
         findings.Add(Rule::BadName, NameOf(file), "its name is that of the description pages");
+    } else if (IsReserved(NameOf(file))) {
+        findings.Add(Rule::BadName, NameOf(file),
+                     "it would take the place of a file of the repository's own");
     } else if (!IsInstallable(name)) {
         findings.Add(
             Rule::BadTarget, NameOf(file),
@@ -135,7 +145,7 @@ void CheckTitle(const PackageLine &package, Findings &findings)
     const bool broken = std::any_of(title.begin(), title.end(), [](QChar c) {
         return c == '#' || c.category() == QChar::Other_Control;
     });
-    if (title.isEmpty() || broken)
+    if (title.isEmpty() || broken || title != QString::fromUtf8(title.toUtf8()))
         findings.Add(Rule::BadTitle, SubjectOf(package),
                      "the title is empty or holds a \"#\" or a control character");
 }
@@ -147,7 +157,7 @@ void CheckPage(const PackageLine &package, const QString &dir, Findings &finding
     if (!name_fault.isEmpty())
         return findings.Add(Rule::MissingPage, SubjectOf(package), "its page: " + name_fault);
     QByteArray bytes;
-    const QString failure = ReadSourceFile(dir + '/' + page, bytes);
+    const QString failure = ReadFile(dir + '/' + page, bytes);
     if (!failure.isEmpty())
         return findings.Add(Rule::MissingPage, SubjectOf(package),
                             QString("the page \"%1\" cannot be read: %2").arg(page, failure));
@@ -170,7 +180,7 @@ void ReadLines(const QString &dir, const QString &name, ReadList read_list, Read
 {
     QByteArray bytes;
     QStringList lines;
-    const QString failure = ReadSourceFile(dir + '/' + name, bytes);
+    const QString failure = ReadFile(dir + '/' + name, bytes);
     if (!failure.isEmpty())
         return findings.Add(Rule::Unreadable, name, failure);
     if (!read_list(bytes, lines))
@@ -212,6 +222,11 @@ QString NameOf(const FileLine &file)
     return file.remote_dir + '/' + file.file_name;
 }
 
+QString SubjectOf(const PackageLine &package)
+{
+    return QString("package \"%1\"").arg(package.title);
+}
+
 void CheckLists(const Lists &lists, Findings &findings)
 {
     if (lists.files.isEmpty())
@@ -245,7 +260,8 @@ void CheckPages(const QList<PackageLine> &packages, const QString &dir, const QS
         if (QFileInfo(dir + '/' + page).size() > kMostDescriptionBytes)
             findings.Add(Rule::PageTooLarge, name,
                          QString("it has more than %1 bytes").arg(kMostDescriptionBytes));
-        if (QFileInfo(page).suffix().startsWith("htm") && !named.contains(page))
+        if (QFileInfo(page).suffix().startsWith("htm", Qt::CaseInsensitive)
+            && !named.contains(page))
             findings.Add(Rule::UnusedPage, name, "no package names this page");
     }
 }

@@ -3,6 +3,10 @@
 #include "Repository/manifests.h"
 #include "rules.h"
 
+/// The file in a release's folder by which the next build knows what is unchanged. No list names
+/// it.
+extern const char kReleaseRecord[];
+
 /// The two lists of a repository.
 struct Lists
 {
@@ -21,6 +25,9 @@ QString NameOf(const FileLine &file);
 
 /// Reads both lists of the release in the folder \a dir.
 Lists ReadLists(const QString &dir, Findings &findings);
+
+/// By what findings and reports name a package.
+QString SubjectOf(const PackageLine &package);
 
 /// Checks what can be told from the lists alone: names, platforms, who shares a place with whom,
 /// and what each machine is offered.

@@ -84,7 +84,7 @@ void CheckArchives(const Lists &lists, const QString &dir, const QString &place,
             continue;
         }
         CompareWithLine(file, info.size(), info.lastModified(), findings);
-        trials.append({name, info.filePath(), InstallTargetOf(file.file_name).dir, {}, {}});
+        trials.append({name, info.filePath(), InstallTargetOf(file.file_name).dir, {}});
         tried.append(file);
     }
     const QList<ArchiveFacts> facts =

@@ -10,17 +10,19 @@
 
 namespace {
 
-QString NoticeOf(const FileLine &before, const FileLine &next)
+QString NoticeOf(const FileLine &before, const FileLine &next, bool is_same_content)
 {
-    if (VersionOf(before.time_stamp) != VersionOf(next.time_stamp))
-        return QString("an update from %1 to %2")
-            .arg(VersionOf(before.time_stamp), VersionOf(next.time_stamp));
-    return before.platform == next.platform
-               ? QString("new content")
-               : QString("now for %1").arg(PlatformName(next.platform));
+    const QString old_version = VersionOf(before.time_stamp);
+    const QString version = VersionOf(next.time_stamp);
+    if (version != old_version)
+        return QString(version > old_version ? "an update from %1 to %2" : "back from %1 to %2")
+            .arg(old_version, version);
+    if (before.platform != next.platform)
+        return QString("now for %1").arg(PlatformName(next.platform));
+    return is_same_content ? "put back as users have it" : "new content";
 }
 
-void CompareFiles(const Release &before, const Release &next, const QSet<QString> &same_content,
+void CompareFiles(const Release &before, const Release &next, const QString &live,
                   QList<Change> &changes)
 {
     for (const FileLine &file : next.lists.files) {
@@ -31,45 +33,87 @@ void CompareFiles(const Release &before, const Release &next, const QSet<QString
                 {Change::Added, name,
                  QString("for %1, into ROOT%2")
                      .arg(PlatformName(file.platform), InstallTargetOf(file.file_name).Path())});
-        } else if (same_content.contains(name) && old.platform == file.platform) {
-            changes.append({Change::Unchanged, name, QString()});
-        } else {
-            changes.append({Change::Changed, name, NoticeOf(old, file)});
+            continue;
         }
+        const bool is_same = IsSameContent(before, old, next, file);
+        if (is_same && WriteFileList({old}) == WriteFileList({file}) && IsIntact(file, live))
+            changes.append({Change::Unchanged, name, QString()});
+        else
+            changes.append({Change::Changed, name, NoticeOf(old, file, is_same)});
     }
     for (const FileLine &file : before.lists.files)
         if (!next.files.contains(NameOf(file)))
             changes.append({Change::Removed, NameOf(file), "whoever has it keeps it"});
 }
 
-bool IsEqual(const QList<PackageLine> &a, const QList<PackageLine> &b)
-{
-    return WritePackageList(a) == WritePackageList(b);
-}
-
+/// Compares the lines of packages. Several may have one title.
 void ComparePackages(const QList<PackageLine> &before, const QList<PackageLine> &next,
                      QList<Change> &changes)
 {
-    const auto key = [](const PackageLine &package) {
-        return QString("%1#%2").arg(package.platform).arg(package.title);
-    };
-    QHash<QString, PackageLine> old;
+    QMultiHash<QString, QByteArray> old; // lines by their titles
     for (const PackageLine &package : before)
-        old.insert(key(package), package);
+        old.insert(package.title, WritePackageList({package}));
+    QList<PackageLine> others;
     for (const PackageLine &package : next) {
-        const QString name = QString("package \"%1\"").arg(package.title);
-        if (!old.contains(key(package)))
-            changes.append({Change::Added, name, "a new line in the tree"});
-        else if (IsEqual({old.take(key(package))}, {package}))
-            changes.append({Change::Unchanged, name, QString()});
+        if (old.remove(package.title, WritePackageList({package})) > 0)
+            changes.append({Change::Unchanged, SubjectOf(package), QString()});
         else
-            changes.append({Change::Changed, name, "other archives, page or place in the tree"});
+            others.append(package);
     }
-    for (const PackageLine &package : before) {
-        if (old.contains(key(package)))
-            changes.append({Change::Removed, QString("package \"%1\"").arg(package.title),
-                            "its line leaves the tree"});
+    for (const PackageLine &package : qAsConst(others)) {
+        if (old.take(package.title).isEmpty())
+            changes.append({Change::Added, SubjectOf(package), "a new line in the tree"});
+        else
+            changes.append({Change::Changed, SubjectOf(package),
+                            "other archives, machines, page or place in the tree"});
     }
+    for (auto it = old.begin(); it != old.end(); ++it)
+        changes.append(
+            {Change::Removed, QString("package \"%1\"").arg(it.key()), "its line leaves the tree"});
+}
+
+/// The lines of \a release by what users have: a machine and the name of a file. The directory
+/// doesn't count, as each release may have one of its own.
+QHash<QString, FileLine> ByMachine(const Release &release)
+{
+    QHash<QString, FileLine> lines;
+    for (const FileLine &file : release.lists.files) {
+        for (const QString &machine : Architectures())
+            if (IsForArchitecture(file.platform, machine))
+                lines.insert(machine + ": " + file.file_name, file);
+    }
+    return lines;
+}
+
+/// The lines of \a former that users of \a file may have now, each once.
+QList<FileLine> FormerLines(const QHash<QString, FileLine> &former, const FileLine &file)
+{
+    QList<FileLine> lines;
+    QSet<QString> names;
+    for (const QString &machine : Architectures()) {
+        const auto found = former.find(machine + ": " + file.file_name);
+        if (IsForArchitecture(file.platform, machine) && found != former.end()
+            && !names.contains(NameOf(*found))) {
+            names.insert(NameOf(*found));
+            lines.append(*found);
+        }
+    }
+    return lines;
+}
+
+void CheckDate(const FileLine &old, const FileLine &file, Findings &findings)
+{
+    const QString old_version = VersionOf(old.time_stamp);
+    const QString version = VersionOf(file.time_stamp);
+    if (version == old_version)
+        findings.Add(Rule::SameDate, NameOf(file),
+                     QString("new content under the date that users already have, %1: nobody "
+                             "will get it")
+                         .arg(version));
+    else if (version < old_version)
+        findings.Add(Rule::EarlierDate, NameOf(file),
+                     QString("%1 is older than what users have, %2: they get an older version")
+                         .arg(version, old_version));
 }
 
 } // namespace
@@ -80,52 +124,37 @@ QString KindName(Change::Kind kind)
     return names[kind];
 }
 
-QList<Change> CompareReleases(const Release &before, const Release &next,
-                              const QSet<QString> &same_content)
+QList<Change> CompareReleases(const Release &before, const Release &next, const QString &live)
 {
     QList<Change> changes;
-    CompareFiles(before, next, same_content, changes);
+    CompareFiles(before, next, live, changes);
     ComparePackages(before.lists.packages, next.lists.packages, changes);
     const bool is_change = std::any_of(changes.begin(), changes.end(), [](const Change &change) {
         return change.kind != Change::Unchanged;
     });
-    if (!is_change && !IsEqual(before.lists.packages, next.lists.packages))
-        changes.append({Change::Changed, kPackageList, "another order in the tree"});
+    if (!is_change
+        && (WritePackageList(before.lists.packages) != WritePackageList(next.lists.packages)
+            || WriteFileList(before.lists.files) != WriteFileList(next.lists.files)))
+        changes.append({Change::Changed, "the lists", "another order"});
     return changes;
 }
 
-void CheckDates(const Release &before, const Release &next, const QSet<QString> &same_content,
-                const QDate &today, Findings &findings)
+void CheckDates(const QList<Release> &former, const Release &next, const QDate &today,
+                Findings &findings)
 {
-    // A release may have a directory of its own, so the file's name is what users have.
-    const auto key = [](const FileLine &file) {
-        return QString("%1#%2").arg(file.platform).arg(file.file_name);
-    };
-    QHash<QString, FileLine> former;
-    for (const FileLine &file : before.lists.files)
-        former.insert(key(file), file);
-
     for (const FileLine &file : next.lists.files) {
-        const QString name = NameOf(file);
-        const QString version = VersionOf(file.time_stamp);
-        if (version.isEmpty()) // a finding says why
-            continue;
-        if (version > today.toString(Qt::ISODate))
-            findings.Add(Rule::FutureBuild, name, QString("%1 is in the future").arg(version));
-        const FileLine old = former.value(key(file));
-        const bool is_moved =
-            NameOf(old) != name && old.file_size == file.file_size && old.checksum == file.checksum;
-        if (old.file_name.isEmpty() || is_moved || same_content.contains(name))
-            continue;
-        const QString old_version = VersionOf(old.time_stamp);
-        if (version == old_version)
-            findings.Add(Rule::SameDate, name,
-                         QString("new content under the date that users already have, %1: nobody "
-                                 "will get it")
-                             .arg(version));
-        else if (version < old_version)
-            findings.Add(Rule::EarlierDate, name,
-                         QString("%1 is older than what users have, %2: they get an older version")
-                             .arg(version, old_version));
+        if (VersionOf(file.time_stamp) > today.toString(Qt::ISODate))
+            findings.Add(Rule::FutureBuild, NameOf(file),
+                         QString("%1 is in the future").arg(VersionOf(file.time_stamp)));
+    }
+    for (const Release &release : former) {
+        const QHash<QString, FileLine> lines = ByMachine(release);
+        for (const FileLine &file : next.lists.files) {
+            if (file.time_stamp.isEmpty()) // a finding says why
+                continue;
+            for (const FileLine &old : FormerLines(lines, file))
+                if (!IsSameContent(release, old, next, file))
+                    CheckDate(old, file, findings);
+        }
     }
 }

@@ -17,12 +17,10 @@ struct Change
 /// "added" and so on, by Change::Kind.
 QString KindName(Change::Kind kind);
 
-/// What \a next changes, \a before being what users have. Files of the names in \a same_content
-/// are those that lie there already.
-QList<Change> CompareReleases(const Release &before, const Release &next,
-                              const QSet<QString> &same_content);
+/// What \a next changes in the release \a before, which lies in the folder \a live.
+QList<Change> CompareReleases(const Release &before, const Release &next, const QString &live);
 
-/// Finds the contents that reach no user because of their dates, or take a user back, on the day
-/// \a today.
-void CheckDates(const Release &before, const Release &next, const QSet<QString> &same_content,
-                const QDate &today, Findings &findings);
+/// Finds the contents that do not reach the users of one of the \a former releases because of their
+/// dates, or take them back, and dates after \a today.
+void CheckDates(const QList<Release> &former, const Release &next, const QDate &today,
+                Findings &findings);

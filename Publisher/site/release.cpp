@@ -2,16 +2,16 @@
 
 #include "Repository/names.h"
 #include "files.h"
-#include "source/source_folder.h"
+#include "time_stamp.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
-const char kReleaseRecord[] = "zeft_repo.json";
-
 namespace {
+
+const int kHighestNumber = 1 << 30; // of a release; a higher one is damage
 
 // Keys of the record
 const char kNumber[] = "release";
@@ -26,23 +26,19 @@ QString RecordIn(const QString &dir)
 QJsonObject ReadRecord(const QString &dir)
 {
     QByteArray bytes;
-    ReadSourceFile(RecordIn(dir), bytes);
+    ReadFile(RecordIn(dir), bytes);
     return QJsonDocument::fromJson(bytes).object();
 }
 
-QByteArray RecordOf(const Release &release)
+int NumberIn(const QJsonObject &record)
 {
-    QJsonObject sources;
-    for (auto it = release.sources.begin(); it != release.sources.end(); ++it)
-        sources[it.key()] = QJsonArray{it->size, it->modified};
-    return QJsonDocument({{kNumber, release.number}, {kMaker, ZEFT_VERSION}, {kSources, sources}})
-        .toJson();
+    return qBound(0, record[kNumber].toInt(), kHighestNumber);
 }
 
 void WriteList(const QByteArray &bytes, const QString &path, const QString &old_path)
 {
     QByteArray old_bytes;
-    if (ReadSourceFile(old_path, old_bytes).isEmpty() && old_bytes == bytes)
+    if (ReadFile(old_path, old_bytes).isEmpty() && old_bytes == bytes)
         LinkOrCopy(old_path, path);
     else
         WriteFile(path, bytes);
@@ -59,18 +55,47 @@ Release ReadRelease(const QString &dir)
         release.files.insert(NameOf(file), file);
 
     const QJsonObject record = ReadRecord(dir);
-    release.number = record[kNumber].toInt();
-    const QJsonObject sources =
-        record[kMaker].toString() == ZEFT_VERSION ? record[kSources].toObject() : QJsonObject();
-    for (auto it = sources.begin(); it != sources.end(); ++it)
-        release.sources[it.key()] = {static_cast<qint64>(it.value().toArray().at(0).toDouble()),
-                                     static_cast<qint64>(it.value().toArray().at(1).toDouble())};
+    release.number = NumberIn(record);
+    release.has_our_rules = record[kMaker].toString() == ZEFT_VERSION;
+    const QJsonObject sources = record[kSources].toObject();
+    for (auto it = sources.begin(); it != sources.end(); ++it) {
+        const QJsonArray values = it.value().toArray();
+        release.sources[it.key()] = {
+            static_cast<qint64>(values[0].toDouble()), static_cast<qint64>(values[1].toDouble()),
+            static_cast<qint64>(values[2].toDouble()), values[3].toString(), values[4].toString()};
+    }
     return release;
 }
 
 int ReleaseNumber(const QString &dir)
 {
-    return ReadRecord(dir)[kNumber].toInt();
+    return NumberIn(ReadRecord(dir));
+}
+
+bool IsIntact(const FileLine &file, const QString &dir)
+{
+    const QFileInfo info(dir + '/' + NameOf(file));
+    return info.isFile() && info.size() == file.file_size
+           && TimeStampOf(info.lastModified()) == file.time_stamp;
+}
+
+bool IsSameContent(const Release &a, const FileLine &file_a, const Release &b,
+                   const FileLine &file_b)
+{
+    const QString hash_a = a.sources.value(NameOf(file_a)).hash;
+    const QString hash_b = b.sources.value(NameOf(file_b)).hash;
+    if (!hash_a.isEmpty() && !hash_b.isEmpty())
+        return hash_a == hash_b;
+    return file_a.file_size == file_b.file_size && file_a.checksum == file_b.checksum;
+}
+
+QByteArray RecordOf(const Release &release)
+{
+    QJsonObject sources;
+    for (auto it = release.sources.begin(); it != release.sources.end(); ++it)
+        sources[it.key()] = QJsonArray{it->size, it->modified, it->sum, it->hash, it->time_stamp};
+    return QJsonDocument({{kNumber, release.number}, {kMaker, ZEFT_VERSION}, {kSources, sources}})
+        .toJson();
 }
 
 void RewriteRecord(const Release &release, const QString &place, const QString &live)

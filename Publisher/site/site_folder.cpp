@@ -13,17 +13,8 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 
 namespace {
-
-bool IsSameFile(int file, const QByteArray &path)
-{
-    struct stat a = {};
-    struct stat b = {};
-    return ::fstat(file, &a) == 0 && ::stat(path.constData(), &b) == 0 && a.st_dev == b.st_dev
-           && a.st_ino == b.st_ino;
-}
 
 QByteArray Myself()
 {
@@ -75,7 +66,8 @@ bool SiteFolder::Publish()
 
 bool SiteFolder::RollBack()
 {
-    if (!QFileInfo(Previous()).isDir() || !QFileInfo(Live()).isDir())
+    const QFileInfo previous(Previous());
+    if (previous.isSymLink() || !previous.isDir() || !QFileInfo(Live()).isDir())
         Fail(QString("%1: there is no former release").arg(Previous()));
     const bool at_once = Swap(Previous(), Live());
     Sync(m_dir);
@@ -87,7 +79,8 @@ void SiteFolder::Lock()
 {
     const QByteArray path = QFile::encodeName(LockPath());
     do { // Another publisher may remove the file between the two calls.
-        m_lock = UniqueFd(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+        m_lock =
+            UniqueFd(::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644));
         CheckCall(static_cast<bool>(m_lock), LockPath());
         if (::flock(m_lock.Get(), LOCK_EX | LOCK_NB) != 0) {
             CheckCall(errno == EWOULDBLOCK, LockPath());
@@ -97,7 +90,7 @@ void SiteFolder::Lock()
             Fail(QString("%1: another zeft_repo is at work here, %2")
                      .arg(m_dir, QString::fromUtf8(who)));
         }
-    } while (!IsSameFile(m_lock.Get(), path));
+    } while (!IsSameFile(QString("/proc/self/fd/%1").arg(m_lock.Get()), LockPath()));
     const QByteArray myself = Myself();
     CheckCall(::ftruncate(m_lock.Get(), 0) == 0
                   && ::write(m_lock.Get(), myself.constData(), static_cast<size_t>(myself.size()))

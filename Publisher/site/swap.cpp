@@ -2,6 +2,7 @@
 
 #include "Repository/names.h"
 #include "files.h"
+#include "site/release.h"
 
 #include <QFileInfo>
 #include <QSet>
@@ -15,8 +16,10 @@ QStringList FilesInOrder(const QString &dir)
 {
     QStringList files = FilesBelow(dir);
     const auto rank = [](const QString &file) {
-        const QStringList last = {DescriptionsPath(), PackageListPath(), FileListPath()};
-        return last.indexOf("/zeft/" + file);
+        const QStringList last = {NameInRelease(DescriptionsPath()),
+                                  NameInRelease(PackageListPath()), NameInRelease(FileListPath()),
+                                  kReleaseRecord};
+        return last.indexOf(file);
     };
     std::stable_sort(files.begin(), files.end(),
                      [&rank](const QString &a, const QString &b) { return rank(a) < rank(b); });

@@ -1,6 +1,8 @@
 #include "source/repository_source.h"
 
 #include "Repository/names.h"
+#include "checks/list_check.h"
+#include "files.h"
 #include "source/source_folder.h"
 
 #include <QDir>
@@ -8,6 +10,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMap>
 #include <QSet>
 
 #include <algorithm>
@@ -18,45 +21,65 @@ namespace {
 
 const char kComment[] = "comment"; // for people, in every object
 
-QJsonObject ReadDescription(const QString &path, Findings &findings)
+/// The keys that an object may have, each with the type of its value.
+using Keys = QMap<QString, QJsonValue::Type>;
+
+QString NameOf(QJsonValue::Type type)
 {
-    QByteArray bytes;
-    const QString failure = ReadSourceFile(path, bytes);
-    QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
-    if (!failure.isEmpty())
-        findings.Add(Rule::Unreadable, path, failure);
-    else if (error.error != QJsonParseError::NoError) {
-        findings.Add(Rule::Unreadable, path,
-                     QString("line %1: %2")
-                         .arg(bytes.left(error.offset).count('\n') + 1)
-                         .arg(error.errorString()));
-    }
-    return document.object();
+    static const QMap<QJsonValue::Type, QString> names = {{QJsonValue::Double, "a whole number"},
+                                                          {QJsonValue::String, "a text"},
+                                                          {QJsonValue::Array, "a list"}};
+    return names[type];
 }
 
 /// A key that nobody reads is likely a slip of the pen in one that somebody would.
-void CheckKeys(const QJsonObject &object, const QStringList &known, Findings &findings)
+void CheckKeys(const QJsonObject &object, Keys known, Findings &findings)
 {
-    for (const QString &key : object.keys()) {
-        if (key != kComment && !known.contains(key)) {
+    known[kComment] = QJsonValue::String;
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        if (!known.contains(it.key())) {
             findings.Add(
                 Rule::UnknownKey, kSourceDescription,
-                QString("the key \"%1\" is none of %2, %3").arg(key, known.join(", "), kComment));
+                QString("the key \"%1\" is none of %2").arg(it.key(), known.keys().join(", ")));
+        } else if (it->type() != known[it.key()]
+                   || (it->isDouble() && it->toDouble() != it->toInt())) {
+            findings.Add(Rule::BadDescription, kSourceDescription,
+                         QString("\"%1\" is not %2").arg(it.key(), NameOf(known[it.key()])));
         }
     }
 }
 
-/// The entries of the list \a key, each of which may have the keys \a known.
-QList<QJsonObject> EntriesOf(const QJsonObject &description, const QString &key,
-                             const QStringList &known, Findings &findings)
+QJsonObject ReadDescription(const QString &path, Findings &findings)
 {
-    const QJsonValue list = description[key];
-    if (!list.isArray() && !list.isUndefined())
-        findings.Add(Rule::UnknownKey, kSourceDescription,
-                     QString("\"%1\" is not a list").arg(key));
+    QByteArray bytes;
+    const QString failure = ReadFile(path, bytes);
+    if (!failure.isEmpty()) {
+        findings.Add(Rule::Unreadable, path, failure);
+        return {};
+    }
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
+    if (error.error != QJsonParseError::NoError)
+        findings.Add(Rule::BadDescription, path,
+                     QString("line %1: %2")
+                         .arg(bytes.left(error.offset).count('\n') + 1)
+                         .arg(error.errorString()));
+    else if (!document.isObject())
+        findings.Add(Rule::BadDescription, path, "it is not an object, {...}");
+    CheckKeys(document.object(),
+              {{"directories", QJsonValue::Array}, {"packages", QJsonValue::Array}}, findings);
+    return document.object();
+}
+
+/// The entries of the list \a key, each of which may have the keys \a known.
+QList<QJsonObject> EntriesOf(const QJsonObject &description, const QString &key, const Keys &known,
+                             Findings &findings)
+{
     QList<QJsonObject> entries;
-    for (const QJsonValue entry : list.toArray()) {
+    for (const QJsonValue entry : description[key].toArray()) {
+        if (!entry.isObject())
+            findings.Add(Rule::BadDescription, kSourceDescription,
+                         QString("an entry of \"%1\" is not an object, {...}").arg(key));
         entries << entry.toObject();
         CheckKeys(entries.last(), known, findings);
     }
@@ -106,7 +129,7 @@ PackageLine PackageOf(const QJsonObject &entry, const QSet<QString> &published, 
                            ArchiveStem(archives.value(0)), ArchiveStem(archives.value(1)),
                            entry["page"].toString()};
 
-    const QString subject = QString("package \"%1\"").arg(package.title);
+    const QString subject = SubjectOf(package);
     if (archives.isEmpty() || archives.size() > 2)
         findings.Add(Rule::BadArchives, subject, "it needs one or two archives");
     for (const QString &archive : archives) {
@@ -139,25 +162,41 @@ RepositorySource ReadRepositorySource(const QString &dir, Findings &findings)
     RepositorySource source;
     const QDir base(dir);
     const QJsonObject description = ReadDescription(base.filePath(kSourceDescription), findings);
-    CheckKeys(description, {"directories", "packages"}, findings);
+    const auto entries =
+        EntriesOf(description, "directories",
+                  {{"path", QJsonValue::String}, {"platform", QJsonValue::Double}}, findings);
+    const auto packages = EntriesOf(description, "packages",
+                                    {{"platform", QJsonValue::Double},
+                                     {"class", QJsonValue::Double},
+                                     {"title", QJsonValue::String},
+                                     {"archives", QJsonValue::Array},
+                                     {"page", QJsonValue::String}},
+                                    findings);
+    if (findings.HasErrors()) // what follows from them would hide them
+        return source;
 
-    const auto entries = EntriesOf(description, "directories", {"path", "platform"}, findings);
     QStringList directories;
-    for (const QJsonObject &entry : entries)
-        directories << entry["path"].toString();
+    for (const QJsonObject &entry : entries) {
+        const QString path = entry["path"].toString();
+        if (directories.contains(path))
+            findings.Add(Rule::ListedTwice, QString("directory \"%1\"").arg(path),
+                         "it is named twice");
+        directories << path;
+    }
     for (const QJsonObject &entry : entries)
         source.components << ComponentsOf(base, entry["path"].toString(), entry["platform"].toInt(),
                                           directories, findings);
 
-    QSet<QString> published;
-    for (const Component &component : source.components)
-        published.insert(component.file_name);
-    const QStringList keys = {"platform", "class", "title", "archives", "page"};
-    for (const QJsonObject &entry : EntriesOf(description, "packages", keys, findings))
-        source.packages << PackageOf(entry, published, findings);
-
     source.pages_dir = base.filePath(kDescriptionsFolder);
     if (QFileInfo(source.pages_dir).isSymLink() || QFileInfo::exists(source.pages_dir))
         source.pages = PagesBelow(source.pages_dir, {}, base.path(), findings);
+    if (findings.HasErrors())
+        return source;
+
+    QSet<QString> published;
+    for (const Component &component : source.components)
+        published.insert(component.file_name);
+    for (const QJsonObject &entry : packages)
+        source.packages << PackageOf(entry, published, findings);
     return source;
 }

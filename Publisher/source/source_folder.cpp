@@ -83,11 +83,3 @@ SourceFolder ReadSourceFolder(const QString &path, const QString &base, Findings
     folder.folders.sort();
     return folder;
 }
-
-QString ReadSourceFile(const QString &path, QByteArray &bytes)
-{
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly))
-        bytes = file.readAll();
-    return file.error() == QFileDevice::NoError ? QString() : file.errorString();
-}

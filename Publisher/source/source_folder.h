@@ -16,6 +16,3 @@ struct SourceFolder
 /// Hidden files, the copies that editors keep, and links that lead out of the tree are passed over.
 /// \a findings tells of them, and of whatever else cannot be published.
 SourceFolder ReadSourceFolder(const QString &path, const QString &base, Findings &findings);
-
-/// Reads the whole file at \a path into \a bytes. Empty, or why that failed.
-QString ReadSourceFile(const QString &path, QByteArray &bytes);

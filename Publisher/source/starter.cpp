@@ -8,6 +8,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 
 namespace {
 
@@ -32,6 +33,8 @@ void PackComponent(const QString &path)
 
 void MakeStarter(const QString &dir)
 {
+    if (QFileInfo::exists(dir) && !QFileInfo(dir).isReadable())
+        Fail(QString("%1: the folder can't be read").arg(dir));
     if (!QDir(dir).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot))
         Fail(QString("%1: the folder isn't empty").arg(dir));
     for (const QString &file : FilesBelow(kTop)) {

@@ -105,7 +105,7 @@ REFUSED = [
     ("same folder", core("zeft_bsp_zeta.hlib2.zip", ("zeta/version.info", VERSION)),
      "shares the folder /hardware/zeta with"),
     ("unknown platform", directory(platform=9), "9 is not a platform code; they are 6 (x86_64), 7 (arm64), 8 (any"),
-    ("missing platform", directory(platform="8"), "0 is not a platform code"),
+    ("text for a platform", directory(platform="8"), 'error ZR007: "platform" is not a whole number'),
     ("missing directory", directory(path="core/nowhere"), "core/nowhere: error ZR001: No such file"),
     ("folder that is not listed", put(os.mkdir, CORE + "old"), "doesn't name this folder"),
     ("unreadable folder", put(shut, CORE), "core/version_latest: error ZR001: Permission denied"),
@@ -115,12 +115,22 @@ REFUSED = [
     ("unknown key", lambda source: source.json.update(package=[]), 'the key "package" is none of'),
     ("unknown key of a directory", directory(machine=6), 'the key "machine" is none of'),
     ("unknown key of a package", package(pages=""), 'the key "pages" is none of'),
-    ("packages in no list", lambda source: source.json.update(packages={}), "is not a list"),
+    ("packages in no list", lambda source: source.json.update(packages={}), '"packages" is not a list'),
     ("directory outside", directory(path="../core"), '".." is not a name'),
     ("slash at the end", directory(path="core/version_latest/"), "a name is empty"),
-    ("nothing to publish", lambda source: source.json.pop("directories"), "ZR005: it would have no line"),
+    ("nothing to publish", lambda source: source.json.update(directories=[], packages=[]),
+     "ZR005: it would have no line"),
     ("unknown class", package(**{"class": 8}), "from 0 to 7: 0 (8bit/16bit uC), 1 ("),
-    ("missing class", package(**{"class": None}), "from 0 to 7"),
+    ("missing class", lambda source: source.json["packages"][0].pop("class"), "from 0 to 7"),
+    ("directory named twice", lambda source: source.json["directories"].append(
+        {"path": "bsp", "platform": 6}), 'directory "bsp": error ZR008'),
+    ("directory in the place of a list", lambda source: (
+        source.json["directories"].append({"path": "bsp/zeft_bsps.info", "platform": 6}),
+        source.add("bsp/zeft_bsps.info/a.zip", ("a/version.info", VERSION))), "of the repository's own"),
+    ("list for a description", lambda source: setattr(source, "json", []), "ZR007: it is not an object"),
+    ("pipe for a description", lambda source: setattr(source, "describe", lambda: os.mkfifo(
+        source.path / "repository.json")), "it is no file"),
+    ("build with slashes", core("a.zip", ("a/version.info", b"build: 2024/05/01")), "which is no date"),
     ("separator in a title", package(title="a#b"), "the title"),
     ("no title", package(title=""), "the title"),
     ("package for no platform", package(platform=0), "0 is not a platform code"),
@@ -153,8 +163,8 @@ WARNED = [
     ("page that nothing names", raw("hwd_doc/old.html"), "old.html: warning ZR047"),
     ("line that no page shows", lambda source: source.add("bsp/a.zip", ("a/version.info", VERSION)),
      "bsp/a.zip: warning ZR016: no page"),
-    ("build in the future", core("a.zip", ("a/version.info", b"build: 2999.01.01")),
-     "a.zip: warning ZR024: 2999-01-01 is in the future"),
+    ("build in the future", core("a.zip", ("a/version.info", b"build: 2099.01.01")),
+     "a.zip: warning ZR024: 2099-01-01 is in the future"),
     ("comment", directory(comment="for people"), "at once; components: 5, packages: 2"),
 ]
 
@@ -191,7 +201,7 @@ CHANGES = [
      f"changed  {CORE}{NAME}: now for any machine"),
     ("package in another class", package(**{"class": 6}), 0, 'changed  package "Zeta α": other'),
     ("packages in another order", lambda source: source.json["packages"].reverse(), 0,
-     "changed  zeft_bsps.info: another order in the tree"),
+     "changed  the lists: another order"),
     ("package less", lambda source: source.json["packages"].pop(0), 0, 'removed  package "Zeta α"'),
     ("another page", raw("hwd_doc/zeta.html", b"<p>new</p>"), 0, "changed  bsp/hwd_doc.zip: fetched"),
 ]
@@ -303,19 +313,50 @@ class TestBuild(unittest.TestCase):
 
     def test_an_unchanged_archive_is_not_read_again(self):
         self.build()
-        inode = os.stat("site/zeft/bsp/x86/zeft_bsp_zeta.hlib.tar.xz").st_ino
-        path = self.source.path / "bsp/x86/zeft_bsp_zeta.hlib.tar.xz"
+        name = "bsp/x86/zeft_bsp_zeta.hlib.tar.xz"
+        published = self.dest / "zeft" / name
+        sound, inode = tree("site/zeft"), published.stat().st_ino
+        for spoil in (os.unlink, pathlib.Path.touch, lambda path: os.truncate(path, 9)):
+            spoil(published)  # what users have by now
+            self.assertIn(f"changed  {name}: put back as users have it", self.build())
+            self.assertEqual((tree("site/zeft"), published.stat().st_mtime), (sound, SECONDS))
+        lists = self.dest / "zeft/zeft_upt_fversions.info"
+        lists.write_bytes(lists.read_bytes().replace(b"#5544#", b"#5545#"))
+        self.build()
+        self.assertEqual(tree("site/zeft"), sound)
+
+        inode = published.stat().st_ino
+        path = self.source.path / name
         stamp = path.stat()
         path.write_bytes(bytes(stamp.st_size))  # damage that neither size nor date shows
         os.utime(path, ns=(0, stamp.st_mtime_ns))
         replace(b"build: 2024.06.01")(self.source)
         self.build()
-        self.assertEqual(os.stat("site/zeft/bsp/x86/zeft_bsp_zeta.hlib.tar.xz").st_ino, inode)
-        published = pathlib.Path("site/zeft/bsp/x86/zeft_bsp_zeta.hlib.tar.xz")
-        for size, date in (stamp.st_size - 1, SECONDS), (stamp.st_size, SECONDS + 1):
-            published.write_bytes(bytes(size))  # not what was published
-            os.utime(published, (0, date))
-            self.assertIn("ZR020", build(self.source, self.dest).stdout)
+        self.assertEqual(published.stat().st_ino, inode)
+
+    def test_two_packages_of_one_title_are_no_change(self):
+        self.source.json["packages"].append({**self.source.json["packages"][0], "class": 1})
+        self.build()
+        self.assertIn("nothing to do", self.build())
+
+    def test_what_was_taken_back_is_what_users_may_have(self):
+        self.release()
+        self.roll_back()
+        replace(b"build: 2024.06.01", b"mended")(self.source)
+        self.assertIn("ZR030", build(self.source, self.dest).stdout)
+
+    def test_nothing_outside_of_the_site_is_lost(self):
+        self.build()
+        os.mkdir("site/zeft.work")
+        shutil.copytree("source", "site/zeft/source")
+        pathlib.Path("victim").write_text("x")
+        for place, site, lock in (("site/zeft/source", "site", None), ("source", "source/bsp/x86/site", None),
+                                  ("source", "site", "victim")):
+            if lock:
+                os.symlink("../" + lock, "site/zeft.lock")
+            self.assertEqual(run([REPO, "build", place, site]).returncode, 1)
+        self.assertTrue(os.path.exists("site/zeft/source/repository.json"))
+        self.assertEqual(pathlib.Path("victim").read_text(), "x")
 
     def test_a_release_takes_its_place_at_once_and_back(self):
         pathlib.Path("site").mkdir()
@@ -357,6 +398,20 @@ class TestBuild(unittest.TestCase):
                     self.assertEqual(tree("site/zeft.previous"), old)
                     self.assertEqual(sorted(os.listdir("site")), ["zeft", "zeft.previous"])
             self.assertGreater(count, 1 if call != "syncfs" else 0)
+
+    def test_a_kill_among_the_files_is_mended_by_the_next_build(self):
+        new = self.release()[1]
+        for count in range(2, 30):
+            shutil.rmtree("site")
+            self.source = Source("source")
+            self.release(*fault("renameat2:error=EINVAL"), "-e",
+                         f"inject=rename,renameat:signal=KILL:when={count}")
+            if self.said.returncode == 0:
+                break
+            with self.subTest(count=count):
+                build(self.source, self.dest)
+                self.assertLessEqual(new.items(), tree("site/zeft").items())
+        self.assertGreater(count, 7)
 
     def test_an_interruption_leaves_nothing(self):
         self.build()
