@@ -96,6 +96,12 @@ void TestTree::BuildsPackages()
                           "8bit/16bit uC/NoNumber: Local Install (eg. zeft_bsp_a)",
                           "Native/Other: Local Install (eg. nope), zeft_bsp_a.hlib [2.0 KB]",
                           "Native/None: "}));
+
+    const Installation closing; // between the first package and the second one
+    QTimer::singleShot(0, closing.Window(), &QWidget::close);
+    Build(closing, {}, {"8#0#First####", "8#0#Second####"});
+    QCOMPARE(Top(closing, 1)->child(0)->childCount(), 1);
+    QVERIFY(!closing.Find<QPushButton>("pb_pause")->isEnabled());
 }
 
 void TestTree::ShowsDescriptions()
