@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 """Times zeft_fextr_cmd beside other programs on the same archives, in turn within one run.
 
-usage: bench/extractor.py EXTRACTOR [FOLDER] [ROUNDS]
+usage: bench/extractor.py [EXTRACTOR [FOLDER [ROUNDS]]]
 
 Makes 5,000 small and 5 large files and packs them, or takes those that an earlier run has left in
-FOLDER, unpacks each archive with each program, deletes 20,000 files, and prints the medians of
-wall time in seconds, in brackets that of processor time, and the ratio of our wall time to the best
-of the others. Where the machine has other work to do, only the brackets mean something.
+FOLDER, unpacks each archive with each program, deletes 20,000 files, and prints the medians of the
+wall and the processor time beside those of the program that is the quickest of the others. Where
+the machine has other work to do, only the processor time means something.
 
 When zeft_fextr_cmd ends, the component has been written to the disk, so a "sync -f" follows each of
 the others. Before a run, nothing waits to be written.
@@ -20,6 +20,9 @@ import subprocess
 import sys
 import tempfile
 import time
+
+import program
+import table
 
 WORDS = [str(random.Random(n).random())[2:2 + n % 9 + 2] for n in range(4000)]
 
@@ -116,14 +119,15 @@ def compare(name, measure, archive, folder, commands, rounds):
     time.sleep(6)  # for 5 s ext4 goes around the inodes that were freed, at a cost for whoever comes
     walls, processors = ([statistics.median(run[which] for run in taken) for taken in times]
                          for which in (0, 1))
-    others = "  ".join(f"{' '.join(command.split()[:2])} {wall:.2f} ({processor:.2f})" for
-                       command, wall, processor in zip(commands[1:], walls[1:], processors[1:]))
-    print(f"{name:10} {walls[0]:.2f} ({processors[0]:.2f})  ratio {walls[0] / min(walls[1:]):.2f}   "
-          + others, flush=True)
+    best = min(range(1, len(walls)), key=walls.__getitem__)
+    peer = " ".join(commands[best].split()[:2])
+    table.row(name, walls[0], "s", walls[best], peer)
+    table.row("  processor", processors[0], "s", processors[best], peer)
 
 
 def main():
-    extractor = os.path.abspath(sys.argv[1])
+    release = os.path.join(program.ROOT, "build/release/Extractor/zeft_fextr_cmd")
+    extractor = os.path.abspath(sys.argv[1] if len(sys.argv) > 1 else release)
     folder = sys.argv[2] if len(sys.argv) > 2 else tempfile.mkdtemp(prefix="zeft-bench-")
     rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 7
     make_archives(folder)

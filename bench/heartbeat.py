@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints how long a heartbeat of the window holds the event loop, for rising numbers of records.
+"""Tells how long a heartbeat of the window holds the event loop, for rising numbers of records.
 
 Needs the release build. A heartbeat is to stay short beside its period of 500 ms, and all times are
 to grow no faster than the records.
@@ -10,14 +10,17 @@ import subprocess
 import tempfile
 
 import program
+import table
 
-COLUMNS = ("records", "make", "show", "at rest", "queued", "next", "cancelled")
+# In the order in which the program prints them.
+TIMES = ("making the records", "showing them", "heartbeat at rest", "with downloads queued",
+         "the next one", "with them cancelled")
 
 with tempfile.TemporaryDirectory() as folder:
     heartbeat = program.build("heartbeat", folder, "Qt5Widgets", "Qt5Network")
     environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=folder)
-    print("".join(f"{column:>11}" for column in COLUMNS), " (ms)")
     for records in (1000, 10000, 100000):
         times = subprocess.check_output([heartbeat, folder, str(records)], text=True,
                                         stderr=subprocess.DEVNULL, env=environment)
-        print("".join(f"{column:>11}" for column in (records, *times.split())), flush=True)
+        for name, time in zip(TIMES, times.split()):
+            table.row(f"{records} records: {name}", float(time), "ms")
