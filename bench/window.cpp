@@ -1,0 +1,153 @@
+// The updater's window, connected to a repository. What a user feels of it is measured from the
+// X server's time stamp of a key to the key's delivery.
+// Usage: window ROOT URL
+// Prints a line with its name as each stage begins: lists, probes, tree, after. F12 closes the
+// window and prints for how many ms it stayed. F8 is for the last stage: it prints as JSON the
+// longest wait of a key in each stage and the time of building the tree (ms), the processor time of
+// a search in it (ms), the memory of a package's page (kB), and the percent of a processor that one
+// minute of rest takes.
+
+#include "app/datasingleton.h"
+#include "app/mainwindow.h"
+#include "app/mainwindow_helper.h"
+#include "panels/downloadwgt.h"
+#include "ui_mainwindow.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QHash>
+#include <QKeyEvent>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <ctime>
+
+namespace {
+
+const int kRest = 60; // s
+const char *const kStages[] = {"lists", "probes", "tree", "after"};
+
+double Milliseconds(clockid_t clock)
+{
+    timespec time = {};
+    clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
+
+/// Since the X server stamped the key, on its own clock of 32 bits.
+double WaitOf(const QKeyEvent &key)
+{
+    const auto now = static_cast<quint64>(Milliseconds(CLOCK_MONOTONIC));
+    return static_cast<qint32>(static_cast<quint32>(now) - static_cast<quint32>(key.timestamp()));
+}
+
+double MemoryKb()
+{
+    QFile file("/proc/self/statm");
+    file.open(QFile::ReadOnly);
+    return file.readAll().split(' ').value(1).toDouble() * static_cast<double>(getpagesize()) / 1e3;
+}
+
+class Watch : public QObject
+{
+public:
+    explicit Watch(MainWindow &window)
+        : m_window(window)
+    {
+        EnterStage(0);
+        qApp->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *receiver, QEvent *event) override
+    {
+        if (m_stage + 1 < 4 && HasBegun(m_stage + 1, receiver, *event))
+            EnterStage(m_stage + 1);
+        if (event->type() == QEvent::KeyPress && receiver->isWindowType())
+            TakeKey(static_cast<const QKeyEvent &>(*event));
+        if (event->type() == QEvent::Hide && receiver == &m_window && m_closing > 0)
+            std::printf("%.0f\n", Milliseconds(CLOCK_MONOTONIC) - m_closing);
+        return false;
+    }
+
+private:
+    bool HasBegun(int stage, const QObject *receiver, const QEvent &event) const
+    {
+        if (stage == 1)
+            return !m_window.records.isEmpty();
+        if (stage == 2) // by a queued call
+            return !m_window.base_downloader && receiver == &m_window
+                   && event.type() == QEvent::MetaCall;
+        return m_window.ui->pb_pause->isEnabled();
+    }
+
+    void EnterStage(int stage)
+    {
+        m_stage = stage;
+        m_begin[stage] = Milliseconds(CLOCK_MONOTONIC);
+        m_memory[stage] = MemoryKb();
+        std::puts(kStages[stage]);
+        std::fflush(stdout);
+    }
+
+    void TakeKey(const QKeyEvent &key)
+    {
+        const double wait = WaitOf(key);
+        const double pressed = Milliseconds(CLOCK_MONOTONIC) - wait;
+        int stage = m_stage;
+        while (stage > 0 && m_begin[stage] > pressed)
+            --stage;
+        m_longest[stage] = qMax(m_longest[stage], wait);
+        if (key.key() == Qt::Key_F12) {
+            m_closing = pressed;
+            m_window.close();
+        } else if (key.key() == Qt::Key_F8) {
+            Rest();
+        }
+    }
+
+    void Rest()
+    {
+        const double begin = Milliseconds(CLOCK_PROCESS_CPUTIME_ID);
+        QTimer::singleShot(kRest * 1000, this, [this, begin] {
+            Report((Milliseconds(CLOCK_PROCESS_CPUTIME_ID) - begin) / kRest / 10);
+            qApp->quit();
+        });
+    }
+
+    void Report(double rest)
+    {
+        int pages = 0;
+        for (int n = 0; n < m_window.tree_item_bsps->childCount(); ++n)
+            pages += m_window.tree_item_bsps->child(n)->childCount();
+        std::printf("{");
+        for (int stage = 0; stage < 4; ++stage)
+            std::printf("\"%s\": %.0f, ", kStages[stage], m_longest[stage]);
+        std::printf("\"build\": %.0f, \"page\": %.1f, \"rest\": %.2f", m_begin[3] - m_begin[2],
+                    (m_memory[3] - m_memory[2]) / pages, rest);
+        const double begin = Milliseconds(CLOCK_PROCESS_CPUTIME_ID);
+        m_window.SetTreeItemVisible(nullptr); // on no page, so that all are looked at
+        std::printf(", \"search\": %.1f}\n", Milliseconds(CLOCK_PROCESS_CPUTIME_ID) - begin);
+    }
+
+    MainWindow &m_window;
+    int m_stage = 0;
+    double m_begin[4] = {}; // ms
+    double m_memory[4] = {};
+    double m_longest[4] = {};
+    double m_closing = 0; // when the key was pressed, in ms; 0: not yet
+};
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const QApplication application(argc, argv);
+    auto &window = *new MainWindow(nullptr); // like the program's, it outlives everything
+    DataSingleton::Initialize(&window, argv[1]);
+    window.Initialize();
+    window.show();
+    const Watch watch(window);
+    window.onConnect(argv[2]);
+    return QApplication::exec();
+}
