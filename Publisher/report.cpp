@@ -68,10 +68,11 @@ void PrintFindings(const Findings &findings)
             Print(LineOf(finding));
     }
     for (auto it = counts.begin(); it != counts.end(); ++it) {
-        if (*it > kMostOfARule)
+        if (*it > kMostOfARule) {
             Print(QString("%1: %2 more, which --json names")
                       .arg(IdOf(it.key()))
                       .arg(*it - kMostOfARule));
+        }
     }
 }
 

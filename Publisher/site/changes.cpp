@@ -105,15 +105,16 @@ void CheckDate(const FileLine &old, const FileLine &file, Findings &findings)
 {
     const QString old_version = VersionOf(old.time_stamp);
     const QString version = VersionOf(file.time_stamp);
-    if (version == old_version)
+    if (version == old_version) {
         findings.Add(Rule::SameDate, NameOf(file),
                      QString("new content under the date that users already have, %1: nobody "
                              "will get it")
                          .arg(version));
-    else if (version < old_version)
+    } else if (version < old_version) {
         findings.Add(Rule::EarlierDate, NameOf(file),
                      QString("%1 is older than what users have, %2: they get an older version")
                          .arg(version, old_version));
+    }
 }
 
 } // namespace

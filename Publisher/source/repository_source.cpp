@@ -59,13 +59,14 @@ QJsonObject ReadDescription(const QString &path, Findings &findings)
     }
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
-    if (error.error != QJsonParseError::NoError)
+    if (error.error != QJsonParseError::NoError) {
         findings.Add(Rule::BadDescription, path,
                      QString("line %1: %2")
                          .arg(bytes.left(error.offset).count('\n') + 1)
                          .arg(error.errorString()));
-    else if (!document.isObject())
+    } else if (!document.isObject()) {
         findings.Add(Rule::BadDescription, path, "it is not an object, {...}");
+    }
     CheckKeys(document.object(),
               {{"directories", QJsonValue::Array}, {"packages", QJsonValue::Array}}, findings);
     return document.object();
