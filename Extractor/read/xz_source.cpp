@@ -3,8 +3,10 @@
 #include "base/failure.h"
 #include "base/worker_count.h"
 
+#include <cstdlib>
 #include <future>
 #include <new>
+#include <sys/mman.h>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -13,6 +15,25 @@ namespace {
 
 // The highest level of xz needs 65 MiB; an archive can be made to ask for 4 GiB and more.
 constexpr std::uint64_t kMostDecoderMemory = std::uint64_t{1024} * 1024 * 1024;
+
+constexpr std::size_t kHugePage = std::size_t{2} * 1024 * 1024;
+
+/// The decoder takes new memory for each block of tens of megabytes. In huge pages the system hands
+/// it out many times faster, which shows where data decompresses as fast as memory can be copied.
+void *Allocate(void *, std::size_t count, std::size_t size)
+{
+    const std::size_t bytes = count * size;
+    if (bytes < kHugePage)
+        return std::malloc(bytes);
+    void *memory = nullptr;
+    if (::posix_memalign(&memory, kHugePage, bytes) != 0)
+        return nullptr;
+    ::madvise(memory, bytes, MADV_HUGEPAGE); // without huge pages it only takes longer
+    return memory;
+}
+
+constexpr lzma_allocator kAllocator = {Allocate, [](void *, void *memory) { std::free(memory); },
+                                       nullptr};
 
 #if LZMA_VERSION >= 50040002
 /// Whether \a count threads can run at a time. The decoder would fail in the middle of a file where
@@ -57,6 +78,7 @@ XzSource::XzSource(ByteSource &compressed)
     : m_compressed(compressed)
     , m_input(kInputSize)
 {
+    m_stream.allocator = &kAllocator;
     if (StartDecoder(m_stream) != LZMA_OK)
         throw std::bad_alloc();
 }
