@@ -3,10 +3,11 @@
 
 usage: bench/extractor.py [EXTRACTOR [FOLDER [ROUNDS]]]
 
-Makes 5,000 small and 5 large files and packs them, or takes those that an earlier run has left in
-FOLDER, unpacks each archive with each program, deletes 20,000 files, and prints the medians of the
-wall and the processor time beside those of the program that is the quickest of the others. Where
-the machine has other work to do, only the processor time means something.
+Makes 5,000 small and 5 large files of text, of random bytes and of zeros, and packs them, or takes
+those that an earlier run has left in FOLDER, unpacks each archive with each program, deletes 20,000
+files, and prints the medians of the wall and the processor time beside those of the program that is
+the quickest of the others. Where the machine has other work to do, only the processor time means
+something. A FOLDER in /dev/shm leaves out the disk.
 
 When zeft_fextr_cmd ends, the component has been written to the disk, so a "sync -f" follows each of
 the others. Before a run, nothing waits to be written.
@@ -32,6 +33,7 @@ PACK = {
     "tar.gz": "tar -czf {archive} C",
     "tar.bz2": "tar -cjf {archive} C",
     "tar.xz": "XZ_OPT=-3 tar -cJf {archive} C",
+    "T2.tar.xz": "XZ_OPT='-3 -T2' tar -cJf {archive} C",  # in 11 blocks
     "tar.7z": SEVEN_ZIP.format(level=""),
     "mx3.tar.7z": SEVEN_ZIP.format(level="-mx3"),  # in 9 blocks, which 7z unpacks side by side
     "mx1.tar.7z": SEVEN_ZIP.format(level="-mx1"),  # in 129
@@ -46,6 +48,7 @@ PEERS = {
     "tar.gz": STREAM,
     "tar.bz2": STREAM,
     "tar.xz": STREAM,
+    "T2.tar.xz": STREAM,
     "tar.7z": SEVEN_ZIP_PEERS,
     "mx3.tar.7z": SEVEN_ZIP_PEERS,
     "mx1.tar.7z": SEVEN_ZIP_PEERS,
@@ -61,7 +64,14 @@ def text(generator, size):
     return " ".join(words).encode()
 
 
-def make_archives(folder):
+CONTENTS = {
+    "text": text,
+    "random": random.Random.randbytes,
+    "zeros": lambda _generator, size: bytes(size),
+}
+
+
+def make_archives(folder, content):
     source = os.path.join(folder, "source", "C")
     if not os.path.isdir(source):
         generator = random.Random(1)
@@ -69,12 +79,12 @@ def make_archives(folder):
             place = os.path.join(source, f"package{n % 100}", f"module{n % 7}")
             os.makedirs(place, exist_ok=True)
             with open(os.path.join(place, f"file{n}.txt"), "wb") as file:
-                file.write(text(generator, generator.randrange(200, 12000)))
+                file.write(content(generator, generator.randrange(200, 12000)))
         with open(os.path.join(source, "version.info"), "w") as file:
             file.write("build : 1")  # makes it a component
         for n in range(5):
             with open(os.path.join(source, f"large{n}.bin"), "wb") as file:
-                file.write(text(generator, 16_000_000) + generator.randbytes(4_000_000))
+                file.write(content(generator, 20_000_000))
     for kind, command in PACK.items():
         archive = os.path.join(folder, "archive." + kind)
         if not os.path.exists(archive):
@@ -130,12 +140,14 @@ def main():
     extractor = os.path.abspath(sys.argv[1] if len(sys.argv) > 1 else release)
     folder = sys.argv[2] if len(sys.argv) > 2 else tempfile.mkdtemp(prefix="zeft-bench-")
     rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 7
-    make_archives(folder)
     shutil.rmtree(os.path.join(folder, "out"), ignore_errors=True)
-    for kind, peers in PEERS.items():
-        compare(kind, unpack_time, os.path.join(folder, "archive." + kind), folder,
-                (f"{extractor} '#uzip' '#{{archive}}' '#{{to}}'",
-                 *(peer + " && sync -f {to}" for peer in peers)), rounds)
+    for name, content in CONTENTS.items():
+        make_archives(os.path.join(folder, name), content)
+        for kind, peers in PEERS.items():
+            compare(f"{name} {kind}", unpack_time,
+                    os.path.join(folder, name, "archive." + kind), folder,
+                    (f"{extractor} '#uzip' '#{{archive}}' '#{{to}}'",
+                     *(peer + " && sync -f {to}" for peer in peers)), rounds)
     compare("delete", delete_time, None, folder,
             (f"{extractor} '#ddir' '#{{to}}'", "rm -rf {to}"), rounds)
     if len(sys.argv) <= 2:
