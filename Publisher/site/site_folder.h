@@ -10,8 +10,8 @@
 ///
 ///     SITE/zeft            the release that is served, ours alone
 ///     SITE/zeft.previous   the one before it
-///     SITE/zeft.work       what is in the making; gone when no publisher is at work
-///     SITE/zeft.lock       who is at work; likewise
+///     SITE/zeft.work       what is in the making, while a publisher is at work
+///     SITE/zeft.lock       who is at work
 ///
 /// Nothing else in the folder is looked at. All functions throw a Failure.
 class SiteFolder
