@@ -7,7 +7,6 @@
 #include "jobs.h"
 #include "site/site_folder.h"
 #include "source/repository_source.h"
-#include "source/source_folder.h"
 #include "time_stamp.h"
 #include "zip_writer.h"
 
@@ -173,12 +172,13 @@ bool PackChangedPages(const RepositorySource &source, const Release &before, con
     return !ReadFile(path, bytes).isEmpty() || bytes != old_bytes;
 }
 
-Draft MakeDraft(const RepositorySource &source, const Places &places, Findings &findings,
-                const ShowProgress &progress)
+/// \a next is what ReleaseOf() made of the \a source.
+Draft MakeDraft(const RepositorySource &source, const Release &next, const Places &places,
+                Findings &findings, const ShowProgress &progress)
 {
     Draft draft;
     draft.before = ReadRelease(places.live);
-    draft.next = ReleaseOf(source);
+    draft.next = next;
     TakeArchives(source, places, draft, findings, progress);
     draft.has_new_pages = PackChangedPages(source, draft.before, draft.next, places);
     return draft;
@@ -301,7 +301,8 @@ BuildResult Build(const QString &source_dir, const QString &site_dir, BuildMode 
     if (result.findings.HasErrors()) // the lists would be in parts
         return result;
     RefuseOverlap(source_dir, source, site_dir);
-    CheckLists(ReleaseOf(source).lists, result.findings);
+    const Release next = ReleaseOf(source);
+    CheckLists(next.lists, result.findings);
     CheckPages(source.packages, source.pages_dir, source.pages, result.findings);
     if (result.findings.HasErrors())
         return result;
@@ -319,7 +320,7 @@ BuildResult Build(const QString &source_dir, const QString &site_dir, BuildMode 
     }
     MakeFolder(places.trials);
 
-    Draft draft = MakeDraft(source, places, result.findings, progress);
+    Draft draft = MakeDraft(source, next, places, result.findings, progress);
     CheckDates(FormerReleases(draft, QDir(site_dir).path()), draft.next,
                QDateTime::currentDateTimeUtc().date(), result.findings);
     result.changes = CompareReleases(draft.before, draft.next, places.live);

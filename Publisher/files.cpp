@@ -99,13 +99,11 @@ void SetDate(const QString &path, const QDateTime &date)
     CheckCall(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0) == 0, path);
 }
 
-bool LinkOrCopy(const QString &from, const QString &to)
+void LinkOrCopy(const QString &from, const QString &to)
 {
     MakeFolder(QFileInfo(to).path());
-    if (::link(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0)
-        return false;
-    Copy(from, to);
-    return true;
+    if (::link(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) != 0)
+        Copy(from, to);
 }
 
 QString ReadFile(const QString &path, QByteArray &bytes)
@@ -174,10 +172,11 @@ TemporaryFolder::~TemporaryFolder()
 QStringList FilesBelow(const QString &dir)
 {
     QStringList files;
+    const int prefix = QDir(dir).path().size() + 1;
     QDirIterator entry(dir, QDir::Files | QDir::Hidden | QDir::System,
                        QDirIterator::Subdirectories);
     while (entry.hasNext())
-        files << entry.next().mid(QDir(dir).path().size() + 1);
+        files << entry.next().mid(prefix);
     return files;
 }
 

@@ -42,9 +42,9 @@ void WriteFile(const QString &path, const QByteArray &bytes);
 /// Sets the modification time of the file at \a path.
 void SetDate(const QString &path, const QDateTime &date);
 
-/// Makes \a to a second name of the file at \a from. True if it could only be made a copy, with
-/// the same date, as where the file system has no hard links.
-bool LinkOrCopy(const QString &from, const QString &to);
+/// Makes \a to a second name of the file at \a from, or a copy with the same date where the file
+/// system has no hard links.
+void LinkOrCopy(const QString &from, const QString &to);
 
 /// Reads the whole file at \a path into \a bytes. Empty, or why that failed.
 QString ReadFile(const QString &path, QByteArray &bytes);

@@ -19,7 +19,6 @@ const int kFailed = 1; // a finding that is an error, or a failure
 const int kWrongUse = 2;
 
 const QCommandLineOption kHelp({"h", "help"}, "Print this help.");
-const QCommandLineOption kVersion("version", "Print the version.");
 const QCommandLineOption kJson("json", "Print the report as JSON.");
 const QCommandLineOption kQuiet({"q", "quiet"}, "Print findings and failures only.");
 const QCommandLineOption kSums("sums", "Fetch all archives of a server, too, and unpack them.");
