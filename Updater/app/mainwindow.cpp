@@ -54,7 +54,7 @@ void PutOnWhite(QWidget *log)
     log->setPalette(palette);
 }
 
-/// Keeps a log that shows its last line there when its height changes with the window's.
+/// Keeps the last line of the log in view, where it was, when the window's height changes.
 void FollowEnd(QScrollBar *bar)
 {
     QObject::connect(bar, &QScrollBar::rangeChanged, bar, [bar, end = 0](int, int new_end) mutable {

@@ -149,17 +149,17 @@ private:
     QList<DN_FILE_STRUCT *> records;       // owned; of the repository, in its order
     QList<DN_FILE_STRUCT *> local_records; // owned; of the picked files, until the process ends
     QNetworkAccessManager network_manager;
-    QProcess *install_process = nullptr; // each owned, and null while its stage is idle
+    QProcess *install_process = nullptr; // each stage's extractor: owned, null at rest
     QProcess *delete_process = nullptr;
     QProcess *post_install_process = nullptr;
-    QList<DN_FILE_STRUCT *> download_queue; // the queues borrow
+    QList<DN_FILE_STRUCT *> download_queue; // the queues own no record
     QList<DN_FILE_STRUCT *> install_queue;
     QList<DN_FILE_STRUCT *> delete_queue;
     QList<DN_FILE_STRUCT *> post_install_queue;
-    int probe_index = 0; // the record that is probed, so that nothing has to search for it
+    int probe_index = 0; // index in records of the one that is probed
     bool closed = false; // the user has confirmed the close: nothing may happen any more
     // Names in the downloads directory before the first archive of pages was unpacked there; unset
     // until then.
     std::optional<std::set<QString>> files_before_pages;
-    InstallationLock *installation_lock = nullptr; // borrowed; null: nobody else is looked for
+    InstallationLock *installation_lock = nullptr; // borrowed; null where no lock is taken
 };

@@ -23,13 +23,13 @@ namespace {
 
 const int kFetchTimeout = 15000; // ms
 const int kProbeTimeout = 10000;
-const int kMostNamed = 20;  // lines with an unsafe name, as each message takes a while
-const int kMostShown = 200; // characters of such a line
+const int kMostNamed = 20;  // unsafe names that are logged: thousands would hold the window up
+const int kMostShown = 200; // characters that the log shows of a line of the repository
 
 const char kInvalidData[] = "Remote repository connection failed. Invalid data received. "
                             "Restart the program and try again.";
 
-/// What a repository wrote, as one line of the log, and none that fills the window.
+/// A text of the repository as one short line of the log.
 QString OnOneLine(const QString &text)
 {
     return text.simplified().left(kMostShown);
@@ -76,7 +76,7 @@ void MainWindow::StartProbe(int index)
 {
     probe_index = index;
     DN_FILE_STRUCT *record = records[index];
-    // With a memory target it can only fail for a reason that has ended the first fetch already.
+    // A transfer into memory starts, or the first fetch of the sequence would have failed.
     StartBaseDownload(repo_url + ComponentFilePath(record->remote_dir, record->file_name), true,
                       QString(), kProbeTimeout, record);
 }
@@ -123,7 +123,8 @@ void MainWindow::AcceptFileList(const QByteArray &bytes)
     StartFetch(DescriptionsPath(), DescriptionsArchive());
 }
 
-/// Their archive goes to a file, without an end where the server announces no length.
+/// The archive of the pages goes to a file, and a server that announces no length could fill the
+/// disk.
 void MainWindow::WatchDescriptions()
 {
     if (!base_downloader || !base_downloader->m_url.contains(kDescriptionsArchive))

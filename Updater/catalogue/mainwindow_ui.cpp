@@ -134,7 +134,7 @@ void MainWindow::InitTree()
         MakeItem(tree, "Local Update", LocalItem, "Update from manually downloaded files");
     StorePage(tree_item_local, new LocalDownloadDlg({"Description", "Status"}, nullptr));
 
-    // Tree and log keep their size from page to page if none needs more room than another.
+    // Every page gets the room of the largest, so that tree and log keep their size.
     for (const auto *item : {tree_item_connections, tree_item_core, tree_item_local}) {
         const QSize room = PageByType(item)->minimumSizeHint();
         ui->widget->setMinimumSize(ui->widget->minimumSize().expandedTo(room));
@@ -146,7 +146,7 @@ void MainWindow::on_tree_wgt_itemSelectionChanged()
     const QTreeWidgetItem *item = ui->tree_wgt->currentItem();
     QWidget *page = item ? PageByType(item) : nullptr;
     if (page && ui->ly_user->indexOf(page) >= 0)
-        return; // with the focus that may be in it
+        return; // to show it again would take the focus out of it
     if (QLayoutItem *shown = ui->ly_user->takeAt(0)) {
         shown->widget()->hide();
         shown->widget()->setParent(nullptr);
@@ -163,7 +163,7 @@ void MainWindow::on_tree_wgt_itemSelectionChanged()
     PutPageIntoTabOrder();
 }
 
-/// A new page comes last in the tab order, and what stands below it is to follow.
+/// Qt puts a new page at the end of the tab order; it belongs in front of the log and the buttons.
 void MainWindow::PutPageIntoTabOrder()
 {
     QWidget *last = previousInFocusChain();
@@ -236,7 +236,7 @@ void MainWindow::AddPackages()
         StorePage(item, page);
         item->setData(0, kDescriptionRole, package.description);
         ShowDescription(item);
-        QCoreApplication::processEvents(); // the user's, too
+        QCoreApplication::processEvents(); // keys and clicks too
         if (closed)
             return;
     }
@@ -279,7 +279,7 @@ void MainWindow::AddToLocalInstall(const QString &path)
     record->time_stamp = GetFileModifiedDateTime(path, false, true, false);
     record->file_size = GetFileSizeInBytes(path);
     SetInstallTarget(*record, DataSingleton::Inst()->InstalledPath());
-    // What can't be read would leave nothing in the place of the old component.
+    // The old component is deleted first, and a file that can't be read would not replace it.
     const QFileInfo file(path);
     const bool unreadable = file.exists() && (!file.isFile() || !file.isReadable());
     if (!IsInstallable(record->file_name) || unreadable || GoesWithComponent(path, *record)) {

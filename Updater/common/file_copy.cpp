@@ -19,7 +19,7 @@ struct FolderPair
     QString to;
 };
 
-/// Tells whether there would be nothing to put in the place of \a destination once it is gone.
+/// True if \a source can't replace \a destination: it can't be read, is a folder or the same file.
 bool RemovalLosesSource(const QString &source, const QString &destination)
 {
     const QFileInfo from(source);
@@ -28,7 +28,7 @@ bool RemovalLosesSource(const QString &source, const QString &destination)
     return !from.isReadable() || from.isDir() || from.canonicalFilePath() == place;
 }
 
-/// Both are canonical paths.
+/// Whether \a path is \a folder or lies in it; both are canonical.
 bool IsInside(const QString &folder, const QString &path)
 {
     return path == folder || path.startsWith(folder.endsWith('/') ? folder : folder + '/');

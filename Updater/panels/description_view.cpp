@@ -35,7 +35,7 @@ DescriptionView::DescriptionView(QWidget *parent)
     });
 }
 
-/// Never null: Qt would then look for the name all over the disk.
+/// Never gives a null QVariant, for which Qt would look for the file on the disk by itself.
 QVariant DescriptionView::loadResource(int type, const QUrl &name)
 {
     if (type != QTextDocument::ImageResource)
@@ -48,7 +48,7 @@ QVariant DescriptionView::loadResource(int type, const QUrl &name)
     } else if (name.scheme() == "data") { // RFC 2397
         bytes = QByteArray::fromBase64(name.path().section(',', 1).toLatin1());
     }
-    m_pixelsLeft += m_files.value(name).pixels; // of an earlier reading
+    m_pixelsLeft += m_files.value(name).pixels; // what an earlier reading took
     const QImage picture = Picture(bytes, file.pixels);
     if (name.isRelative())
         m_files[name] = file;

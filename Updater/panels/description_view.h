@@ -25,7 +25,8 @@ private:
         qint64 pixels = 0;
     };
 
-    /// Null for what is none, or more than the page has pixels left; \a pixels are those it takes.
+    /// The picture, with its number of pixels; null for bytes that are no picture, and for one that
+    /// is larger than m_pixelsLeft.
     QImage Picture(QByteArray bytes, qint64 &pixels);
 
     QHash<QUrl, PictureFile> m_files; // of the page's pictures, by the names that the page has

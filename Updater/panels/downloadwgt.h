@@ -26,8 +26,8 @@ public:
     int MatchingRow(DN_FILE_STRUCT *record);
     int Rows();
 
-    /// Shows a description page, its fonts brought down to the size of the panel; of one that is
-    /// too long for that, SayTooLarge().
+    /// Shows a description page with its fonts brought down to the size of the panel. A page that
+    /// is too long is replaced, see SayTooLarge().
     void SetHtmlText(const QString &html);
     void SayTooLarge();
     void SetPlainText(const QString &text);

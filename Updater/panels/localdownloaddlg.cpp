@@ -68,8 +68,8 @@ void LocalDownloadDlg::on_pb_add_clicked()
     }
 }
 
-/// A new file is; one that has been installed in this session if the user says so; one that is in
-/// work or has failed is not, for its row stands.
+/// Whether a picked file gets a row. A new file does, and one that was installed in this session if
+/// the user agrees. One that is in work or has failed has its row already.
 bool LocalDownloadDlg::IsWanted(const QString &path)
 {
     const QString name = ExtractFileName(path);

@@ -69,7 +69,7 @@ void StartDetachedExtractor(const QStringList &arguments)
     process.setProgram(Program());
     process.setArguments(arguments);
     process.setStandardOutputFile(
-        QProcess::nullDevice()); // its percent is no matter of our console
+        QProcess::nullDevice()); // or its percent would appear on our console
     process.setStandardErrorFile(QProcess::nullDevice());
     process.startDetached();
 }

@@ -55,8 +55,8 @@ bool IsHeldBack(const DN_FILE_STRUCT *record, const Queue &delete_queue)
         });
 }
 
-/// Gives the head of a queue its turn to start. One that is held back goes to the tail, and null
-/// says that nothing starts at this heartbeat.
+/// The record at the head of a queue, which may start now. One that is held back goes to the end of
+/// the queue; null then, and nothing of this queue starts at this heartbeat.
 DN_FILE_STRUCT *TakeTurn(Queue &queue, const Queue &delete_queue)
 {
     if (queue.isEmpty())

@@ -52,12 +52,12 @@ int InstalledStatus(const DN_FILE_STRUCT &record)
 void MainWindow::UpdateStatus(DN_FILE_STRUCT *record, bool queue_found)
 {
     record->status = InstalledStatus(*record);
-    if (MayWork()) // else the files belong to the updater that works
+    if (MayWork()) // else the updater that holds the lock uses the files
         LookForDownload(record, queue_found);
 }
 
-/// Looks at what an earlier run has left of the record's download, and takes what is of no use
-/// away.
+/// Goes on with what an earlier run has left of the record's download, or deletes it if it is of no
+/// use.
 void MainWindow::LookForDownload(DN_FILE_STRUCT *record, bool queue_found)
 {
     const QString complete = CompletePath(*record);
@@ -87,8 +87,8 @@ void MainWindow::LookForDownload(DN_FILE_STRUCT *record, bool queue_found)
     }
 }
 
-/// The archive of the pages is unpacked in the downloads directory and may hold any file: what came
-/// with it is nothing that the user has ever asked for.
+/// The archive of the pages is unpacked in the downloads directory and may hold any file. A file
+/// that came with it is no download of the user's, whatever its name.
 bool MainWindow::MayComeFromPages(const QString &path) const
 {
     return files_before_pages && files_before_pages->count(ExtractFileName(path)) == 0;

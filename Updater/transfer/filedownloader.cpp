@@ -198,7 +198,7 @@ void FileDownloader::ReadDataHelper(bool force_write, bool final_write)
 
     const bool readable = m_reply->isOpen(); // an aborted reply is closed
     if (readable && !BringsTheFile())
-        m_reply->readAll(); // has to go, but nowhere
+        m_reply->readAll(); // an error page: Qt fetches the rest of it only into an empty buffer
     if (m_file.fileName().isEmpty()) {
         if (readable && m_data.size() + m_reply->bytesAvailable() > kMostInMemory) {
             m_probeAnswered = m_headOnly;
@@ -216,7 +216,7 @@ void FileDownloader::ReadDataHelper(bool force_write, bool final_write)
         const bool write = force_write || read_failed || m_bufferFill == kBufferSize;
         if (write && !WriteStaged(final_write)) {
             if (readable)
-                m_reply->readAll(); // what lies behind a gap is of no use
+                m_reply->readAll(); // the file has a gap here: what follows is of no use
             Abort(false);
             return;
         }
@@ -274,7 +274,7 @@ bool FileDownloader::Append(qint64 staged, qint64 sum, bool with_tail)
     return !with_tail || length == 0 || m_file.size() == length + PartialFileTail::kSize;
 }
 
-/// Reads until nothing is left: what stays in a reply of limited size is never signalled again.
+/// Reads all that the reply holds: Qt never signals again what stays in a reply with a size limit.
 /// False where the reply, and perhaps this object with it, has gone meanwhile.
 bool FileDownloader::DrainReply()
 {
@@ -359,7 +359,7 @@ void FileDownloader::FinishWithError()
     if (m_error.isEmpty())
         m_error = "Unknown error.";
     if (HttpStatus() == kRangeNotSatisfiable || BringsOtherRange())
-        m_deleteOnClose = true; // what is held leads nowhere: the next attempt begins anew
+        m_deleteOnClose = true; // the held data fits no file of the server's: begin anew
     m_reply->abort();
     m_percent = -1.0F;
 }

@@ -131,7 +131,7 @@ private:
     bool m_ownsManager = true;
     bool m_stalled = false;       // the next tick asks again
     bool m_headOnly = false;      // began as a HEAD, though a stalled one is asked again as a GET
-    bool m_probeAnswered = false; // and what that GET brings is more than anybody wants
+    bool m_probeAnswered = false; // that GET has brought a whole file, which is dropped
     int m_timeout = -1;           // ms
 
 public:
