@@ -3,8 +3,10 @@
 #include "app/mainwindow.h"
 #include "app/root_directory.h"
 #include "common/desktop.h"
+#include "pipeline/extractor.h"
 
 #include <QApplication>
+#include <QFileInfo>
 
 #include <cstdio>
 #include <cstdlib>
@@ -31,6 +33,17 @@ const char *AnswerTo(const char *argument)
     if (std::strcmp(argument, "--version") == 0)
         return "zeft_updater " ZEFT_VERSION;
     return nullptr;
+}
+
+/// A run of an extractor that isn't there ends at once, and an end counts as success.
+void TellIfExtractorIsMissing()
+{
+    if (!QFileInfo(ExtractorPath()).isExecutable()) {
+        DataSingleton::Inst()->AddMsg(
+            QString("Nothing can be installed or deleted: %1 can't be started.")
+                .arg(ExtractorPath()),
+            LogLevel::Error);
+    }
 }
 
 /// A message handler for the start: Qt ends a program that finds no display, and blames the
@@ -73,6 +86,7 @@ int main(int argc, char *argv[])
     InstallationLock lock(DataSingleton::Inst()->GetDownloadsDir());
     window->WorkUnder(&lock);
     window->Initialize();
+    TellIfExtractorIsMissing();
     window->show();
     return QApplication::exec();
 }

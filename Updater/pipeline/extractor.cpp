@@ -11,12 +11,12 @@ namespace {
 const int kStartWait = 50; // ms
 const int kKillWait = 100;
 
-QString Program()
+} // namespace
+
+QString ExtractorPath()
 {
     return DataSingleton::Inst()->DeployPath() + "/bin_lnx/zeft_fextr_cmd";
 }
-
-} // namespace
 
 QString ScriptPath(const QString &component_dir)
 {
@@ -56,7 +56,7 @@ QProcess *StartExtractor(const QStringList &arguments)
 {
     auto *process = new QProcess;
     process->setWorkingDirectory(DataSingleton::Inst()->GetDownloadsDir());
-    process->setProgram(Program());
+    process->setProgram(ExtractorPath());
     process->setArguments(arguments);
     process->start(QIODevice::ReadWrite);
     process->waitForStarted(kStartWait);
@@ -66,7 +66,7 @@ QProcess *StartExtractor(const QStringList &arguments)
 void StartDetachedExtractor(const QStringList &arguments)
 {
     QProcess process;
-    process.setProgram(Program());
+    process.setProgram(ExtractorPath());
     process.setArguments(arguments);
     process.setStandardOutputFile(
         QProcess::nullDevice()); // or its percent would appear on our console

@@ -10,6 +10,9 @@ struct DN_FILE_STRUCT;
 // arguments stand behind a "#". It prints its percent on standard output; nothing else of a run is
 // looked at, so its end counts as success.
 
+/// Where the installation has its extractor.
+QString ExtractorPath();
+
 /// The script that a component may bring along.
 QString ScriptPath(const QString &component_dir);
 
