@@ -18,7 +18,7 @@ const int kWell = 0;
 const int kFailed = 1; // a finding that is an error, or a failure
 const int kWrongUse = 2;
 
-const QCommandLineOption kHelp({"h", "help"}, "Print this help.");
+const QCommandLineOption kHelp({"h", "help"}, "Print a help text.");
 const QCommandLineOption kJson("json", "Print the report as JSON.");
 const QCommandLineOption kQuiet({"q", "quiet"}, "Print findings and failures only.");
 const QCommandLineOption kSums("sums", "Fetch all archives of a server, too, and unpack them.");
@@ -94,7 +94,7 @@ const QList<Command> &Commands()
          {"TARGET"},
          "finds what the updater would stumble over",
          "Checks TARGET, a source tree, a site, or the URL of a server as the updater has it. "
-         "docs/rules.md explains each rule by its id.",
+         "rules.md, among the documentation, explains each rule by its id.",
          {kSums, kJson, kQuiet},
          RunCheck},
         {"rollback",
@@ -177,7 +177,7 @@ int Dispatch(const QStringList &arguments)
             return Run(command, arguments);
     if (word != arguments.end())
         return RefuseUsage(QString("\"%1\" is no command, see zeft_repo --help").arg(*word));
-    const QString option = arguments.value(1);
+    const QString option = arguments.size() == 2 ? arguments[1] : QString();
     if (option == "-h" || option == "--help")
         return PrintText(Overview());
     if (option == "--version")

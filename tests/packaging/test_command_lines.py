@@ -8,7 +8,7 @@ import sys
 import unittest
 
 VERSION, PAGES, *PROGRAMS = sys.argv[1:]
-UPDATER, EXTRACTOR = PROGRAMS[:2]
+UPDATER, _, PUBLISHER = PROGRAMS
 NO_DISPLAY = {name: value for name, value in os.environ.items()
               if name not in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM")}
 
@@ -18,6 +18,8 @@ ADVICE = "Start it in a desktop session, or set DISPLAY to an X server that lets
 RUNS = [
     ("the last word of many", [UPDATER, "#/nowhere", "-style", "x", "--version"], {}, 0,
      f"zeft_updater {VERSION}\n", ""),
+    ("a word too many", [PUBLISHER, "--version", "--x"], {}, 2, "",
+     "zeft_repo: a command is missing, see zeft_repo --help\n"),
     ("no display", [UPDATER], {}, 1, "", f"{NO_WINDOW}, as DISPLAY is not set.\n{ADVICE}"),
     ("a display that is not there", [UPDATER, "--x"], {"DISPLAY": ":4711"}, 1, "",
      f"{NO_WINDOW}; tried DISPLAY=:4711.\n{ADVICE}"),
@@ -56,6 +58,8 @@ class TestCommandLines(unittest.TestCase):
             answer += "".join(help_of(program, command.split()[0]) for command in commands)
             with self.subTest(name):
                 self.assertEqual(options(page), options(answer))
+                for meaning in re.findall(r"--[-a-z]+ +(\w.*)\.$", answer, re.MULTILINE):
+                    self.assertIn(meaning.lower() + "\n", page.lower())
                 for line in [*usages, *commands]:
                     self.assertIn("\n.B " + line.strip() + "\n", page)
 
