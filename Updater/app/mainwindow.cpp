@@ -24,6 +24,7 @@ namespace {
 
 const int kHeartbeat = 500; // ms
 const int kBarWidth = 8;    // characters
+const int kLogHeight = 3;   // lines, which hold what is said at the start
 
 const char kCloseWhileInstalling[] =
     "Some components are installing or under deletion. It is recommended not to close the "
@@ -88,6 +89,7 @@ MainWindow::MainWindow(QWidget *parent)
     ui->pb_pause->setEnabled(false);
     for (QProgressBar *bar : {ui->pbar_dl, ui->pbar_inst})
         SetWidthInCharacters(bar, kBarWidth);
+    SetHeightInLines(ui->msgs, kLogHeight);
     PutOnWhite(ui->msgs);
     FollowEnd(ui->msgs->verticalScrollBar());
     InitTree();

@@ -3,10 +3,12 @@
 #include <QAbstractButton>
 #include <QHeaderView>
 #include <QHelpEvent>
+#include <QPlainTextEdit>
 #include <QStyledItemDelegate>
 #include <QTableWidget>
 #include <QTextDocument>
 #include <QToolTip>
+#include <QtMath>
 
 namespace {
 
@@ -47,6 +49,12 @@ void SetButtonText(QAbstractButton *button, const QString &text)
 void SetWidthInCharacters(QWidget *widget, int characters)
 {
     widget->setMinimumWidth(widget->fontMetrics().averageCharWidth() * characters);
+}
+
+void SetHeightInLines(QPlainTextEdit *text, int lines)
+{
+    const double margins = 2.0 * (text->frameWidth() + text->document()->documentMargin());
+    text->setMinimumHeight(text->fontMetrics().lineSpacing() * lines + qCeil(margins));
 }
 
 void ShowCutTexts(QAbstractItemView *view)

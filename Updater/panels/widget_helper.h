@@ -2,6 +2,7 @@
 
 class QAbstractButton;
 class QAbstractItemView;
+class QPlainTextEdit;
 class QString;
 class QTableWidget;
 class QWidget;
@@ -17,6 +18,9 @@ void SetButtonText(QAbstractButton *button, const QString &text);
 
 /// Makes the widget at least as wide as a number of characters of its font.
 void SetWidthInCharacters(QWidget *widget, int characters);
+
+/// Makes the text at least as high as a number of lines of its font.
+void SetHeightInLines(QPlainTextEdit *text, int lines);
 
 /// Gives each item whose text is cut, and that has no tool tip of its own, one with the whole text.
 void ShowCutTexts(QAbstractItemView *view);

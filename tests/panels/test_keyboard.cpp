@@ -308,6 +308,7 @@ void TestKeyboard::FitsFontAndScreen()
     const QRect tree_place = tree->geometry();
     const QRect log_place = installation.Find<QPlainTextEdit>("msgs")->geometry();
     const int letters = QFontMetrics(font).height();
+    QVERIFY(log_place.height() >= 3 * letters);
     const auto *right = installation.Find<QWidget>("widget");
     for (QTreeWidgetItemIterator it(tree); *it; ++it) {
         tree->setCurrentItem(*it);
