@@ -4,8 +4,6 @@
 #include <QTcpSocket>
 #include <QTimer>
 
-#include <sys/socket.h>
-
 ScriptedServer::ScriptedServer(const QByteArray &file)
     : m_file(file)
 {
@@ -82,14 +80,8 @@ void ScriptedServer::End(QTcpSocket *socket, Then then)
 {
     if (then == KeepOpen)
         return;
-    if (!m_may_end()) {
-        QTimer::singleShot(1, socket, [this, socket, then] { End(socket, then); });
-    } else if (then == Close) {
+    if (m_may_end())
         socket->disconnectFromHost();
-    } else {
-        const linger at_once = {1, 0};
-        setsockopt(static_cast<int>(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &at_once,
-                   sizeof(at_once));
-        socket->abort();
-    }
+    else
+        QTimer::singleShot(1, socket, [this, socket, then] { End(socket, then); });
 }

@@ -19,8 +19,7 @@ class ScriptedServer : public QObject
 public:
     enum Then {
         KeepOpen,
-        Close, // both as soon as EndWhen() allows it
-        Reset
+        Close // as soon as EndWhen() allows it
     };
 
     /// What is sent to one request, as it stands.

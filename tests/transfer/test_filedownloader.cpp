@@ -70,19 +70,16 @@ private slots:
     void init();
     void cleanup();
     void SetsTheTlsDefault();
-    void SetsTheProxy();
     void Fetches();
     void Fails();
     void PausesAndGoesOn();
     void Aborts();
     void DropsDataThatIsNotWanted();
     void MayBeDeletedAtAnyTime();
-    void KeepsEveryByteInABusyLoop();
     void LeavesNothingBehind();
     void EndsAsItMust_data();
     void EndsAsItMust();
-    void ProbesAgainAfterAFault();
-    void AsksAgainAsLongAsTheServerStalls();
+    void ProbesInSpiteOfFaults();
     void LeavesADamagedFileAlone();
     void EndsAPauseThatWasTooLong();
     void SurvivesAFullDisk();
@@ -100,10 +97,8 @@ private:
     void Start(FileDownloader &transfer, int method = Get, int patience = kLong);
     void Run(FileDownloader &transfer, int method = Get, int patience = kLong);
     void GetsAll(int method = Get);
-    QString Text(const QString &error) const;
 
-    const QByteArray m_big = RandomBytes(40000000);
-    const QByteArray m_content = m_big.left(kSize);
+    const QByteArray m_content = RandomBytes(kSize);
     QTemporaryDir m_dir;
     QTemporaryDir m_site;
     NginxServer m_fast{m_site.path()};
@@ -117,8 +112,6 @@ TestFileDownloader::TestFileDownloader()
 {
     DataSingleton::Initialize(nullptr, m_dir.path());
     WriteFile(m_site.filePath("a.zip"), m_content, kStamp);
-    WriteFile(m_site.filePath("big.zip"), m_big);
-    QDir(m_site.path()).mkdir("folder");
     FileDownloader::SetSSLDefaultConfiguration(QSsl::AnyProtocol, QSslSocket::VerifyNone);
 }
 
@@ -176,21 +169,6 @@ void TestFileDownloader::SetsTheTlsDefault()
     QVERIFY(!set.ciphers().isEmpty() && set.ciphers() == QSslConfiguration::supportedCiphers());
 }
 
-void TestFileDownloader::SetsTheProxy()
-{
-    const std::pair<const char *, quint16> ports[] = {{"8080", 8080}, {"70000", 4464}, {"80a", 0}};
-    for (const auto &[text, port] : ports) {
-        FileDownloader::SetApplicationProxy(1, "proxy.test", text, "me", "secret");
-        QVERIFY(QNetworkProxyFactory::usesSystemConfiguration());
-        FileDownloader::SetApplicationProxy(-1, "proxy.test", text, "me", "secret"); // a manual one
-        QVERIFY(!QNetworkProxyFactory::usesSystemConfiguration());
-        QCOMPARE(QNetworkProxy::applicationProxy(),
-                 QNetworkProxy(QNetworkProxy::HttpProxy, "proxy.test", port, "me", "secret"));
-    }
-    FileDownloader::SetApplicationProxy(0, "proxy.test", "8080", "me", "secret");
-    QCOMPARE(QNetworkProxy::applicationProxy(), QNetworkProxy(QNetworkProxy::NoProxy));
-}
-
 void TestFileDownloader::Fetches()
 {
     const QString url = m_fast.Url() + "/a.zip";
@@ -234,24 +212,13 @@ void TestFileDownloader::Fetches()
 
 void TestFileDownloader::Fails()
 {
-    const QString folder = m_fast.Url() + "/folder"; // where the server might redirect
-    const std::pair<QString, QString> rows[] = {
-        {folder, "Error transferring " + folder + " - server replied: Not Found"},
-        {"a.zip", "Protocol \"\" is unknown"},
-        {"https://127.0.0.1:1/a.zip", "Connection refused"},
-    };
-    for (const auto &[url, error] : rows) {
-        init();
-        FileDownloader transfer(m_parent.data());
-        // A null manager is one more that must leave nothing behind.
-        QVERIFY(transfer.Start(nullptr, url, false, 1, Path(), kStamp, true, kLong, nullptr));
-        Wait(&transfer);
-        QCOMPARE(transfer.m_error, error);
-    }
-    init();
     FileDownloader transfer(m_parent.data());
+    // A null manager is one more that must leave nothing behind.
+    QVERIFY(transfer.Start(nullptr, "a.zip", false, 1, Path(), kStamp, true, kLong, nullptr));
+    Wait(&transfer);
+    QCOMPARE(transfer.m_error, QString("Protocol \"\" is unknown"));
     const QString nowhere = m_dir.filePath("none/a.zip");
-    QVERIFY(!transfer.Start(nullptr, folder, false, 1, nowhere, kStamp, true, kLong, nullptr));
+    QVERIFY(!transfer.Start(nullptr, "a.zip", false, 1, nowhere, kStamp, true, kLong, nullptr));
     QVERIFY(!transfer.m_timer.isActive());
     QCOMPARE(transfer.m_error, QString("No such file or directory"));
 }
@@ -326,38 +293,23 @@ void TestFileDownloader::MayBeDeletedAtAnyTime()
     QVERIFY(FileDownloader::GetDownloadedFileDetails(Path(), kStamp) >= 1000000);
 }
 
-void TestFileDownloader::KeepsEveryByteInABusyLoop()
-{
-    QTimer busy;
-    connect(&busy, &QTimer::timeout, this, [&busy] {
-        QThread::msleep(50);
-        busy.start(QRandomGenerator::global()->bounded(20));
-    });
-    busy.start(0);
-    QCOMPARE(Fetch(m_fast.Url() + "/big.zip", false, Path())->m_error, QString());
-    QVERIFY(ReadFile(Path()) == m_big);
-}
-
 void TestFileDownloader::LeavesNothingBehind()
 {
     const auto fetch_many = [this](int count) {
         for (int i = 0; i < count; ++i) {
-            if (i % 10 == 9) {
-                FileDownloader *transfer = StartSlowly();
-                QTest::qWait(0);
-                transfer->Abort(i % 20 == 19);
-                delete transfer;
-            } else {
-                delete Fetch(m_fast.Url() + (i % 3 == 2 ? "/b.zip" : "/c.txt"), i % 2 == 1,
-                             i % 4 == 0 ? Path() : QString());
-            }
+            FileDownloader *transfer = StartSlowly();
+            QTest::qWait(0);
+            transfer->Abort(i % 2 == 1);
+            delete transfer;
+            delete Fetch(m_fast.Url() + (i % 3 == 2 ? "/b.zip" : "/c.txt"), i % 2 == 1,
+                         i % 4 == 0 ? Path() : QString());
         }
     };
     QVERIFY(WriteFile(m_site.filePath("c.txt"), "text"));
-    fetch_many(20); // Qt opens some descriptors once and for all
+    fetch_many(10); // Qt opens some descriptors once and for all
     m_manager.reset(new QNetworkAccessManager);
     const int before = OpenDescriptors();
-    fetch_many(1000);
+    fetch_many(100);
     QTRY_VERIFY(m_manager->findChildren<QNetworkReply *>().isEmpty());
     m_manager.reset(); // and with it the connections that it keeps for the next request
     QTRY_VERIFY(OpenDescriptors() <= before);
@@ -398,12 +350,6 @@ void TestFileDownloader::GetsAll(int method)
     QVERIFY(received == m_content);
 }
 
-/// "%1" in an error text stands for how those of the server begin.
-QString TestFileDownloader::Text(const QString &error) const
-{
-    return error.contains("%1") ? error.arg("Error transferring " + m_server->Url()) : error;
-}
-
 void TestFileDownloader::EndsAsItMust_data()
 {
     const Table<int, int, int, Script, QString, QByteArray> row("patience", "method", "held",
@@ -415,15 +361,17 @@ void TestFileDownloader::EndsAsItMust_data()
         row(name, kOneStall, method, 0, {first}, "", all);
     };
     row("never answers", kShort, Get, 0, silence_for_ever, "Remote response timeout.", kNothing);
-    stalls("stalls once", Get, {Ok(all.left(1234567))});
     stalls("stalls before the first byte", Get, silence);
     stalls("stalls in the middle of an error page", Get, {Page("503 Busy").chopped(9)});
+    // Slow, as Qt reports no progress within the first 100 ms.
+    const Answer slow_start = {Ok(all.left(1234567)), ScriptedServer::KeepOpen, 5000};
+    row("stalls again and again at a fraction of a percent", kShort, Get, 0,
+        Script{slow_start} + Times(4, silence), "", all);
     // So little that it comes in one piece: of several pieces, Qt may or may not report the
     // progress of the last one.
     const QByteArray percent = all.left(kSize / 100);
     row("stalls for ever at a whole percent", kShort, Get, 0,
         Script{{Ok(percent)}} + silence_for_ever, "Remote response timeout.", percent);
-    row("trickles", kShort, Get, 0, {{Ok(all), ScriptedServer::KeepOpen, 5000}}, "", all);
 
     const auto get = [&](const QByteArray &name, int held, const Script &script,
                          const QString &error, const QByteArray &data) {
@@ -434,12 +382,10 @@ void TestFileDownloader::EndsAsItMust_data()
     const auto ends = [&](const QByteArray &name, int held, const Answer &answer, int kept) {
         get(name, held, Times(4, answer), "Connection closed", all.left(kept));
     };
-    for (const int count : {0, 1, 39, 40, 41, 999999, 1000000, 1000001}) {
+    for (const int count : {0, 40, 1000000, 1000001}) {
         const QByteArray at = " at byte " + QByteArray::number(count);
         ends("closed" + at, 0, {Ok(all.left(count)), ScriptedServer::Close}, count);
-        ends("reset" + at, 0, {Ok(all.left(count)), ScriptedServer::Reset}, count);
     }
-    ends("closed without a word", 1000, {"", ScriptedServer::Close}, 1000);
     ends(
         "a length beyond all bounds", 1000,
         {ScriptedServer::Head("206 Part", "Content-Length: 9223372036854775807") + all.mid(1000, 9),
@@ -448,18 +394,13 @@ void TestFileDownloader::EndsAsItMust_data()
 
     const QByteArray unknown_length = ScriptedServer::Head("200 OK", "Connection: close");
     get("no Content-Length", 0, {{unknown_length + all, ScriptedServer::Close}}, "", all);
-    get("chunked", 0,
-        {{ScriptedServer::Head("200 OK", "Transfer-Encoding: chunked")
-          + QByteArray::number(kSize, 16) + "\r\n" + all + "\r\n0\r\n\r\n"}},
-        "", all);
 
-    get("redirect", 1000, {{Page("302 Found", "Location: /login")}}, "%1 - server replied: Found",
+    const QString replied = "Error transferring %1 - server replied: ";
+    get("redirect", 1000, {{Page("302 Found", "Location: /login")}}, replied + "Found",
         all.left(1000));
-    get("error page", 1000, {{Page("404 Not Found")}}, "%1 - server replied: Not Found",
-        all.left(1000));
-
+    get("error page", 1000, {{Page("404 Not Found")}}, replied + "Not Found", all.left(1000));
     get("has more than there is", 1000, {{Page("416 No Such Range", "Content-Range: bytes */999")}},
-        "%1 - server replied: No Such Range", kNothing);
+        replied + "No Such Range", kNothing);
     get("range answered by its part, unnamed", 1000, {{Part(all.mid(1000))}}, "", all);
     get("range answered by the whole", 1000, {{Ok(all)}}, "", all.left(1000) + all);
     get("range answered by another range, not waited for", 1000,
@@ -473,8 +414,6 @@ void TestFileDownloader::EndsAsItMust_data()
     stalls("memory: stalls behind the end", GetToMemory, {unknown_length + all});
     row("memory: without an end", kLong, GetToMemory, 0,
         {{unknown_length + QByteArray(65000000, 'x')}}, "The answer is too long.", kNothing);
-    row("memory: error page", kLong, GetToMemory, 0, {{Page("404 Not Found")}},
-        "%1 - server replied: Not Found", kNothing);
 }
 
 void TestFileDownloader::EndsAsItMust()
@@ -492,7 +431,7 @@ void TestFileDownloader::EndsAsItMust()
     m_server->SetScript(script);
     m_server->EndWhen([&] { return transfer.DataHeld() + transfer.m_bufferFill >= data.size(); });
     Run(transfer, method, patience);
-    QCOMPARE(transfer.m_error, Text(error));
+    QCOMPARE(transfer.m_error, error.replace("%1", m_server->Url()));
     QCOMPARE(transfer.m_percent, error.isEmpty() ? 100.0F : -1.0F);
     const bool resumable = method != GetToMemory && !error.isEmpty() && !data.isEmpty();
     QByteArray received;
@@ -505,61 +444,29 @@ void TestFileDownloader::EndsAsItMust()
              resumable ? "bytes=" + QByteArray::number(data.size()) + "-" : kNothing);
 }
 
-void TestFileDownloader::ProbesAgainAfterAFault()
+void TestFileDownloader::ProbesInSpiteOfFaults()
 {
     const auto row = [this](const QString &name, int patience, const Script &script,
-                            const QString &error, const QString &length, const QString &modified) {
+                            const QString &length, const QString &modified) {
         init();
         FileDownloader probe(nullptr);
         m_server->SetScript(script);
         Run(probe, Head, patience);
-        Row(name, probe.m_error, Text(error));
+        Row(name, probe.m_error, "");
         Row(name, probe.m_contentLength, length);
         Row(name, probe.m_lastModified, modified);
-
-        FileDownloader next(nullptr);
-        Run(next, Head);
-        Row(name, next.m_error, "");
-        Row(name, next.m_contentLength, QString::number(kSize));
-        Row(name, next.m_lastModified, kStamp);
     };
     const QByteArray date = "\r\nLast-Modified: Wed, 01 May 2024 12:30:45 GMT";
     QByteArray good = ScriptedServer::Head("200 OK", Length(5) + date);
     const QByteArray bare = ScriptedServer::Head("200 OK", "Connection: close");
-    const QByteArray refused = ScriptedServer::Head("405 Not Here", Length(0));
-    const QByteArray moved = ScriptedServer::Head("302 Found", "Location: /\r\n" + Length(9));
-    row("connection closed at the second one", kLong, {{good}, {"", ScriptedServer::Close}}, "",
-        "5", kStamp);
-    row("no length, no date", kLong, {{bare, ScriptedServer::Close}}, "", "", "");
-    row("refused", kLong, {{refused}}, "%1 - server replied: Not Here", "0", "");
-    row("redirect", kLong, {{moved}}, "%1 - server replied: Found", "9", "");
-    row("silent, so that it is asked again as a GET", kOneStall, {{}}, "", QString::number(kSize),
+    row("connection closed at the second one", kLong, {{good}, {"", ScriptedServer::Close}}, "5",
         kStamp);
-    row("the same, and then a stall of the GET", kShort,
-        {{}, {Ok(m_content.left(1234567)), ScriptedServer::KeepOpen, 5000}}, "",
-        QString::number(kSize), kStamp);
-    row("the same with a file of any size", kOneStall,
-        {{}, {good.replace(": 5", ": 70000000") + QByteArray(65000000, 'x')}}, "", "70000000",
+    row("no length, no date", kLong, {{bare, ScriptedServer::Close}}, "", "");
+    row("silent, and so is the GET behind it in its midst", kShort,
+        {{}, {Ok(m_content.left(1234567)), ScriptedServer::KeepOpen, 5000}}, QString::number(kSize),
         kStamp);
-}
-
-void TestFileDownloader::AsksAgainAsLongAsTheServerStalls()
-{
-    FileDownloader transfer(nullptr);
-    const QSignalSpy finished(&transfer, &FileDownloader::SignalDownloadFinished);
-    const int pace = 20000; // Qt reports no progress within the first 100 ms
-    m_server->SetScript(Script{{Ok(m_content.left(1234567)), ScriptedServer::KeepOpen, pace}}
-                        + Times(9, {}));
-    Start(transfer, Get, kShort);
-    QTRY_VERIFY_WITH_TIMEOUT(m_server->Ranges().size() >= 4, kHang);
-    QCOMPARE(finished.count(), 0);
-    transfer.Abort(false);
-    QCOMPARE(finished.count(), 1);
-    QCOMPARE(transfer.m_error, QString("Operation canceled"));
-    const qint64 held = FileDownloader::GetDownloadedFileDetails(Path(), kStamp);
-    QVERIFY(held > 0);
-    for (const QByteArray &range : m_server->Ranges().mid(1))
-        QCOMPARE(range, "bytes=" + QByteArray::number(held) + "-");
+    row("silent, and the GET behind it brings a large file", kOneStall,
+        {{}, {good.replace(": 5", ": 70000000") + QByteArray(65000000, 'x')}}, "70000000", kStamp);
 }
 
 void TestFileDownloader::LeavesADamagedFileAlone()
@@ -607,10 +514,8 @@ void TestFileDownloader::EndsAPauseThatWasTooLong()
 void TestFileDownloader::SurvivesAFullDisk()
 {
     const std::pair<rlim_t, qint64> rows[] = {
-        {999999, 0},        // full in the first buffer
-        {1000020, 0},       // in the first tail
+        {1000020, 0},       // full in the first tail
         {1500000, 1000000}, // in the second buffer
-        {2000020, 1000000}, // in the second tail
         {2499999, 2000000}, // in the last write
     };
     rlimit limit = {};
@@ -649,25 +554,17 @@ void TestFileDownloader::KeepsOnlyWhatTheTailProves()
     row("bytes above 127", "\xff\xfe" + Tail(509, 2, kStamp), 509, 2, kStamp);
     row("data changed", "abd" + Tail(294, 3, kStamp), 294, 0, kStamp);
     row("other version of the file", good, -1, 0, "2024-05-01T12:30:46.000Z");
-    row("other letter case", good, -1, 0, kStamp.toLower());
-    row("short stamp, stored longer", "abc" + Tail(294, 3, "2024-05-01T12:30:4500000"), -1, 0,
-        "2024-05-01T12:30:45");
-    row("cut", good.chopped(1), -1, 0, kStamp);
     row("length beyond 32 bits", "abc" + Tail(294, 3 + (qint64(1) << 32), kStamp), -1, 0, kStamp);
-    row("negative sum", "abc" + Tail(-294, 3, kStamp), -294, 0, kStamp);
     row("only zeros", QByteArray(3, '\0') + Tail(0, 3, kStamp), 0, 0, kStamp);
-    row("tail alone", Tail(0, 0, kStamp), 0, 0, kStamp);
     row("no room for a tail", QByteArray(39, 'x'), 0, 0, kStamp);
 }
 
 void TestFileDownloader::StoresTheStampInTwentyFourCharacters()
 {
-    const QString euro = QString::fromUtf8("\u20ac");
     const std::tuple<QString, QByteArray, QString> rows[] = {
         {"", QByteArray(24, '0'), ""},
         {"abc", "abc" + QByteArray(21, '0'), "abc" + QString(21, '0')},
         {kStamp + "more", kStamp.toLatin1(), kStamp},
-        {euro, "?" + QByteArray(23, '0'), euro + QString(23, '0')},
     };
     for (const auto &[stamp, stored, changed] : rows) {
         unsigned char data[] = {'b', 'c'};
