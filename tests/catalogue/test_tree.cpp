@@ -62,16 +62,10 @@ void TestTree::SwitchesPages()
         return places;
     };
     QCOMPARE(shown(), QString("0"));
-    for (const int place : {3, 1}) {
+    for (const int place : {3, 1, 2, 4, 0}) {
         QTest::mouseClick(tree->viewport(), Qt::LeftButton, Qt::NoModifier,
                           tree->visualItemRect(Top(installation, place)).center());
-        QCOMPARE(shown(), QString(place == 3 ? "3" : ""));
-    }
-    const std::pair<Qt::Key, const char *> keys[] = {
-        {Qt::Key_Down, "2"}, {Qt::Key_End, "4"}, {Qt::Key_Home, "0"}};
-    for (const auto &[key, place] : keys) {
-        QTest::keyClick(tree, key);
-        QCOMPARE(shown(), QString(place));
+        QCOMPARE(shown(), place == 1 ? QString() : QString::number(place));
     }
 }
 
@@ -83,7 +77,8 @@ void TestTree::BuildsPackages()
            "8#zeft_bsp_a.hlib.tar.gz#bsp#1#2000#0"},
           {"8#0#Both##zeft_bsp_a.hlib#zeft_bsp_b.htc#", "8#0#Equal##zeft_bsp_b.htc#zeft_bsp_b.htc#",
            "10#7#Other##nope#zeft_bsp_a.hlib#", "11#7#None####", "12#x#NoNumber##zeft_bsp_a##",
-           "8#8#Outside##a#b#", "8#-1#Before##a#b#", "9#0#Foreign##a#b#", "8#0#Six##a#b"});
+           "8#8#Outside##a#b#", "8#-1#Before##a#b#", "9#0#Foreign##a#b#", "8#0#Six##a#b",
+           "8#0#Eight##a#b##"});
     QStringList packages;
     for (QTreeWidgetItemIterator it(Top(installation, 1)->child(0)); *it; ++it) {
         if ((*it)->type() == 1536)

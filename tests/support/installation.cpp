@@ -65,12 +65,16 @@ void Installation::Connect(const QString &url)
     QTest::mouseClick(Find<QPushButton>("pb_connect"), Qt::LeftButton);
 }
 
-bool Installation::IsConnected() const
+bool Installation::Connects(const QString &url)
+{
+    Connect(url);
+    return IsConnected();
+}
+
+bool Installation::IsConnected()
 {
     const auto *connect = Find<QPushButton>("pb_connect");
-    return QTest::qWaitFor([&] { return connect->isHidden() || connect->isEnabled(); },
-                           kWorkLimitMs)
-           && connect->isHidden();
+    return Work([&] { return connect->isHidden() || connect->isEnabled(); }) && connect->isHidden();
 }
 
 bool Installation::Work(const std::function<bool()> &done)
@@ -96,6 +100,11 @@ void Installation::Press(const QString &button, DN_FILE_STRUCT *record) const
     QTest::mouseClick(page->findChild<QPushButton *>(button), Qt::LeftButton);
 }
 
+bool Installation::Reaches(const DN_FILE_STRUCT *record, int status)
+{
+    return Work([&] { return record->status == status; });
+}
+
 DN_FILE_STRUCT *Installation::Record(const QString &file_name) const
 {
     for (DN_FILE_STRUCT *record : m_window->records + m_window->local_records) {
@@ -117,8 +126,10 @@ BoxAnswers::BoxAnswers(QList<QMessageBox::StandardButton> answers)
         auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
         if (!box || !box->isVisible())
             return;
+        const bool warns = box->icon() == QMessageBox::Warning;
         const QString kind = box->textFormat() == Qt::PlainText ? ": " : " in mark-up: ";
-        questions.append(box->windowTitle() + kind + box->text());
+        questions.append(box->windowTitle() + (warns ? kind : " without a sign: ") + box->text());
+        parent = box->parentWidget();
         box->button(answers.isEmpty() ? QMessageBox::Cancel : answers.takeFirst())->click();
     });
     watch.start(1);

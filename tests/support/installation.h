@@ -27,10 +27,13 @@ public:
     /// Presses "Connect" with \a url in the repository table.
     void Connect(const QString &url);
     /// Waits for the end of the connection sequence. True if it ended with a catalogue.
-    bool IsConnected() const;
+    bool IsConnected();
+    /// The same for a connection that it begins.
+    bool Connects(const QString &url);
     /// Lets the pipeline work, with more heartbeats than the clock gives, until \a done. False if
     /// that takes too long.
     bool Work(const std::function<bool()> &done);
+    bool Reaches(const DN_FILE_STRUCT *record, int status);
 
     /// Presses a button of the core page with the row of \a record selected, as a person does.
     void Press(const QString &button, DN_FILE_STRUCT *record) const;
@@ -64,4 +67,5 @@ struct BoxAnswers
 
     QTimer watch;
     QStringList questions;
+    const QWidget *parent = nullptr; // of the last box
 };
