@@ -76,12 +76,11 @@ void TestWindow::StartsUp()
                                             + "/ can't be written: No such file or directory.");
 }
 
-/// Another one that is the real program.
 void TestWindow::LeavesTheWorkToAnotherUpdater()
 {
     Installation installation(false);
     MainWindow *window = installation.Window();
-    QProcess other;
+    QProcess other; // the real program
     other.start(ZEFT_UPDATER, {"#" + installation.Path("")});
     const QString downloads = installation.Path("downloads");
     QTRY_VERIFY_WITH_TIMEOUT(!InstallationLock(downloads).Take(), 30000);
@@ -137,30 +136,23 @@ void TestWindow::AsksBeforeItCloses()
     // An "Installing" among the statuses has all stages at work.
     const auto row = [](const QString &name, const QList<int> &statuses, const Answers &answers,
                         const QStringList &questions, bool closes) {
-        Installation installation;
+        const Installation installation(false);
         MainWindow *window = installation.Window();
         for (const int status : statuses) {
             window->records.append(new DN_FILE_STRUCT);
             window->records.last()->status = status;
         }
-        auto *local = new DN_FILE_STRUCT; // it asks no question of its own
-        local->file_name = "local";
-        local->status = Downloading;
-        window->local_records.append(local);
+        window->local_records.append(new DN_FILE_STRUCT); // it asks no question of its own
+        window->local_records.last()->status = Downloading;
         QList<QProcess **> processes;
-        if (statuses.contains(Installing)) {
+        if (statuses.contains(Installing))
             processes = {&window->install_process, &window->post_install_process,
                          &window->delete_process};
-            for (auto *queue :
-                 {&window->install_queue, &window->post_install_queue, &window->delete_queue})
-                queue->append(local);
-        }
         for (QProcess **process : processes) {
             *process = new QProcess;
             (*process)->start("sleep", {"600"});
             QVERIFY((*process)->waitForStarted());
         }
-        WriteFile(installation.Download("local"), "x");
         WriteFile(installation.Download("hwd_doc.zip"), "x");
 
         const BoxAnswers boxes(answers);
@@ -170,7 +162,6 @@ void TestWindow::AsksBeforeItCloses()
         Row(name, QFile::exists(installation.Download("hwd_doc.zip")), !closes);
         for (QProcess **process : processes)
             Row(name, (*process)->waitForFinished(closes ? 30000 : 10), closes);
-        Row(name, QFile::exists(installation.Download("local")), true);
     };
     const auto yes = QMessageBox::Yes;
     const auto cancel = QMessageBox::Cancel;
