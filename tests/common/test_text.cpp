@@ -19,22 +19,18 @@ void TestText::FindsAndChecks()
     Row("first of two keys, in mid-line, to a line's end",
         GetLineWithMatchingKeyString("my build:1\nb\r\nbuild:3", "build"), "build:1\nb");
     Row("value keeps its blanks", GetKeyValue("build", ":", "a\r\nbuild: 1:2 \r\nc"), " 1:2 ");
-    Row("separator in other lines only", GetKeyValue("build", ":", "a: build\r\nb:1"), "build");
     Row("lines but empty ones", ExtractLinesFromText("-a\n--b-", "-", false), {"a\n", "b"});
     Row("all lines", ExtractLinesFromText("xaX", "x", true), {"", "aX"});
 
-    const auto cut = [](QString text) {
-        const bool found = RemoveCommentedSection(text);
-        return (found ? "cut: " : "whole: ") + text;
-    };
-    Row("comment up to the text's end", cut("a /// b\r\nc /// d"), "cut: a ");
+    QString commented = "a /// b\r\nc /// d";
+    Row("has a comment", RemoveCommentedSection(commented), true);
+    Row("comment up to the text's end", commented, "a ");
 
     const auto between = [](const QString &text, const QString &start, const QString &end) {
         QStringList out("kept");
         GetStringsBetweenCharacters(text, start, end, out);
         return out;
     };
-    Row("second pair is open", between("[a][b", "[", "]"), {"kept", "a"});
     Row("pairs don't nest", between("[[a]", "[", "]"), {"kept", "[a"});
     Row("many starts without an end", between(QString(kManyCharacters, '['), "[", "]"), {"kept"});
 
@@ -51,10 +47,8 @@ void TestText::FindsAndChecks()
         Row(row, answer.join(' '), kinds);
     };
     is("zero", "0", "unsigned number hex word item");
-    is("long number", QString(kManyCharacters, '9'), "unsigned number hex word item");
     is("decimal point", "1.5", "unsigned number real word item");
     is("minus sign", "-5", "number item");
-    is("two zeros", "00", "hex");
     is("infinity", "inf", "unsigned number letters word item");
     is("hexadecimal digits", "09afAF", "hex");
     for (const char *text : {"", "0.0", "0.00001", "1.2.3", "-", "1g", "0x1f", "@[`{", "é", "٥"})
@@ -70,11 +64,10 @@ void TestText::FindsAndChecks()
         text.replace("error", "warning").replace("Error", "Warning").replace("ERROR", "WARNING");
         Row('"' + text.left(40) + "\", warning", IsStringContainsWarning(text), expected);
     };
-    for (const char *text : {"an error occurred", "Error: disk full", "terror: even so",
-                             "-error level", "ERROR in line 3", "An ERROR in line 3"})
+    for (const char *text : {"terror: even so", "-error level", "An ERROR in line 3"})
         reports(text, true);
-    for (const char *text : {"", "two errors", "error = 0", "Error = 0, yet an error occurred",
-                             "terror level", "TERROR level", "ERROR in terror level"})
+    for (const char *text : {"two errors", "Error = 0, yet an error occurred", "TERROR level",
+                             "ERROR in terror level"})
         reports(text, false);
     reports(QString("error").repeated(kManyCharacters), false);
 }
@@ -85,12 +78,9 @@ void TestText::ConvertsNumbers()
         Row("real " + text, RealToString(value, min, max), text);
         Row("float " + text, RealToString(static_cast<float>(value), min, max), text);
     };
-    real(0.5, 1, 3, "0.500");
     real(5.0, 1, 3, "5.00");
     real(-5000.0, 1, 3, "-5000.000");
-    real(5000.0, 4, 2, "5000.00");
     real(std::numeric_limits<double>::infinity(), std::numeric_limits<int>::min(), 3, "inf");
-    Row("many decimals", RealToString(0.5, 0, kManyCharacters).size(), kManyCharacters + 2);
 
     Row("number among blanks", EnsureNumber(" -1.5\t"), "-1.5");
     Row("0.0 for a number", EnsureNumber("0.0"), "0");
@@ -103,18 +93,14 @@ void TestText::ConvertsNumbers()
     next("", "");
     next("00", "00");
     next("file9", "file10");
-    next("a1b2", "a1b3");
     next("-5", "-6");
     next("abc", "1abc");
-    next("f9223372036854775808", "f1");
     next('a' + QString(kManyCharacters, '9'), "a1");
     next(QString(kManyCharacters, '8') + 'a', "1a");
 
     const bool right = true;
     const bool left = false;
-    Row("zeros are added", ShiftDecimal(right, 2, "1.5"), "150.0");
     Row("three zeros in front go", ShiftDecimal(right, 3, "0.005"), "5.0");
-    Row("one zero goes for a place", ShiftDecimal(right, 1, "00.5"), "05.0");
     Row("three zeros at the end go", ShiftDecimal(left, 3, "100"), "0.1");
     Row("no places", ShiftDecimal(right, 0, "7") + ShiftDecimal(left, -1, "8"), "78");
     const QString nines(kManyCharacters, '9');
@@ -136,12 +122,10 @@ void TestText::ConvertsNumbers()
         }
     }
 
-    Row("version of all parts", CalVersionInt("1.2.3", 0), 123);
     Row("no carry", CalVersionInt("1.12.3", 0), 223);
     Row("fourth part is ignored", CalVersionInt("1.2.3.4", 0), 123);
     Row("parts that are no numbers", CalVersionInt("x..3", -1), 3);
     Row("too large", CalVersionInt("2147483647.2147483647", 0), 2147483647);
-    Row("many parts", CalVersionInt(QString(kManyCharacters, '.'), 0), 0);
 
     Row("one section", ExtractPlatformText("  one_lnx_lnx "), "one_*_*");
     Row("four sections", ExtractPlatformText("one $$ two $$ three_lnx $$ four"), "three_*");
