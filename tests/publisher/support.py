@@ -12,19 +12,21 @@ import tempfile
 REPO = os.path.abspath(sys.argv[1])
 SECONDS = 1714566645  # 2024-05-01T12:30:45Z
 VERSION = b"product: sample\nbuild: 2024.05.01\n"
-NOISE = random.Random(1).randbytes(99999)
+NOISE = random.Random(1).randbytes(5000)
 CORE = "core/version_latest/"
+FILE_LIST = "zeft/zeft_upt_fversions.info"
+PACKAGE_LIST = "zeft/bsp/zeft_bsps.info"
 
 
 @functools.lru_cache(None)
 def archive_of(suffix, entries):
-    """An archive of the kind that suffix says, with pairs of a name and bytes; None: a link out."""
+    """An archive of the kind that suffix says, with pairs of a name and bytes."""
     pack = {".zip": "zip -qry0 a.tar.zip *", ".7z": "bsdtar -cf a.tar * && 7z a a.tar.7z a.tar"}
     with tempfile.TemporaryDirectory() as work:
         for name, data in entries:
             path = pathlib.Path(work, name)
             path.parent.mkdir(parents=True, exist_ok=True)
-            path.symlink_to("/") if data is None else path.write_bytes(data)
+            path.write_bytes(data)
         subprocess.run(["sh", "-c", pack.get(suffix, f"bsdtar -acf a.tar{suffix} *")], cwd=work,
                        env={**os.environ, "LC_ALL": "C.UTF-8"}, check=True, capture_output=True)
         return pathlib.Path(work, "a.tar" + suffix).read_bytes()
@@ -54,7 +56,7 @@ class Source:
                              ("bsp/x86/zeft_bsp_zeta.htc.tar.7z", "zeta"),
                              ("bsp/arm/zeft_bsp_zeta.hlib.tar.gz", "zeta"),
                              ("bsp/arm/zeft_bsp_zeta.htc.tar.bz2", "zeta")]:
-            self.add(name, (folder + "/version.info", VERSION), (folder + "/x", NOISE[:5000]))
+            self.add(name, (folder + "/version.info", VERSION), (folder + "/x", NOISE))
         self.write("hwd_doc/zeta.html", "<p>ζ</p>".encode())
         self.write("hwd_doc/zeta_files/a.png", b"png")
 
@@ -69,8 +71,3 @@ class Source:
 
     def describe(self):
         self.path.joinpath("repository.json").write_text(json.dumps(self.json))
-
-
-def raw(name, data=b"x"):
-    """A spoiler that adds one file."""
-    return lambda source: source.write(name, data)

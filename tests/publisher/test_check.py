@@ -7,19 +7,16 @@ import os
 import pathlib
 import re
 import shutil
-import signal
 import socket
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
 
-from support import CORE, REPO, SECONDS, VERSION, Source, raw
+from support import CORE, FILE_LIST, REPO, SECONDS, Source
 
 DEMO = os.path.abspath(sys.argv[2])
 TOP = pathlib.Path(__file__).absolute().parents[2]
-FILE_LIST = "zeft/zeft_upt_fversions.info"
 CORE_FILE = "zeft/" + CORE + "zeft core é.zip"
 
 
@@ -33,35 +30,20 @@ def edit(name, old, new):
     return spoil
 
 
-def set_day(day, stamp=b"2024-05-01"):
-    def spoil(site):
-        edit(FILE_LIST, b"latest#" + stamp, b"latest#" + day)(site)
-        date = SECONDS + (int(day[-2:]) - 1) * 86400
-        os.utime(site / CORE_FILE, (date, date))
-    return spoil
+def set_next_day(site):
+    edit(FILE_LIST, b"latest#2024-05-01", b"latest#2024-05-02")(site)
+    os.utime(site / CORE_FILE, (SECONDS + 86400, SECONDS + 86400))
 
-
-SOURCES = [
-    ("sound", lambda source: None, []),
-    ("hidden file", raw(CORE + ".a.zip"), ["ZR004"]),
-    ("archive that no package names", lambda source: source.add(
-        "bsp/zeft_bsp_a.zip", ("a/version.info", VERSION)), ["ZR016"]),
-    ("build in the future", lambda source: source.add(
-        CORE + "a.zip", ("a/version.info", b"build: 2099.01.01")), ["ZR024"]),
-    ("page in Latin-1", raw("hwd_doc/zeta.html", b"caf\xe9"), ["ZR045"]),
-    ("page that nothing names", raw("hwd_doc/a.html"), ["ZR047"]),
-]
 
 # What was done to the files of a site; the rules when it is checked on the disk, and as a server.
 SITES = [
     ("sound", lambda site: None, [], []),
     ("damaged line", edit(FILE_LIST, b".info\r\n", b".info\r\n8#x\r\n"), ["ZR006"], ["ZR006"]),
-    ("damaged package list", edit("zeft/bsp/zeft_bsps.info", b"Core", b"#"), ["ZR006"], ["ZR006"]),
     ("time stamp without milliseconds", edit(FILE_LIST, b"latest#2024-05-01T12:30:45.000Z",
      b"latest#2024-05-01T12:30:45Z"), ["ZR017"], ["ZR017"]),
     ("name that a URL can't hold", edit(FILE_LIST, b"zeft core", b"zeft%core"),
      ["ZR010", "ZR029", "ZR043"], ["ZR010", "ZR043"]),
-    ("older build inside", set_day(b"2024-05-02"), ["ZR023"], ["ZR023"]),
+    ("older build inside", set_next_day, ["ZR023"], ["ZR023"]),
     ("byte more", edit(CORE_FILE, b"sample", b"samples"), ["ZR020", "ZR026", "ZR027"], ["ZR026"]),
     ("other byte", edit(CORE_FILE, b"product", b"produkt"), ["ZR020", "ZR027"],
      ["ZR020", "ZR027"]),
@@ -76,18 +58,12 @@ SITES = [
 # Where nginx is told what; the sound site lies there.
 SERVERS = [
     ("lists compressed", "zeft/zeft_upt", "add_header Content-Encoding gzip;", ["ZR065"]),
-    ("archives compressed", "zeft/core", "add_header Content-Encoding gzip;", ["ZR065"]),
     ("redirect", "zeft/core", "return 301 https://localhost/;", ["ZR066"]),
-    ("redirect of the pages", "zeft/bsp/hwd_doc", "return 302 https://localhost/;", ["ZR066"]),
-    ("no access", "zeft/core", "deny all;", ["ZR060"]),
     ("no package list", "zeft/bsp/zeft_bsps", "return 404;", ["ZR060"]),
     ("list beyond all bounds", "zeft/zeft_upt", "rewrite ^ /endless break;", ["ZR060"]),
     ("no length", "zeft/core", "ssi on; ssi_types *; ssi_last_modified on;", ["ZR061"]),
-    ("no date", "zeft/core", 'add_header Last-Modified "";', ["ZR062"]),
     ("year of two digits", "zeft/core",
      'add_header Last-Modified "Wednesday, 01-May-24 12:30:45 GMT";', ["ZR062"]),
-    ("date of another day", "zeft/core",
-     'add_header Last-Modified "Thu, 02 May 2024 12:30:45 GMT";', ["ZR028"]),
     ("no ranges", "zeft", "max_ranges 0;", ["ZR063", "ZR064"]),
     ("range of another file", "zeft", "if ($http_range) { rewrite ^ "
      "/sites/0/zeft/bsp/x86/zeft_bsp_zeta.hlib.tar.xz break; }", ["ZR063", "ZR064"]),
@@ -134,16 +110,9 @@ def make_certificate(number, days):
             -out {number}.pem""", shell=True, check=True, capture_output=True)
 
 
-def free_ports(count):
-    sockets = [socket.create_server(("127.0.0.1", 0)) for _ in range(count)]
-    ports = [s.getsockname()[1] for s in sockets]
-    for s in sockets:
-        s.close()
-    return ports
-
-
-def serve(ports):
+def serve(sockets):
     """Starts nginx in the working directory, with the settings of the demo beside those above."""
+    ports = [socket.getsockname()[1] for socket in sockets]
     locations = "".join(f"location /servers/{i}/{place} {{ {settings} }}\n"
                         for i, (_, place, settings, _) in enumerate(SERVERS))
     servers = "".join(f"""server {{
@@ -153,13 +122,15 @@ def serve(ports):
         root www;
         include {DEMO}/repository.conf;
         {locations.replace("PORT", str(port))} }}""" for i, port in enumerate(ports))
-    pathlib.Path("nginx.conf").write_text(f"""daemon off; master_process off; pid nginx.pid;
+    pathlib.Path("nginx.conf").write_text(f"""daemon off; pid nginx.pid;
         error_log error.log; events {{ }}
         http {{ access_log off; client_body_temp_path t; proxy_temp_path t; fastcgi_temp_path t;
                 uwsgi_temp_path t; scgi_temp_path t; {servers} }}""")
+    numbers = [socket.fileno() for socket in sockets]
     return subprocess.Popen(["setpriv", "--pdeathsig", "TERM", "nginx", "-p", os.getcwd() + "/",
-                             "-e", "error.log", "-c", "nginx.conf"],
-                            env={**os.environ, "PATH": os.environ["PATH"] + ":/usr/sbin"})
+                             "-e", "error.log", "-c", "nginx.conf"], pass_fds=numbers,
+                            env={**os.environ, "PATH": os.environ["PATH"] + ":/usr/sbin",
+                                 "NGINX": "".join(f"{number};" for number in numbers)})
 
 
 class TestCheck(unittest.TestCase):
@@ -167,13 +138,12 @@ class TestCheck(unittest.TestCase):
     def setUpClass(cls):
         work = tempfile.TemporaryDirectory()
         cls.addClassCleanup(work.cleanup)
+        os.chmod(work.name, 0o755)  # for the workers of nginx
         os.chdir(work.name)
         cls.addClassCleanup(os.chdir, "/")
-        for i, (_, spoil, _) in enumerate(SOURCES):
-            source = Source(f"sources/{i}")
-            spoil(source)
-            source.describe()
-        subprocess.run([REPO, "build", "-q", "sources/0", "sound"], check=True)
+        cls.source = Source("source")
+        cls.source.describe()
+        subprocess.run([REPO, "build", "-q", "source", "sound"], check=True)
         for i, (_, spoil, _, _) in enumerate(SITES):
             shutil.copytree("sound", f"www/sites/{i}")
             spoil(pathlib.Path(f"www/sites/{i}"))
@@ -185,14 +155,12 @@ class TestCheck(unittest.TestCase):
 
         for i, (_, days, _, _) in enumerate(CERTIFICATES):
             make_certificate(i, days)
-        for _ in range(20):  # another program may be quicker at a port
-            cls.ports = free_ports(len(CERTIFICATES))
-            nginx = serve(cls.ports)
-            while nginx.poll() is None and not os.path.exists("nginx.pid"):  # written when it listens
-                time.sleep(0.01)
-            if nginx.poll() is None:
-                break
-        assert nginx.poll() is None, pathlib.Path("error.log").read_text()
+        # nginx takes over sockets that listen already, so that nobody waits for it.
+        sockets = [socket.create_server(("127.0.0.1", 0)) for _ in CERTIFICATES]
+        cls.ports = [s.getsockname()[1] for s in sockets]
+        nginx = serve(sockets)
+        for s in sockets:
+            s.close()
         cls.url = f"https://localhost:{cls.ports[0]}"
         cls.addClassCleanup(nginx.wait)
         cls.addClassCleanup(nginx.terminate)
@@ -207,8 +175,8 @@ class TestCheck(unittest.TestCase):
                 self.assertEqual(run.result(), (int(failed), "", rules))
 
     def test_source_trees(self):
-        self.compare([(name, [f"sources/{i}"], rules)
-                      for i, (name, _, rules) in enumerate(SOURCES)])
+        self.source.add(CORE + "a.zip", ("a/version.info", b"build: 2099.01.01"))
+        self.compare([("build in the future", ["source"], ["ZR024"])])
 
     def test_sites_on_the_disk(self):
         self.compare([(name, [f"www/sites/{i}"], rules)
@@ -234,16 +202,6 @@ class TestCheck(unittest.TestCase):
                 self.assertEqual(set(run.stdout.splitlines()), {
                     f"{url}: warning ZR068: {fault}; get a certificate for this host"
                     for fault in ["The certificate is self-signed, and untrusted", *faults]})
-
-    def test_an_interruption_leaves_nothing(self):
-        os.mkdir("temporary")
-        with socket.create_server(("127.0.0.1", 0)) as silent:
-            run = subprocess.Popen([REPO, "check", f"https://localhost:{silent.getsockname()[1]}"],
-                                   env={**os.environ, "TMPDIR": "temporary"})
-            with silent.accept()[0]:
-                run.send_signal(signal.SIGINT)
-                self.assertEqual(run.wait(), -signal.SIGINT)
-        self.assertEqual(os.listdir("temporary"), [])
 
     def test_each_rule_has_its_entry(self):
         page = TOP.joinpath("docs/rules.md").read_text()
