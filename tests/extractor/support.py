@@ -20,9 +20,19 @@ class ExtractorTest(unittest.TestCase):
         self.addCleanup(lambda: subprocess.run(["chmod", "-R", "u+rwx", self.home], check=True))
         self.target = self.path("target")
         os.mkdir(self.target)
+        os.chmod(self.home, 0o755)
+        os.chmod(self.target, 0o777)  # for the runs as_user()
 
     def path(self, *names):
         return os.path.join(self.home, *names)
+
+    def pack(self, tree, line, ending=".archive"):
+        """Returns the path of an archive of tree, which the shell's line makes as $1."""
+        source = tempfile.mkdtemp(dir=self.home)
+        make_tree(source, tree)
+        archive = source + " Päckchen" + ending
+        shell(line, source, archive)
+        return archive
 
     def run_extractor(self, command, *paths, **options):
         return subprocess.run([EXTRACTOR, command, *("#" + path for path in paths)],
@@ -94,9 +104,7 @@ def run_on_tmpfs(options, line, place, *arguments):
                            EXTRACTOR, place, *arguments], capture_output=True, text=True)
 
 
-def shell(line):
-    """A maker of archives: runs line in the folder to pack, with the archive's path as $1."""
-    def make(source, archive):
-        subprocess.run(["sh", "-ec", line, "sh", archive], cwd=source, check=True,
-                       capture_output=True, env={**os.environ, "LC_ALL": "C.UTF-8"})
-    return make
+def shell(line, folder, archive):
+    """Runs line in the folder, with the archive's path as $1."""
+    subprocess.run(["sh", "-ec", line, "sh", archive], cwd=folder, check=True, capture_output=True,
+                   env={**os.environ, "LC_ALL": "C.UTF-8"})

@@ -17,8 +17,10 @@ class Delete(ExtractorTest):
                 "C/loop": (None, "."), "C/dangling": (None, "nothing"), "link": (None, "D"),
                 "link 2": (None, "D"), "dangling": (None, "nothing")}
         make_tree(self.target, {**others, **tree})
+        if os.geteuid() == 0:
+            subprocess.run(["chown", "-hR", "65534", self.target], check=True)
         for spelling in ("C", "C/", "D/../C//", "missing/../C", "link", "link 2/", "dangling"):
-            self.succeed("#ddir", os.path.join(self.target, spelling))
+            self.succeed("#ddir", os.path.join(self.target, spelling), **as_user())
             self.assertFalse(os.path.lexists(self.path("target", spelling.rstrip("/"))))
         self.assertEqual(read_tree(self.target), others)
 
@@ -45,15 +47,6 @@ class Delete(ExtractorTest):
                 self.assertEqual(run.returncode, 1)
                 self.assertIn("refusing to delete", run.stderr)
                 self.assertEqual(read_tree(self.home), before)
-
-    def test_read_only_folders_of_an_ordinary_user(self):
-        os.chmod(self.home, 0o755)
-        os.chmod(self.target, 0o777)
-        subprocess.run(["sh", "-ec", "mkdir -p C/r/w C/n/w; touch C/r/f C/r/w/f C/n/f C/n/w/f;"
-                        "chmod 555 C/r; chmod 0 C/n; chmod 400 C"], cwd=self.target, check=True,
-                       **as_user())
-        self.succeed("#ddir", self.path("target", "C"), **as_user())
-        self.assertEqual(read_tree(self.target), {})
 
     def test_what_cannot_go_is_told(self):
         other = "another file system is mounted there"

@@ -35,45 +35,38 @@ WITHOUT_LINKS = {path: entry for path, entry in COMPONENT.items() if entry[0] is
 IN_CABINET = {path: (0o777 if content is None else 0o666, content)
               for path, (_, content) in WITHOUT_LINKS.items() if path != "Comp/empty folder"}
 
-FORMATS = {  # the archive's ending, how it is made, the tree that comes out
-    "zip of zip": (".zip", shell('zip -qryX "$1" Comp'), COMPONENT),
-    "zip of zip, stored": (".zip", shell('zip -qryX0 "$1" Comp'), COMPONENT),
-    "zip of 7z": (".zip", shell('7z a -tzip -snl "$1" Comp'), COMPONENT),
-    "zip of bsdtar, by a pipe": (".zip", shell('bsdtar --format zip -cf - Comp > "$1"'), COMPONENT),
-    "zip64": (".zip", shell('zip -qryX -fz "$1" Comp'), COMPONENT),
-    "zip of Python": (".zip", shell('find Comp -type l -delete; python3 -m zipfile -c "$1" Comp'), WITHOUT_LINKS),
-    "cab of gcab": (".cab", shell('find Comp -type f -print0 | xargs -0 gcab -cz "$1"'), IN_CABINET),
-    "tar.gz of tar": (".tar.gz", shell('tar -czf "$1" Comp'), COMPONENT),
-    "tar.gz of tar, from within": (".tar.gz", shell('tar -czf "$1" .'), COMPONENT),
-    "tar.gz in two members and trailing garbage": (".tar.gz", shell('(tar -c Comp | split -b 99999 --filter=gzip -; echo end) > "$1"'), COMPONENT),
-    "tar.gz of tar, with holes": (".tar.gz", shell('fallocate -d Comp/zeros; tar -Sczf "$1" Comp'), COMPONENT),
-    "tar.bz2 in many blocks": (".tar.bz2", shell('tar -c Comp | bzip2 -1 > "$1"'), COMPONENT),
-    "tar.bz2 in two streams and trailing garbage": (".tar.bz2", shell('(tar -c Comp | split -b 999999 --filter=bzip2 -; echo end) > "$1"'), COMPONENT),
-    "tar.xz of tar": (".tar.xz", shell('tar -cJf "$1" Comp'), COMPONENT),
-    "tar.xz in two streams": (".tar.xz", shell('tar -c Comp | split -b 999999 --filter=xz - > "$1"'), COMPONENT),
-    "tar.xz in many blocks": (".tar.xz", shell('tar -c Comp | xz -T2 --block-size=100000 > "$1"'), COMPONENT),
-    "tar.7z of 7z": (".tar.7z", shell('tar -cf t.tar Comp; 7z a "$1" t.tar'), COMPONENT),
-    "tar.7z in many blocks": (".tar.7z", shell('tar -cf t.tar Comp; 7z a -m0=lzma2:d=64k:c=300k "$1" t.tar'), COMPONENT),
-    "tar.7z of 7z, in a folder": (".tar.7z", shell('mkdir s; tar -cf s/t.tar Comp; 7z a "$1" s'), COMPONENT),
-    "tar.7z of a pipe": (".tar.7z", shell('tar -c Comp | 7z a -si "$1"'), COMPONENT),
-    "two tars in one": (".tar.gz", shell('(tar -c Comp/bin; tar -c Comp) | gzip > "$1"'), COMPONENT),
-    "no compression": (".tar.gz", shell('tar -cf "$1" Comp'), COMPONENT),
-    "no compression, a zip at the end": (".tar.gz", shell('printf "PK\\5\\6" > z; head -c18 /dev/zero >> z; chmod 644 z; tar -cf "$1" Comp z'), {**COMPONENT, "z": (0o644, b"PK\5\6" + bytes(18))}),
-    "another compression": (".tar.gz", shell('tar -c Comp | zstd > "$1"'), COMPONENT),
-    "zip named as a tar": (".tar.xz", shell('zip -qryX x.zip Comp; mv x.zip "$1"'), COMPONENT),
-    "tar named as a zip": (".zip", shell('tar -cJf "$1" Comp'), COMPONENT),
-    "7z that holds the files": (".zip", shell('7z a x.7z -snl Comp; mv x.7z "$1"'), COMPONENT),
+FORMATS = {  # the archive's ending, how a shell makes it, the tree that comes out
+    "zip of zip": (".zip", 'zip -qryX "$1" Comp', COMPONENT),
+    "zip of bsdtar, by a pipe": (".zip", 'bsdtar --format zip -cf - Comp > "$1"', COMPONENT),
+    "zip64": (".zip", 'zip -qryX -fz "$1" Comp', COMPONENT),
+    "cab of gcab": (".cab", 'find Comp -type f -print0 | xargs -0 gcab -cz "$1"', IN_CABINET),
+    "tar.gz of tar": (".tar.gz", 'tar -czf "$1" Comp', COMPONENT),
+    "tar.gz in two members and trailing garbage": (".tar.gz", '(tar -c Comp | split -b 99999 --filter=gzip -; echo end) > "$1"', COMPONENT),
+    "tar.gz of tar, with holes": (".tar.gz", 'fallocate -d Comp/zeros; tar -Sczf "$1" Comp', COMPONENT),
+    "tar.bz2 in many blocks": (".tar.bz2", 'tar -c Comp | bzip2 -1 > "$1"', COMPONENT),
+    "tar.bz2 in two streams and trailing garbage": (".tar.bz2", '(tar -c Comp | split -b 999999 --filter=bzip2 -; echo end) > "$1"', COMPONENT),
+    "tar.xz of tar": (".tar.xz", 'tar -cJf "$1" Comp', COMPONENT),
+    "tar.xz in two streams": (".tar.xz", 'tar -c Comp | split -b 999999 --filter=xz - > "$1"', COMPONENT),
+    "tar.xz in many blocks": (".tar.xz", 'tar -c Comp | xz -T2 --block-size=100000 > "$1"', COMPONENT),
+    "tar.7z of 7z": (".tar.7z", 'tar -cf t.tar Comp; 7z a "$1" t.tar', COMPONENT),
+    "tar.7z in many blocks": (".tar.7z", 'tar -cf t.tar Comp; 7z a -m0=lzma2:d=64k:c=300k "$1" t.tar', COMPONENT),
+    "tar.7z of 7z, in a folder": (".tar.7z", 'mkdir s; tar -cf s/t.tar Comp; 7z a "$1" s', COMPONENT),
+    "tar.7z of a pipe": (".tar.7z", 'tar -c Comp | 7z a -si "$1"', COMPONENT),
+    "two tars in one": (".tar.gz", '(tar -c Comp/bin; tar -c Comp) | gzip > "$1"', COMPONENT),
+    "no compression": (".tar.gz", 'tar -cf "$1" Comp', COMPONENT),
+    "no compression, a zip at the end": (".tar.gz", 'printf "PK\\5\\6" > z; head -c18 /dev/zero >> z; chmod 644 z; tar -cf "$1" Comp z', {**COMPONENT, "z": (0o644, b"PK\5\6" + bytes(18))}),
+    "another compression": (".tar.gz", 'tar -c Comp | zstd > "$1"', COMPONENT),
+    "zip named as a tar": (".tar.xz", 'zip -qryX x.zip Comp; mv x.zip "$1"', COMPONENT),
+    "tar named as a zip": (".zip", 'tar -cJf "$1" Comp', COMPONENT),
+    "7z that holds the files": (".zip", '7z a x.7z -snl Comp; mv x.7z "$1"', COMPONENT),
 }
 
 
 class Formats(ExtractorTest):
     def test_what_goes_in_comes_out(self):
-        for name, (ending, make, expected) in FORMATS.items():
+        for name, (ending, line, expected) in FORMATS.items():
             with self.subTest(name):
-                source, target = self.path(name, "source"), self.path(name, "new", "the target")
-                make_tree(source, COMPONENT)
-                archive = self.path(name, "Päckchen 1" + ending)
-                make(source, archive)
+                archive, target = self.pack(COMPONENT, line, ending), self.path(name, "the target")
                 command = "#xtar" if ".tar." in ending else "#uzip"
                 self.succeed(command, archive, target, env={}, umask=0o027)
                 self.assertEqual(read_tree(target),
@@ -90,7 +83,7 @@ class Formats(ExtractorTest):
                                      ("hwd_doc.zip", 'ln -s . link; tar -czf "$1" link'
                                       ' --transform s,link,hwd_doc,', {})):
             with self.subTest(name, pack=pack):
-                shell("rm -f $1;" + pack)(self.path("source"), self.path(name))
+                shell("rm -f $1;" + pack, self.path("source"), self.path(name))
                 self.succeed("#uzip", self.path(name), self.path(pack + name))
                 self.assertEqual(read_tree(self.path(pack + name)), expected)
 
@@ -111,62 +104,54 @@ class Formats(ExtractorTest):
                 self.assertEqual(os.stat(self.path(name, expected)).st_mode & 0o022, 0)
 
     def test_closed_and_broken_streams(self):
-        make_tree(self.path("source"), COMPONENT)
-        shell('tar -czf "$1" Comp')(self.path("source"), self.path("a"))
+        archive = self.pack(COMPONENT, 'tar -czf "$1" Comp')
         for streams in ("<&-", ">&-", "2>&-", "<&- >&- 2>&-", "| true", ">/dev/full 2>&1"):
             with self.subTest(streams):
                 target = self.path(streams.replace("/", ""))
                 subprocess.run(["bash", "-c", 'set -o pipefail; "$@" ' + streams, "bash", EXTRACTOR,
-                                "#xtar", "#" + self.path("a"), "#" + target], check=True,
+                                "#xtar", "#" + archive, "#" + target], check=True,
                                stdout=subprocess.DEVNULL)
                 self.assertEqual(read_tree(target), COMPONENT)
 
     def test_a_reader_that_stands_still_holds_nothing_up(self):
-        make_tree(self.path("source"), COMPONENT)
-        shell('tar -czf "$1" Comp')(self.path("source"), self.path("a"))
+        archive = self.pack(COMPONENT, 'tar -czf "$1" Comp')
         reader, writer = os.pipe()
         with open(reader, "rb"), open(writer, "wb", buffering=0) as full:
             full.write(bytes(fcntl.fcntl(reader, fcntl.F_GETPIPE_SZ)))
-            subprocess.run([EXTRACTOR, "#uzip", "#" + self.path("a"), "#" + self.target],
-                           check=True, stdout=full, timeout=120)
+            subprocess.run([EXTRACTOR, "#uzip", "#" + archive, "#" + self.target], check=True,
+                           stdout=full, timeout=120)
         self.assertEqual(read_tree(self.target), COMPONENT)
 
     def test_the_last_free_block_is_used(self):
         tree = {"C/version.info": (0o644, b"build : 1"),
                 "C/f": (0o644, random.Random(1).randbytes((10 << 20) - os.sysconf("SC_PAGESIZE")))}
         make_tree(self.path("source"), tree)
-        for pack in ('tar -czf "$1" C', 'zip -qr - C > "$1"'):
-            with self.subTest(pack):
-                shell(pack)(self.path("source"), self.path("a"))
+        for line in ('tar -czf "$1" C', 'zip -qr - C > "$1"'):
+            with self.subTest(line):
                 run = run_on_tmpfs("size=10m", """
                     "$0" "#uzip" "#$2" "#$1" && diff -r "$3" "$1" && df --output=avail "$1" """,
-                    self.target, self.path("a"), self.path("source"))
+                    self.target, self.pack(tree, line), self.path("source"))
                 self.assertEqual((run.stdout.split()[-2:], run.stderr), (["Avail", "0"], ""))
 
     def test_few_threads_or_none_suffice(self):
-        os.chmod(self.home, 0o755)
-        os.chmod(self.target, 0o777)
         for name in ("zip of zip", "tar.gz of tar", "tar.bz2 in many blocks",
                      "tar.xz in many blocks", "tar.7z in many blocks"):
-            ending, make, _ = FORMATS[name]
-            make_tree(self.path(name), COMPONENT)
-            make(self.path(name), self.path(name + ending))
+            ending, line, _ = FORMATS[name]
+            archive = self.pack(COMPONENT, line, ending)
             for most in range(2 if EMULATED else 1, 5):  # qemu takes a thread
                 with self.subTest(name, most=most):
                     target = self.path("target", f"{name} {most}")
-                    self.succeed("#uzip", self.path(name + ending), target, **as_user(),
+                    self.succeed("#uzip", archive, target, **as_user(),
                                  env={"ASAN_OPTIONS": "detect_leaks=0"},  # which takes a thread
                                  preexec_fn=lambda most=most: resource.setrlimit(
                                      resource.RLIMIT_NPROC, (most, most)))
                     self.assertEqual(read_tree(target), COMPONENT)
 
     def test_it_looks_whole_when_it_is_on_the_disk(self):
-        make_tree(self.path("source"), COMPONENT)
-        for pack in ('tar -czf "$1" Comp', 'zip -qry - Comp > "$1"'):
-            with self.subTest(pack):
-                shell(pack)(self.path("source"), self.path("a"))
+        for line in ('tar -czf "$1" Comp', 'zip -qry "$1" Comp'):
+            with self.subTest(line):
                 strace = ["strace", "-fqqo", self.path("trace")]
-                run = [EXTRACTOR, "#uzip", "#" + self.path("a"), "#" + self.target]
+                run = [EXTRACTOR, "#uzip", "#" + self.pack(COMPONENT, line), "#" + self.target]
                 environment = {"ASAN_OPTIONS": "detect_leaks=0"}
                 percents = subprocess.run(
                     [*strace, "-e", "trace=pwrite64,symlinkat,syncfs,renameat", "-e",
@@ -186,12 +171,11 @@ class Formats(ExtractorTest):
         old = {"C/version.info": (0o644, b"build : old"), "C/old": (0o644, b"old")}
         new = {"C": (0o555, None), "C/version.info": (0o644, b"build : new"),
                **{f"C/{i}": (0o644, random.Random(i).randbytes(1_000_000)) for i in range(30)}}
-        make_tree(self.path("source"), new)
-        for pack in ('tar -czf "$1" C/version.info C', 'zip -qr "$1" C/version.info C'):
-            with self.subTest(pack):
-                shell(pack)(self.path("source"), self.path("a"))
+        for line in ('tar -czf "$1" C/version.info C', 'zip -qr "$1" C/version.info C'):
+            with self.subTest(line):
+                archive = self.pack(new, line)
                 make_tree(self.target, old)
-                run = self.start([EXTRACTOR, "#uzip", "#" + self.path("a"), "#" + self.target],
+                run = self.start([EXTRACTOR, "#uzip", "#" + archive, "#" + self.target],
                                  stdout=subprocess.PIPE)
                 while int(run.stdout.readline()[:3]) < 20:
                     pass
@@ -199,7 +183,7 @@ class Formats(ExtractorTest):
                 self.assertEqual(run.wait(), -9)
                 self.assertNotIn("C/version.info", read_tree(self.target))
                 self.succeed("#ddir", self.path("target", "C"))
-                self.succeed("#uzip", self.path("a"), self.target)
+                self.succeed("#uzip", archive, self.target)
                 self.assertEqual(read_tree(self.target), new)
                 self.succeed("#ddir", self.path("target", "C"))
 
