@@ -8,7 +8,7 @@ import sys
 import unittest
 
 VERSION, PAGES, *PROGRAMS = sys.argv[1:]
-UPDATER, _, PUBLISHER = PROGRAMS
+UPDATER, EXTRACTOR, REPOSITORY = PROGRAMS
 NO_DISPLAY = {name: value for name, value in os.environ.items()
               if name not in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM")}
 
@@ -18,7 +18,7 @@ ADVICE = "Start it in a desktop session, or set DISPLAY to an X server that lets
 RUNS = [
     ("the last word of many", [UPDATER, "#/nowhere", "-style", "x", "--version"], {}, 0,
      f"zeft_updater {VERSION}\n", ""),
-    ("a word too many", [PUBLISHER, "--version", "--x"], {}, 2, "",
+    ("a word too many", [REPOSITORY, "--version", "--x"], {}, 2, "",
      "zeft_repo: a command is missing, see zeft_repo --help\n"),
     ("no display", [UPDATER], {}, 1, "", f"{NO_WINDOW}, as DISPLAY is not set.\n{ADVICE}"),
     ("a display that is not there", [UPDATER, "--x"], {"DISPLAY": ":4711"}, 1, "",
@@ -31,6 +31,18 @@ for program in PROGRAMS:
     RUNS += [(f"{name}'s version", [program, "--version"], {}, 0, f"{name} {VERSION}\n", ""),
              (f"{name}'s help", [program, "--help"], {}, 0, f"usage: {name} ", "")]
 
+RUNS += [("a command's help", [REPOSITORY, "check", "-h"], {}, 0, "usage: zeft_repo check ", "")]
+
+# program, what it says of the wrong use, command lines
+WRONG_USE = [
+    (EXTRACTOR, "usage: zeft_fextr_cmd ", [
+        [], ["#what"], ["--what"], ["--help", "#a"], ["uzip", "#a", "#b"], ["#uzip"], ["#uzip", "#a"],
+        ["#uzip", "#a", "#b", "#c"], ["#uzip", "a", "#b"], ["#uzip", "#", "#b"], ["#xtar", "#a", "b"],
+        ["#ddir"], ["#ddir", "#"], ["#ddir", "/tmp/x"], ["#ddir", "#a", "#b"]]),
+    (REPOSITORY, "^zeft_repo: .+\n$",
+     [[], ["build", "x"], ["check", "x", "y"], ["make"], ["build", "x", "y", "-z"]]),
+]
+
 
 class TestCommandLines(unittest.TestCase):
     def test_answers(self):
@@ -41,6 +53,15 @@ class TestCommandLines(unittest.TestCase):
                 start = run.stdout[:len(output)].replace("Usage:", "usage:")  # as Qt writes it
                 self.assertEqual((run.returncode, start, run.stderr), (code, output, error))
                 self.assertEqual(bool(run.stdout), bool(output))
+
+    def test_wrong_use_is_told(self):
+        for program, said, command_lines in WRONG_USE:
+            for words in command_lines:
+                with self.subTest(program, words=words):
+                    run = subprocess.run([program, *words], capture_output=True, text=True,
+                                         cwd="/proc")  # where nothing can be deleted
+                    self.assertEqual((run.returncode, run.stdout), (2, ""))
+                    self.assertRegex(run.stderr, said)
 
     def test_man_pages_know_all_of_the_help(self):
         def options(text):

@@ -122,7 +122,7 @@ def serve(sockets):
         root www;
         include {DEMO}/repository.conf;
         {locations.replace("PORT", str(port))} }}""" for i, port in enumerate(ports))
-    pathlib.Path("nginx.conf").write_text(f"""daemon off; pid nginx.pid;
+    pathlib.Path("nginx.conf").write_text(f"""daemon off; user root; pid nginx.pid;
         error_log error.log; events {{ }}
         http {{ access_log off; client_body_temp_path t; proxy_temp_path t; fastcgi_temp_path t;
                 uwsgi_temp_path t; scgi_temp_path t; {servers} }}""")
@@ -138,7 +138,6 @@ class TestCheck(unittest.TestCase):
     def setUpClass(cls):
         work = tempfile.TemporaryDirectory()
         cls.addClassCleanup(work.cleanup)
-        os.chmod(work.name, 0o755)  # for the workers of nginx
         os.chdir(work.name)
         cls.addClassCleanup(os.chdir, "/")
         cls.source = Source("source")
