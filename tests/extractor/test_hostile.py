@@ -87,13 +87,8 @@ def ways_out(outside):
     }
 
 
-def ways_out_of_zip(outside):
-    return {**ways_out(outside), "name that goes on behind a NUL": [entry("C/a\0/../../../secret")]}
-
-
 def ways_out_of_tar(outside):
     return {
-        **ways_out(outside),
         "hard link to the parent": [hard_link("C/h", "../outside/secret")],
         "hard link through a link": [hard_link("C/h", "planted/file")],
         "hard link to a link": [hard_link("C/h", "planted")],
@@ -111,8 +106,9 @@ class Hostile(ExtractorTest):
         make_tree(outside, {"secret": (0o600, b"secret"), "folder/file": (0o644, b"old")})
         make_tree(target, {"planted": (None, "../outside/folder"), "there": (0o644, b"before")})
         before = read_tree(self.path("home"))
-        for make, cases in ((zip_, ways_out_of_zip(outside)), (tar, ways_out_of_tar(outside))):
-            for name, entries in cases.items():
+        of_zip = {"name that goes on behind a NUL": [entry("C/a\0/../../../secret")]}
+        for make, own in ((zip_, of_zip), (tar, ways_out_of_tar(outside))):
+            for name, entries in {**ways_out(outside), **own}.items():
                 with self.subTest(name, make=make.__name__):
                     make(self.path("a"), [entry("C/version.info"), *entries])
                     run = self.refuse("^zeft_fextr_cmd: .", "#uzip", self.path("a"), target)
@@ -162,7 +158,6 @@ class Hostile(ExtractorTest):
                 ("another target of a link", data.index(b"text"), b"next"),
                 ("another name", data.index(b"C/b"), b"C/d"),
                 ("one name twice", second + 46, b"C/a"),
-                ("one place twice", second + 42, bytes(4)),
                 ("a place inside another", second + 42, b"\x99\0\0\0"),
                 ("a place outside", second + 42, b"\xfe\xff\xff\xff"),
                 ("a file that is said to be a folder", first + 40, b"\xed\x41"),
@@ -184,11 +179,6 @@ class Hostile(ExtractorTest):
                 self.assertIn("not enough space", run.stderr)
                 self.assertEqual(run.stdout.split()[-2:], ["Avail", str(50 << 20)])
                 self.assertNotIn("ENOSPC", run.stdout)  # refused before the disk was full
-
-    def test_a_bomb_of_nothing_ends(self):
-        archive = self.pack({}, '>C; (tar -c C; head -c 300M /dev/zero) | gzip > "$1"')
-        self.refuse("too much stands between its files", "#xtar", archive, self.target)
-        self.assertEqual(read_tree(self.target), {})
 
     def test_no_half_file_stays_in_an_old_folder(self):
         make_tree(self.target, {"C": (0o755, None), "C/old": (0o644, b"old")})
@@ -214,6 +204,7 @@ class Hostile(ExtractorTest):
         tar(self.path("a"), [entry("C/f")])
         for name, line in (
                 ("twice", 'tar -c text | zstd | zstd > "$1"'),
+                ("pause", '(tar -c text; head -c 300M /dev/zero) | gzip > "$1"'),
                 ("without an end", 'tar -c text | head -c 2048 | gzip > "$1"'),
                 ("noise", 'head -c 300K /dev/urandom > r; tar -cf t r; 7z a n.7z t; mv n.7z "$1";'
                  'printf damage | dd of="$1" bs=1 seek=150000 conv=notrunc'),
@@ -225,11 +216,13 @@ class Hostile(ExtractorTest):
                 ("none", "target", "none: is "), ("zeros", "target", "zeros: holds nothing"),
                 ("noise", "target", "is damaged"), ("wrong sum", "target", "is damaged"),
                 ("without an end", "target", "cut off: the mark at its end is missing"),
+                ("pause", "target", "too much stands between its files"),
                 ("twice", "target", "no archive of a known"), ("a", "shut folder", "Permission denied"),
                 ("a", "shut folder/new", "new: No such file"), ("a", "text", "text: Not a directory"),
                 ("a", "text/new", "Not a directory"), ("a", "/proc/new", "/proc/new: No such file")):
             with self.subTest(archive, target=target):
                 self.refuse(text, "#uzip", self.path(archive), self.path(target), **as_user())
+                self.assertEqual(read_tree(self.target), {})
 
 
 if __name__ == "__main__":

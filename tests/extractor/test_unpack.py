@@ -45,7 +45,6 @@ FORMATS = {  # the archive's ending, how a shell makes it, the tree that comes o
     "tar.gz of tar, with holes": (".tar.gz", 'fallocate -d Comp/zeros; tar -Sczf "$1" Comp', COMPONENT),
     "tar.bz2 in many blocks": (".tar.bz2", 'tar -c Comp | bzip2 -1 > "$1"', COMPONENT),
     "tar.bz2 in two streams and trailing garbage": (".tar.bz2", '(tar -c Comp | split -b 999999 --filter=bzip2 -; echo end) > "$1"', COMPONENT),
-    "tar.xz of tar": (".tar.xz", 'tar -cJf "$1" Comp', COMPONENT),
     "tar.xz in two streams": (".tar.xz", 'tar -c Comp | split -b 999999 --filter=xz - > "$1"', COMPONENT),
     "tar.xz in many blocks": (".tar.xz", 'tar -c Comp | xz -T2 --block-size=100000 > "$1"', COMPONENT),
     "tar.7z of 7z": (".tar.7z", 'tar -cf t.tar Comp; 7z a "$1" t.tar', COMPONENT),
@@ -53,7 +52,6 @@ FORMATS = {  # the archive's ending, how a shell makes it, the tree that comes o
     "tar.7z of 7z, in a folder": (".tar.7z", 'mkdir s; tar -cf s/t.tar Comp; 7z a "$1" s', COMPONENT),
     "tar.7z of a pipe": (".tar.7z", 'tar -c Comp | 7z a -si "$1"', COMPONENT),
     "two tars in one": (".tar.gz", '(tar -c Comp/bin; tar -c Comp) | gzip > "$1"', COMPONENT),
-    "no compression": (".tar.gz", 'tar -cf "$1" Comp', COMPONENT),
     "no compression, a zip at the end": (".tar.gz", 'printf "PK\\5\\6" > z; head -c18 /dev/zero >> z; chmod 644 z; tar -cf "$1" Comp z', {**COMPONENT, "z": (0o644, b"PK\5\6" + bytes(18))}),
     "another compression": (".tar.gz", 'tar -c Comp | zstd > "$1"', COMPONENT),
     "zip named as a tar": (".tar.xz", 'zip -qryX x.zip Comp; mv x.zip "$1"', COMPONENT),
@@ -113,8 +111,7 @@ class Formats(ExtractorTest):
                                stdout=subprocess.DEVNULL)
                 self.assertEqual(read_tree(target), COMPONENT)
 
-    def test_a_reader_that_stands_still_holds_nothing_up(self):
-        archive = self.pack(COMPONENT, 'tar -czf "$1" Comp')
+        # A reader that stands still holds nothing up.
         reader, writer = os.pipe()
         with open(reader, "rb"), open(writer, "wb", buffering=0) as full:
             full.write(bytes(fcntl.fcntl(reader, fcntl.F_GETPIPE_SZ)))

@@ -79,12 +79,6 @@ def replace(build, noise=b"new"):
     return add(CORE + NAME, ("zeft core é/version.info", build), ("zeft core é/x", noise))
 
 
-def describe_by_pipe(source):
-    source.describe = lambda: None
-    os.unlink(source.path / "repository.json")
-    os.mkfifo(source.path / "repository.json")
-
-
 def move_arm(source):
     os.rename(source.path / "bsp/arm", source.path / "new")
     source.json["directories"][3]["path"] = "new"
@@ -101,7 +95,8 @@ BUILDS = {
         (package(pages=""), 'the key "pages" is none of')]),
     "list for a description": (REFUSED, [
         (lambda source: setattr(source, "json", []), "ZR007: it is not an object")]),
-    "pipe for a description": (REFUSED, [(describe_by_pipe, "it is no file")]),
+    "device for a description": (REFUSED, [(put(lambda path: (
+        path.unlink(), path.symlink_to("/dev/null")), "repository.json"), "it is no file")]),
     "places": (REFUSED, [
         (directory("core/nowhere"), "core/nowhere: error ZR001: No such file"),
         (directory("../core"), '".." is not a name'),
@@ -325,11 +320,10 @@ class TestBuild(unittest.TestCase):
         os.mkdir("site/zeft.work")
         shutil.copytree("source", "site/zeft/source")
         pathlib.Path("victim").write_text("x")
-        for place, site, lock in (("site/zeft/source", "site", None), ("source", "source/bsp/x86/site", None),
-                                  ("source", "site", "victim")):
-            if lock:
-                os.symlink("../" + lock, "site/zeft.lock")
+        for place, site in ("site/zeft/source", "site"), ("source", "source/bsp/x86/site"):
             self.assertEqual(run(REPO, "build", place, site).returncode, 1)
+        os.symlink("../victim", "site/zeft.lock")
+        self.assertEqual(self.try_to_build().returncode, 1)
         self.assertTrue(os.path.exists("site/zeft/source/repository.json"))
         self.assertEqual(pathlib.Path("victim").read_text(), "x")
 

@@ -110,9 +110,8 @@ def make_certificate(number, days):
             -out {number}.pem""", shell=True, check=True, capture_output=True)
 
 
-def serve(sockets):
+def serve(ports, sockets):
     """Starts nginx in the working directory, with the settings of the demo beside those above."""
-    ports = [socket.getsockname()[1] for socket in sockets]
     locations = "".join(f"location /servers/{i}/{place} {{ {settings} }}\n"
                         for i, (_, place, settings, _) in enumerate(SERVERS))
     servers = "".join(f"""server {{
@@ -126,11 +125,10 @@ def serve(sockets):
         error_log error.log; events {{ }}
         http {{ access_log off; client_body_temp_path t; proxy_temp_path t; fastcgi_temp_path t;
                 uwsgi_temp_path t; scgi_temp_path t; {servers} }}""")
-    numbers = [socket.fileno() for socket in sockets]
     return subprocess.Popen(["setpriv", "--pdeathsig", "TERM", "nginx", "-p", os.getcwd() + "/",
-                             "-e", "error.log", "-c", "nginx.conf"], pass_fds=numbers,
+                             "-e", "error.log", "-c", "nginx.conf"], pass_fds=sockets,
                             env={**os.environ, "PATH": os.environ["PATH"] + ":/usr/sbin",
-                                 "NGINX": "".join(f"{number};" for number in numbers)})
+                                 "NGINX": "".join(f"{socket};" for socket in sockets)})
 
 
 class TestCheck(unittest.TestCase):
@@ -157,7 +155,7 @@ class TestCheck(unittest.TestCase):
         # nginx takes over sockets that listen already, so that nobody waits for it.
         sockets = [socket.create_server(("127.0.0.1", 0)) for _ in CERTIFICATES]
         cls.ports = [s.getsockname()[1] for s in sockets]
-        nginx = serve(sockets)
+        nginx = serve(cls.ports, [s.fileno() for s in sockets])
         for s in sockets:
             s.close()
         cls.url = f"https://localhost:{cls.ports[0]}"

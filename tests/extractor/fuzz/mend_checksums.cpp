@@ -12,66 +12,46 @@ namespace {
 
 /// The bytes of a file. Numbers are unsigned and begin with their lowest byte; what would lie
 /// outside of the file reads as 0 and is not written.
-class Bytes
+struct Bytes
 {
-public:
-    Bytes(std::uint8_t *data, std::size_t size)
-        : m_data(data)
-        , m_size(size)
+    std::uint8_t *data;
+    std::size_t size;
+
+    std::string_view Text() const { return {reinterpret_cast<const char *>(data), size}; }
+    bool Has(std::size_t offset, std::size_t count) const
     {
+        return offset <= size && count <= size - offset;
     }
 
-    std::size_t Size() const { return m_size; }
-    std::uint8_t *At(std::size_t offset) { return m_data + offset; }
-    bool Has(std::size_t offset, std::size_t size) const
-    {
-        return offset <= m_size && size <= m_size - offset;
-    }
-
-    bool Is(std::size_t offset, std::string_view text) const
-    {
-        return Has(offset, text.size())
-               && std::memcmp(m_data + offset, text.data(), text.size()) == 0;
-    }
-
-    std::size_t Find(std::string_view text, std::size_t offset) const
-    {
-        return std::string_view(reinterpret_cast<const char *>(m_data), m_size).find(text, offset);
-    }
-
-    std::uint64_t Get(std::size_t offset, std::size_t size) const
+    std::uint64_t Get(std::size_t offset, std::size_t count) const
     {
         std::uint64_t number = 0;
-        for (std::size_t i = Has(offset, size) ? size : 0; i-- > 0;) {
-            number = number << 8U | m_data[offset + i];
+        for (std::size_t i = Has(offset, count) ? count : 0; i-- > 0;) {
+            number = number << 8U | data[offset + i];
         }
         return number;
     }
 
-    void Put(std::size_t offset, std::size_t size, std::uint64_t number)
+    void Put(std::size_t offset, std::size_t count, std::uint64_t number)
     {
-        for (std::size_t i = 0; Has(offset, size) && i < size; ++i) {
-            m_data[offset + i] = static_cast<std::uint8_t>(number >> 8 * i);
+        for (std::size_t i = 0; Has(offset, count) && i < count; ++i) {
+            data[offset + i] = static_cast<std::uint8_t>(number >> 8 * i);
         }
     }
 
-    std::uint64_t Crc(std::size_t offset, std::size_t size) const
+    std::uint64_t Crc(std::size_t offset, std::size_t count) const
     {
-        return Has(offset, size) ? ::crc32(0, m_data + offset, static_cast<uInt>(size)) : 0;
+        return Has(offset, count) ? ::crc32(0, data + offset, static_cast<uInt>(count)) : 0;
     }
-
-private:
-    std::uint8_t *m_data;
-    std::size_t m_size;
 };
 
 void MendSevenZip(Bytes file)
 {
     constexpr std::size_t kStart = 32; // size of the signature header
-    if (file.Size() < kStart) {
+    if (file.size < kStart) {
         return;
     }
-    const std::uint64_t room = file.Size() - kStart;
+    const std::uint64_t room = file.size - kStart;
     const std::uint64_t size = std::min(file.Get(20, 8), room);
     const std::uint64_t offset = std::min(file.Get(12, 8), room - size);
     file.Put(12, 8, offset);
@@ -84,14 +64,15 @@ void MendTar(Bytes file)
 {
     constexpr std::size_t kBlock = 512;
     for (std::size_t at = 0; file.Has(at, kBlock); at += kBlock) {
-        if (!file.Is(at + 257, "ustar")) {
+        if (file.Text().substr(at + 257, 5) != "ustar") {
             continue;
         }
-        std::memset(file.At(at + 148), ' ', 8);
-        const unsigned sum = std::accumulate(file.At(at), file.At(at + kBlock), 0U);
+        std::uint8_t *const header = file.data + at;
+        std::memset(header + 148, ' ', 8);
+        const unsigned sum = std::accumulate(header, header + kBlock, 0U);
         char text[8];
         std::snprintf(text, sizeof text, "%06o", sum & 0777777U);
-        std::memcpy(file.At(at + 148), text, 7);
+        std::memcpy(header + 148, text, 7);
     }
 }
 
@@ -113,14 +94,15 @@ void MendZipEntry(Bytes &file, std::size_t central, std::size_t local, std::size
     if (is_stored) {
         file.Put(central + 16, 4, file.Crc(data, file.Get(central + 20, 4)));
     }
-    std::memmove(file.At(local + 14), file.At(central + 16), kCommonSize);
-    std::memmove(file.At(local + kLocalSize), file.At(central + kCentralSize), name_size);
+    std::memmove(file.data + local + 14, file.data + central + 16, kCommonSize);
+    std::memmove(file.data + local + kLocalSize, file.data + central + kCentralSize, name_size);
 }
 
 std::vector<std::size_t> FindAll(const Bytes &file, std::string_view signature, std::size_t end)
 {
     std::vector<std::size_t> places;
-    for (auto at = file.Find(signature, 0); at < end; at = file.Find(signature, at + 4)) {
+    const std::string_view text = file.Text();
+    for (auto at = text.find(signature); at < end; at = text.find(signature, at + 4)) {
         places.push_back(at);
     }
     return places;
@@ -129,8 +111,8 @@ std::vector<std::size_t> FindAll(const Bytes &file, std::string_view signature, 
 /// Takes the first local header for that of the first central one, and so on.
 void MendZip(Bytes file)
 {
-    const auto ends = FindAll(file, "PK\5\6", file.Size());
-    const std::size_t end = ends.empty() ? file.Size() : ends.back();
+    const auto ends = FindAll(file, "PK\5\6", file.size);
+    const std::size_t end = ends.empty() ? file.size : ends.back();
     auto centrals = FindAll(file, "PK\1\2", end);
     const std::size_t directory = centrals.empty() ? end : centrals.front();
     auto locals = FindAll(file, "PK\3\4", directory);
@@ -143,17 +125,17 @@ void MendZip(Bytes file)
     file.Put(end + 10, 2, centrals.size());
     file.Put(end + 12, 4, end - directory);
     file.Put(end + 16, 4, directory);
-    file.Put(end + 20, 2, file.Size() - end - 22);
+    file.Put(end + 20, 2, file.size - end - 22);
 }
 
 } // namespace
 
 void MendChecksums(std::uint8_t *data, std::size_t size)
 {
-    const Bytes file(data, size);
-    if (file.Is(0, "7z\xbc\xaf\x27\x1c")) {
+    const Bytes file = {data, size};
+    if (file.Text().substr(0, 6) == "7z\xbc\xaf\x27\x1c") {
         MendSevenZip(file);
-    } else if (file.Is(0, "PK")) {
+    } else if (file.Text().substr(0, 2) == "PK") {
         MendZip(file);
     } else {
         MendTar(file);
