@@ -4,7 +4,6 @@
 #include "checks/archive_check.h"
 #include "files.h"
 #include "jobs.h"
-#include "site/release.h"
 #include "time_stamp.h"
 #include "unpack.h"
 

@@ -1,8 +1,8 @@
 #include "site/swap.h"
 
 #include "Repository/names.h"
+#include "checks/list_check.h"
 #include "files.h"
-#include "site/release.h"
 
 #include <QFileInfo>
 #include <QSet>
