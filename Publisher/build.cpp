@@ -33,6 +33,7 @@ struct Places
 struct Draft
 {
     Release before;
+    Release previous; // the one before that, or a newer one that was taken back
     Release next;
     bool has_new_pages = false;
 };
@@ -178,6 +179,7 @@ Draft MakeDraft(const RepositorySource &source, const Release &next, const Place
 {
     Draft draft;
     draft.before = ReadRelease(places.live);
+    draft.previous = ReadRelease(places.live + ".previous");
     draft.next = next;
     TakeArchives(source, places, draft, findings, progress);
     draft.has_new_pages = PackChangedPages(source, draft.before, draft.next, places);
@@ -194,11 +196,10 @@ Change PagesChange(const Release &before, bool is_new)
 }
 
 /// The releases that users may have: the one that is served, and a newer one that was taken back.
-QList<Release> FormerReleases(const Draft &draft, const QString &site_dir)
+QList<Release> FormerReleases(const Draft &draft)
 {
-    const Release previous = ReadRelease(site_dir + "/zeft.previous");
-    if (previous.number > draft.before.number)
-        return {draft.before, previous};
+    if (draft.previous.number > draft.before.number)
+        return {draft.before, draft.previous};
     return {draft.before};
 }
 
@@ -246,7 +247,7 @@ void Apply(Draft &draft, const Places &places, SiteFolder &site, BuildResult &re
         std::any_of(result.changes.begin(), result.changes.end(),
                     [](const Change &change) { return change.kind != Change::Unchanged; });
     if (is_change) {
-        draft.next.number = std::max(draft.before.number, ReleaseNumber(site.Previous())) + 1;
+        draft.next.number = std::max(draft.before.number, draft.previous.number) + 1;
         Complete(draft, places);
         result.is_at_once = site.Publish();
         result.outcome = Outcome::Published;
@@ -321,8 +322,8 @@ BuildResult Build(const QString &source_dir, const QString &site_dir, BuildMode 
     MakeFolder(places.trials);
 
     Draft draft = MakeDraft(source, next, places, result.findings, progress);
-    CheckDates(FormerReleases(draft, QDir(site_dir).path()), draft.next,
-               QDateTime::currentDateTimeUtc().date(), result.findings);
+    CheckDates(FormerReleases(draft), draft.next, QDateTime::currentDateTimeUtc().date(),
+               result.findings);
     result.changes = CompareReleases(draft.before, draft.next, places.live);
     result.changes.append(PagesChange(draft.before, draft.has_new_pages));
     result.dated_by_build = DatedByBuild(source, draft.next);
