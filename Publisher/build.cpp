@@ -126,7 +126,6 @@ void TakeArchives(const RepositorySource &source, const Places &places, Draft &d
     for (int i = 0; i < source.components.size(); ++i) {
         FileLine &line = draft.next.lists.files[i];
         line = LineOf(source.components[i], draft.next.sources[NameOf(line)]);
-        draft.next.files[NameOf(line)] = line;
     }
 }
 

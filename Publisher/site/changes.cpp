@@ -25,10 +25,14 @@ QString NoticeOf(const FileLine &before, const FileLine &next, bool is_same_cont
 void CompareFiles(const Release &before, const Release &next, const QString &live,
                   QList<Change> &changes)
 {
+    QHash<QString, FileLine> old_files; // by their names
+    for (const FileLine &file : before.lists.files)
+        old_files[NameOf(file)] = file;
     for (const FileLine &file : next.lists.files) {
         const QString name = NameOf(file);
-        const FileLine old = before.files.value(name);
-        if (!before.files.contains(name)) {
+        const bool is_added = !old_files.contains(name);
+        const FileLine old = old_files.take(name);
+        if (is_added) {
             changes.append(
                 {Change::Added, name,
                  QString("for %1, into ROOT%2")
@@ -42,7 +46,7 @@ void CompareFiles(const Release &before, const Release &next, const QString &liv
             changes.append({Change::Changed, name, NoticeOf(old, file, is_same)});
     }
     for (const FileLine &file : before.lists.files)
-        if (!next.files.contains(NameOf(file)))
+        if (old_files.contains(NameOf(file)))
             changes.append({Change::Removed, NameOf(file), "whoever has it keeps it"});
 }
 

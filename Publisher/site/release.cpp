@@ -51,9 +51,6 @@ Release ReadRelease(const QString &dir)
     Release release;
     Findings damage; // what can't be read is to be made anew
     release.lists = ReadLists(dir, damage);
-    for (const FileLine &file : qAsConst(release.lists.files))
-        release.files.insert(NameOf(file), file);
-
     const QJsonObject record = ReadRecord(dir);
     release.number = NumberIn(record);
     release.has_our_rules = record[kMaker].toString() == ZEFT_VERSION;

@@ -25,7 +25,6 @@ struct Release
     int number = 0;            // grows with each; 0: not made by zeft_repo, or by an old one
     bool has_our_rules = true; // made by this version of zeft_repo
     Lists lists;
-    QHash<QString, FileLine> files;       // by their names
     QHash<QString, SourceRecord> sources; // by their paths in the source
 };
 
