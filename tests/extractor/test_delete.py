@@ -87,5 +87,4 @@ class Delete(ExtractorTest):
         self.assertEqual(read_tree(self.target), {})
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()

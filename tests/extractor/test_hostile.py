@@ -225,5 +225,4 @@ class Hostile(ExtractorTest):
                 self.assertEqual(read_tree(self.target), {})
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()

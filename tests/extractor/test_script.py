@@ -67,13 +67,12 @@ class Script(ExtractorTest):
         python = "#!/usr/bin/env python3\nimport os, sys\nprint(os.getcwd(), sys.argv[0])\n"
         shell = 'echo "$PWD $0"; read -r line || echo nothing'
         place = f"{self.folder} {self.script}\n"
-        of_windows = python.replace("\n", "\r\n")
         for name, text, mode, said in (
                 ("without a first line", shell, 0o755, place + "nothing\n"),
                 ("not executable", python, 0o644, place),
                 ("not executable, without a first line", shell, 0o644, place + "nothing\n"),
                 ("one argument", "#! /usr/bin/printf \t[%s %%]\t", 0o644, f"[{self.script} %]"),
-                ("lines that end as on Windows", of_windows, 0o644, place),
+                ("lines that end as on Windows", python.replace("\n", "\r\n"), 0o644, place),
                 ("error output, too", "echo error >&2", 0o755, "error\n"),
                 ("no signal blocked", "#!/usr/bin/env python3\nimport signal\n"
                  "print(signal.pthread_sigmask(0, ()))", 0o755, "set()\n"),
@@ -133,5 +132,4 @@ class Script(ExtractorTest):
         self.fail("after a minute there still live " + str([p for p in self.started() if lives(p)]))
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()

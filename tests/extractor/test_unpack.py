@@ -30,17 +30,16 @@ COMPONENT = {
     "Comp/shut/in": (0o644, b"x" * 5000),
     "Comp/zeros": (0o644, bytes(3_000_000)),
 }
-WITHOUT_LINKS = {path: entry for path, entry in COMPONENT.items() if entry[0] is not None}
 # What a cabinet can hold of it: no permissions, no links, no empty folders.
 IN_CABINET = {path: (0o777 if content is None else 0o666, content)
-              for path, (_, content) in WITHOUT_LINKS.items() if path != "Comp/empty folder"}
+              for path, (mode, content) in COMPONENT.items()
+              if mode is not None and path != "Comp/empty folder"}
 
 FORMATS = {  # the archive's ending, how a shell makes it, the tree that comes out
     "zip of zip": (".zip", 'zip -qryX "$1" Comp', COMPONENT),
     "zip of bsdtar, by a pipe": (".zip", 'bsdtar --format zip -cf - Comp > "$1"', COMPONENT),
     "zip64": (".zip", 'zip -qryX -fz "$1" Comp', COMPONENT),
     "cab of gcab": (".cab", 'find Comp -type f -print0 | xargs -0 gcab -cz "$1"', IN_CABINET),
-    "tar.gz of tar": (".tar.gz", 'tar -czf "$1" Comp', COMPONENT),
     "tar.gz in two members and trailing garbage": (".tar.gz", '(tar -c Comp | split -b 99999 --filter=gzip -; echo end) > "$1"', COMPONENT),
     "tar.gz of tar, with holes": (".tar.gz", 'fallocate -d Comp/zeros; tar -Sczf "$1" Comp', COMPONENT),
     "tar.bz2 in many blocks": (".tar.bz2", 'tar -c Comp | bzip2 -1 > "$1"', COMPONENT),
@@ -55,7 +54,6 @@ FORMATS = {  # the archive's ending, how a shell makes it, the tree that comes o
     "no compression, a zip at the end": (".tar.gz", 'printf "PK\\5\\6" > z; head -c18 /dev/zero >> z; chmod 644 z; tar -cf "$1" Comp z', {**COMPONENT, "z": (0o644, b"PK\5\6" + bytes(18))}),
     "another compression": (".tar.gz", 'tar -c Comp | zstd > "$1"', COMPONENT),
     "zip named as a tar": (".tar.xz", 'zip -qryX x.zip Comp; mv x.zip "$1"', COMPONENT),
-    "tar named as a zip": (".zip", 'tar -cJf "$1" Comp', COMPONENT),
     "7z that holds the files": (".zip", '7z a x.7z -snl Comp; mv x.7z "$1"', COMPONENT),
 }
 
@@ -131,7 +129,7 @@ class Formats(ExtractorTest):
                 self.assertEqual((run.stdout.split()[-2:], run.stderr), (["Avail", "0"], ""))
 
     def test_few_threads_or_none_suffice(self):
-        for name in ("zip of zip", "tar.gz of tar", "tar.bz2 in many blocks",
+        for name in ("zip of zip", "tar.gz of tar, with holes", "tar.bz2 in many blocks",
                      "tar.xz in many blocks", "tar.7z in many blocks"):
             ending, line, _ = FORMATS[name]
             archive = self.pack(COMPONENT, line, ending)
@@ -185,5 +183,4 @@ class Formats(ExtractorTest):
                 self.succeed("#ddir", self.path("target", "C"))
 
 
-if __name__ == "__main__":
-    unittest.main()
+unittest.main()
