@@ -12,10 +12,10 @@ from support import EXTRACTOR, ExtractorTest, as_user, make_tree, read_tree
 class Delete(ExtractorTest):
     def test_all_it_holds(self):
         others = {"D": (0o755, None), "D/f": (0o644, b"x")}
-        tree = {"C/f": (0o444, b"x"), "C/.hidden": (0o644, b""), "C/shut": (0o000, None),
-                "C/shut/in": (0o444, b"x"), "C/empty": (0o555, None), "C/out": (None, "../D"),
-                "C/loop": (None, "."), "C/dangling": (None, "nothing"), "link": (None, "D"),
-                "link 2": (None, "D"), "dangling": (None, "nothing")}
+        tree = {"C": (0o400, None), "C/f": (0o444, b"x"), "C/.hidden": (0o644, b""),
+                "C/shut": (0o000, None), "C/shut/in": (0o444, b"x"), "C/fixed": (0o555, None),
+                "C/fixed/empty": (0o755, None), "C/out": (None, "../D"), "C/loop": (None, "."),
+                "link": (None, "D"), "link 2": (None, "D"), "dangling": (None, "nothing")}
         make_tree(self.target, {**others, **tree})
         if os.geteuid() == 0:
             subprocess.run(["chown", "-hR", "65534", self.target], check=True)
