@@ -99,7 +99,7 @@ class Formats(ExtractorTest):
                 self.assertTrue(os.path.isfile(self.path(name, expected)))
                 self.assertEqual(os.stat(self.path(name, expected)).st_mode & 0o022, 0)
 
-    def test_closed_and_broken_streams(self):
+    def test_closed_broken_and_full_streams_hold_nothing_up(self):
         archive = self.pack(COMPONENT, 'tar -czf "$1" Comp')
         for streams in ("<&-", ">&-", "2>&-", "<&- >&- 2>&-", "| true", ">/dev/full 2>&1"):
             with self.subTest(streams):
@@ -109,7 +109,6 @@ class Formats(ExtractorTest):
                                stdout=subprocess.DEVNULL)
                 self.assertEqual(read_tree(target), COMPONENT)
 
-        # A reader that stands still holds nothing up.
         reader, writer = os.pipe()
         with open(reader, "rb"), open(writer, "wb", buffering=0) as full:
             full.write(bytes(fcntl.fcntl(reader, fcntl.F_GETPIPE_SZ)))

@@ -106,8 +106,8 @@ def make_certificate(number, days):
     subprocess.run(f"""openssl req -new -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes \
             -subj /CN=localhost -addext subjectAltName=DNS:localhost -keyout {number}.key \
             -out {number}.csr &&
-        openssl x509 -req -in {number}.csr -signkey {number}.key -days {days} -copy_extensions copy \
-            -out {number}.pem""", shell=True, check=True, capture_output=True)
+        openssl x509 -req -in {number}.csr -signkey {number}.key -days {days} \
+            -copy_extensions copy -out {number}.pem""", shell=True, check=True, capture_output=True)
 
 
 def serve(ports, sockets):
