@@ -107,7 +107,7 @@ def make_certificate(number, days):
             -subj /CN=localhost -addext subjectAltName=DNS:localhost -keyout {number}.key \
             -out {number}.csr &&
         openssl x509 -req -in {number}.csr -signkey {number}.key -days {days} \
-            -copy_extensions copy -out {number}.pem""", shell=True, check=True, capture_output=True)
+            -copy_extensions copy -out {number}.pem""", shell=True, check=True)
 
 
 def serve(ports, sockets):
