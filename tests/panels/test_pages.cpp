@@ -214,6 +214,8 @@ void TestPages::LaysOutTexts()
         text.setHtml(html.arg(size[1], "100%") + html.arg(size[1], "100%"));
         QCOMPARE(shown->toHtml(), text.toHtml());
     }
+    widget.SetHtmlText("<table><tr><td colspan='9999'>");
+    QCOMPARE(shown->document()->findChild<QTextTable *>()->columns(), 32);
     widget.SetPlainText("<b>");
     QCOMPARE(shown->toPlainText(), QString("<b>"));
 }

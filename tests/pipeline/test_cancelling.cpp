@@ -30,7 +30,7 @@ private:
     void Queue(Installation &installation, const QString &stems);
 
     QTemporaryDir m_site;
-    NginxServer m_server{m_site.path(), 600000};
+    NginxServer m_server{m_site.path(), 350000};
     Repository m_repository{m_site.path()};
 };
 
