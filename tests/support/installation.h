@@ -2,7 +2,7 @@
 
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
-#include "support/files.h"
+#include "support/sample_files.h"
 
 #include <QMessageBox>
 #include <QTemporaryDir>

@@ -1,6 +1,6 @@
 #include "support/nginx_server.h"
 
-#include "support/files.h"
+#include "support/sample_files.h"
 
 #include <QTcpServer>
 #include <QTcpSocket>

@@ -1,6 +1,6 @@
 #include "support/repository.h"
 
-#include "support/files.h"
+#include "support/sample_files.h"
 
 #include <QDir>
 #include <QProcess>

@@ -2,8 +2,8 @@
 // Whatever a kill leaves, the next run goes on with it or begins anew, and the end is right.
 
 #include "app/datasingleton.h"
-#include "support/files.h"
 #include "support/nginx_server.h"
+#include "support/sample_files.h"
 #include "transfer/filedownloader.h"
 
 #include <QCoreApplication>

@@ -1,4 +1,4 @@
-#include "support/files.h"
+#include "support/sample_files.h"
 
 #include <QDataStream>
 #include <QDateTime>
