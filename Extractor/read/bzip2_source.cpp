@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bzlib.h>
 #include <lzma.h>
 
 namespace {
@@ -15,6 +14,10 @@ constexpr std::uint64_t kEndMark = 0x177245385090;
 constexpr int kMarkSize = 48; // bits
 constexpr int kBlockSumSize = 32;
 constexpr int kHeaderSize = 32; // "BZh" and a digit
+
+// bzip2 packs about 900 kB into a block, but 50 times as much where there are long runs of equal
+// bytes.
+constexpr std::size_t kStartSize = std::size_t{4} * 1024 * 1024;
 
 constexpr std::size_t kRefillSize = std::size_t{256} * 1024;
 constexpr std::size_t kLongestBlock =
@@ -91,35 +94,52 @@ private:
     int m_count = 0; // bits in it
 };
 
-/// Decompresses a whole bzip2 stream of one block.
-std::string DecompressBlock(std::string compressed)
+} // namespace
+
+Bzip2Block::Bzip2Block(std::string compressed)
+    : m_compressed(std::move(compressed))
+    , m_start(new char[kStartSize])
 {
-    constexpr std::size_t kBlockSize = 900'000; // run-length encoding may make it larger
-    bz_stream stream = {};
-    if (BZ2_bzDecompressInit(&stream, 0, 0) != BZ_OK)
+    if (BZ2_bzDecompressInit(&m_stream, 0, 0) != BZ_OK)
         throw std::bad_alloc();
-    stream.next_in = compressed.data();
-    stream.avail_in = static_cast<unsigned>(compressed.size());
-    std::string bytes;
-    std::size_t size = 0;
-    int result = BZ_OK;
-    while (result == BZ_OK && stream.avail_out == 0) {
-        bytes.resize(size + kBlockSize);
-        stream.next_out = bytes.data() + size;
-        stream.avail_out = kBlockSize;
-        result = BZ2_bzDecompress(&stream);
-        size = bytes.size() - stream.avail_out;
-    }
-    BZ2_bzDecompressEnd(&stream);
-    if (result == BZ_MEM_ERROR)
-        throw std::bad_alloc();
-    if (result != BZ_STREAM_END)
-        throw Damaged();
-    bytes.resize(size);
-    return bytes;
+    m_stream.next_in = m_compressed.data();
+    m_stream.avail_in = static_cast<unsigned>(m_compressed.size());
+    // Where no thread can be had, the start is decompressed when its turn comes.
+    m_startSize = std::async([this] { return Decompress(m_start.get(), kStartSize); });
 }
 
-} // namespace
+Bzip2Block::~Bzip2Block()
+{
+    if (m_startSize.valid())
+        m_startSize.wait();
+    BZ2_bzDecompressEnd(&m_stream);
+}
+
+std::size_t Bzip2Block::Read(char *to, std::size_t room)
+{
+    if (m_startSize.valid())
+        m_startLeft = {m_start.get(), m_startSize.get()};
+    if (m_startLeft.empty())
+        return Decompress(to, room);
+    const std::size_t size = m_startLeft.copy(to, room);
+    m_startLeft.remove_prefix(size);
+    return size;
+}
+
+std::size_t Bzip2Block::Decompress(char *to, std::size_t room)
+{
+    if (m_ended)
+        return 0;
+    m_stream.next_out = to;
+    m_stream.avail_out = static_cast<unsigned>(room);
+    const int result = BZ2_bzDecompress(&m_stream);
+    if (result == BZ_MEM_ERROR)
+        throw std::bad_alloc();
+    m_ended = result == BZ_STREAM_END;
+    if (!m_ended && (result != BZ_OK || m_stream.avail_out > 0))
+        throw Damaged();
+    return room - m_stream.avail_out;
+}
 
 Bzip2Source::Bzip2Source(ByteSource &compressed)
     : m_compressed(compressed)
@@ -128,19 +148,17 @@ Bzip2Source::Bzip2Source(ByteSource &compressed)
 
 std::size_t Bzip2Source::Read(char *to, std::size_t room)
 {
-    while (m_read == m_block.size()) {
+    for (;;) {
         while (m_blocks.size() < WorkerCount() && StartNextBlock()) {
         }
         if (m_blocks.empty())
             return 0;
-        m_block = m_blocks.front().get();
+        const std::size_t size = m_blocks.front().Read(to, room);
+        m_crc = lzma_crc32(reinterpret_cast<const std::uint8_t *>(to), size, m_crc);
+        if (size > 0)
+            return size;
         m_blocks.pop_front();
-        m_read = 0;
     }
-    const std::size_t size = m_block.copy(to, room, m_read);
-    m_read += size;
-    m_crc = lzma_crc32(reinterpret_cast<const std::uint8_t *>(to), size, m_crc);
-    return size;
 }
 
 /// Hands the next block to a thread; false at the end of the file.
@@ -167,8 +185,7 @@ bool Bzip2Source::StartNextBlock()
         stream.Add(kEndMark, kMarkSize);
         stream.Add(sum, kBlockSumSize);
         m_at = end;
-        // Where no thread can be had, a block is decompressed when its turn comes.
-        m_blocks.push_back(std::async(DecompressBlock, stream.Take()));
+        m_blocks.emplace_back(stream.Take());
         return true;
     }
     return false;

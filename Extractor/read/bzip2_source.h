@@ -2,10 +2,38 @@
 
 #include "read/byte_source.h"
 
+#include <bzlib.h>
 #include <cstdint>
 #include <deque>
 #include <future>
+#include <memory>
 #include <string>
+#include <string_view>
+
+/// What one block of a bzip2 file holds. A thread decompresses the first bytes of it, which are all
+/// of most blocks. The others are decompressed as they are read, so that no memory is taken for
+/// them: writing to new memory takes longer than decompressing long runs of equal bytes.
+class Bzip2Block : public ByteSource
+{
+public:
+    /// \a compressed is a whole bzip2 stream of one block.
+    explicit Bzip2Block(std::string compressed);
+    ~Bzip2Block() override;
+    Bzip2Block(const Bzip2Block &) = delete;
+    Bzip2Block &operator=(const Bzip2Block &) = delete;
+
+    std::size_t Read(char *to, std::size_t room) override;
+
+private:
+    std::size_t Decompress(char *to, std::size_t room);
+
+    std::string m_compressed;
+    bz_stream m_stream = {};
+    bool m_ended = false;                 // nothing is left to be decompressed
+    std::unique_ptr<char[]> m_start;      // the first bytes
+    std::future<std::size_t> m_startSize; // valid until the first bytes have been waited for
+    std::string_view m_startLeft;         // those of them that have not been read
+};
 
 /// What a bzip2 file holds, decompressed on all processors.
 ///
@@ -33,10 +61,8 @@ private:
     std::string m_input;  // bytes of the file that no thread has got yet
     std::size_t m_at = 0; // offset in m_input, in bits, of the next bit to look at
     bool m_inputEnded = false;
-    bool m_inStream = false; // m_at is between a stream's header and its end mark
-    std::uint32_t m_sum = 0; // combined checksum of the stream's blocks so far
-    std::deque<std::future<std::string>> m_blocks; // that are being decompressed, in their order
-    std::string m_block;                           // the decompressed block that is being read
-    std::size_t m_read = 0;                        // bytes of m_block
-    std::uint32_t m_crc = 0;                       // CRC-32 of all bytes read so far
+    bool m_inStream = false;         // m_at is between a stream's header and its end mark
+    std::uint32_t m_sum = 0;         // combined checksum of the stream's blocks so far
+    std::deque<Bzip2Block> m_blocks; // that are being decompressed, in their order
+    std::uint32_t m_crc = 0;         // CRC-32 of all bytes read so far
 };

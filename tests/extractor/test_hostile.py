@@ -118,7 +118,7 @@ class Hostile(ExtractorTest):
     def test_damage_is_noticed(self):
         whole = {"C": (0o755, None), "C/version.info": (0o644, b"build : 2024.05.01"),
                  "C/l": (None, "text"), "C/text": (0o644, bytes(range(256)) * 4000),
-                 "C/code": (0o755, b"code " * 99)}
+                 "C/code": (0o755, b"code " * 99), "C/zeros": (0o644, bytes(5_000_000))}
         chance = random.Random(1)
         for kind, pack in {"zip": 'zip -qryX "$1" C', "gz": 'tar -czf "$1" C',
                            "xz": 'tar -cJf "$1" C', "bz2": 'tar -cjf "$1" C',

@@ -43,6 +43,7 @@ FORMATS = {  # the archive's ending, how a shell makes it, the tree that comes o
     "tar.gz in two members and trailing garbage": (".tar.gz", '(tar -c Comp | split -b 99999 --filter=gzip -; echo end) > "$1"', COMPONENT),
     "tar.gz of tar, with holes": (".tar.gz", 'fallocate -d Comp/zeros; tar -Sczf "$1" Comp', COMPONENT),
     "tar.bz2 in many blocks": (".tar.bz2", 'tar -c Comp | bzip2 -1 > "$1"', COMPONENT),
+    "tar.bz2 of one block, most of it zeros": (".tar.bz2", 'head -c9000000 /dev/zero > Comp/zeros; tar -cjf "$1" Comp', {**COMPONENT, "Comp/zeros": (0o644, bytes(9_000_000))}),
     "tar.bz2 in two streams and trailing garbage": (".tar.bz2", '(tar -c Comp | split -b 999999 --filter=bzip2 -; echo end) > "$1"', COMPONENT),
     "tar.xz in two streams": (".tar.xz", 'tar -c Comp | split -b 999999 --filter=xz - > "$1"', COMPONENT),
     "tar.xz in many blocks": (".tar.xz", 'tar -c Comp | xz -T2 --block-size=100000 > "$1"', COMPONENT),
