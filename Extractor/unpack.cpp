@@ -51,7 +51,7 @@ bool IsTarHeader(std::string_view bytes)
     return sum == std::strtoul(std::string(bytes.substr(kSumAt, kSumSize)).c_str(), nullptr, 8);
 }
 
-/// A tar's last file may be a zip.
+/// Asked before whether the file is a zip: a tar whose last file is one ends like a zip.
 bool IsTar(const InputFile &file)
 {
     char start[kTarHeaderSize];

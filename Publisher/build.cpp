@@ -83,7 +83,7 @@ bool IsKnown(const Component &component, const Draft &draft, const QString &live
            && record.IsOf(draft.next.sources[name]) && IsIntact(LineOf(component, record), live);
 }
 
-/// Takes down what was read of the archive \a component, and dates its copy.
+/// Notes what was read of the archive \a component in \a draft, and sets the date of its copy.
 void TakeFacts(const Component &component, const ArchiveFacts &facts, const QString &copy_path,
                Draft &draft)
 {
@@ -101,7 +101,7 @@ void TakeFacts(const Component &component, const ArchiveFacts &facts, const QStr
         SetDate(copy_path, date);
 }
 
-/// Fills in what the archives tell, of the last build if that knew them.
+/// Tries the archives, but for those that the last build has tried, and notes what they tell.
 void TakeArchives(const RepositorySource &source, const Places &places, Draft &draft,
                   Findings &findings, const ShowProgress &progress)
 {

@@ -9,7 +9,8 @@ namespace {
 const int kStretch = 128;
 
 // Summed as differences to zero: gcc has one instruction for 16 absolute differences and their sum,
-// but adds bytes alone by widening them step by step. It must not see that zero is what it is.
+// but adds bytes alone by widening them step by step. That the argument is 0 must stay unknown to
+// it.
 int SumOfStretch(const unsigned char *bytes, unsigned char zero)
 {
     int sum = 0;

@@ -41,7 +41,7 @@ def served(site, prefix):
 
 
 async def carry(reader, writer, delay):
-    """What was read waits for its time in a queue, so that a long line is no slow one."""
+    """Delays each piece by the line's latency, without a limit to how much is on its way."""
     loop, queue = asyncio.get_running_loop(), asyncio.Queue()
 
     async def deliver():

@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds kSilence(100); // so that a busy machine keeps to 200
+// Half of what is promised, as a busy machine wakes a thread late.
+constexpr std::chrono::milliseconds kSilence(100);
 
 } // namespace
 
@@ -28,7 +29,7 @@ void Progress::Start()
     try {
         m_repeater = std::thread(&Progress::Repeat, this);
     } catch (const std::system_error &) {
-        // The work can be done without.
+        // Without this thread only the repeated lines are missing.
     }
 }
 

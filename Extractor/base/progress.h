@@ -28,11 +28,11 @@ public:
 
     /// A number above the work is cut to 99: 100 says that all is done.
     void Reach(std::uint64_t done, std::uint64_t total);
-    /// Says of \a bytes more that they are done.
+    /// Adds \a bytes to the work that is done; \a total is all of it.
     void Advance(std::uint64_t bytes, std::uint64_t total) { Reach(m_done += bytes, total); }
     void Finish();
 
-    /// Passes on what somebody else says of work, be it less than before.
+    /// Prints a percent that a script reports, even one below the last.
     void Tell(int percent);
 
 private:

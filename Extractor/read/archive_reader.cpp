@@ -29,8 +29,8 @@ constexpr FilterMagic kFilters[] = {
     {{"\x5d\0\0", 3}, ARCHIVE_FILTER_LZMA},
 };
 
-/// Left to itself, libarchive would look for a filter in what comes out of a filter, 25 times, and
-/// a file of less than 1 KB could keep it busy for days.
+/// Chooses the one filter that the file's first bytes ask for. By itself libarchive undoes up to 25
+/// layers of compression, and a file of less than 1 KB could keep it busy for days.
 void AppendFilter(archive *handle, const InputFile &file)
 {
     char start[4];

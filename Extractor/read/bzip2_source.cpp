@@ -15,17 +15,16 @@ constexpr int kMarkSize = 48; // bits
 constexpr int kBlockSumSize = 32;
 constexpr int kHeaderSize = 32; // "BZh" and a digit
 
-// bzip2 packs about 900 kB into a block, but 50 times as much where there are long runs of equal
-// bytes.
+// A block holds about 900 kB, but 50 times as much where there are long runs of equal bytes.
 constexpr std::size_t kStartSize = std::size_t{4} * 1024 * 1024;
 
 constexpr std::size_t kRefillSize = std::size_t{256} * 1024;
 constexpr std::size_t kLongestBlock =
     std::size_t{2} * 1024 * 1024; // bytes, compressed; bzip2 makes about 1 MB
 
-/// What the value of one byte says of the mark that may have begun some bytes before: bit k is set
-/// if it can be a block mark that begins k bits into its first byte, bit k + 8 if it can be an end
-/// mark that does.
+/// For each value of a byte, where in a mark it can stand. A mark begins 0 to 7 bits into its first
+/// byte: bit k is set if the byte fits a block mark that begins at bit k, and bit k + 8 if it fits
+/// an end mark that does.
 using Places = std::array<std::uint16_t, 256>;
 
 /// The places for the byte that comes \a byte bytes behind the first byte of a mark.

@@ -10,9 +10,9 @@
 #include <string>
 #include <string_view>
 
-/// What one block of a bzip2 file holds. A thread decompresses the first bytes of it, which are all
-/// of most blocks. The others are decompressed as they are read, so that no memory is taken for
-/// them: writing to new memory takes longer than decompressing long runs of equal bytes.
+/// What one block of a bzip2 file holds. A thread decompresses the first 4 MiB, more than most
+/// blocks hold. Read() decompresses the rest straight into its caller's buffer: for long runs of
+/// equal bytes that is quicker than writing to new memory.
 class Bzip2Block : public ByteSource
 {
 public:

@@ -77,7 +77,7 @@ void DeleteFolder(const std::string &path, Progress &progress)
         if (errno != ENOENT && errno != ENOTDIR)
             throw SystemFailure(path);
     } else {
-        // A link, too, may be the very name by which the system finds one of these.
+        // A link to a system folder is refused, too: programs may find the folder by it.
         ::fstatat(parent.Get(), name.c_str(), &status, 0);
         if (IsProtected(status))
             throw Failure("refusing to delete " + path);

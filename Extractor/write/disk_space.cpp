@@ -26,7 +26,8 @@ std::uint64_t Above(std::uint64_t reserve, std::uint64_t free)
     return free > reserve ? free - reserve : 0;
 }
 
-/// Half of what is left, so that others who write meanwhile are seen in time.
+/// How much may be written before the disk is looked at again: half of what is left at the most, as
+/// others write, too.
 std::uint64_t Allowance(std::uint64_t left, std::uint64_t wanted, std::uint64_t most)
 {
     return std::max(wanted, std::min(left / 2, most));

@@ -15,7 +15,7 @@ std::string ReadDosName(const std::string &bytes);
 /// Reads the name of an archive's entry; an absolute one and one with ".." is a Failure.
 EntryPath ParseEntryPath(std::string_view name);
 
-/// Of a path that is not empty.
+/// The path of the folder above; \a path must not be empty.
 EntryPath ParentOf(const EntryPath &path);
 
 std::string JoinPath(const EntryPath &path);

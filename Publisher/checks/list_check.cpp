@@ -65,8 +65,8 @@ void CheckPlatform(int code, const QString &subject, Findings &findings)
                  QString("%1 is not a platform code; they are %2").arg(code).arg(codes.join(", ")));
 }
 
-/// Files that one machine would take for each other: by their stem in the tree, by their target on
-/// the disk.
+/// Reports files for the same machine that share a stem, by which packages name them, or a folder
+/// to be installed into.
 void CheckRivals(const QList<FileLine> &files, Findings &findings)
 {
     QHash<QString, QString> owners;

@@ -76,8 +76,8 @@ void ComparePackages(const QList<PackageLine> &before, const QList<PackageLine> 
             {Change::Removed, QString("package \"%1\"").arg(it.key()), "its line leaves the tree"});
 }
 
-/// The lines of \a release by what users have: a machine and the name of a file. The directory
-/// doesn't count, as each release may have one of its own.
+/// The lines of \a release by machine and file name, which is how a user's machine knows a file:
+/// its directory may be another one in each release.
 QHash<QString, FileLine> ByMachine(const Release &release)
 {
     QHash<QString, FileLine> lines;

@@ -98,8 +98,8 @@ void SiteFolder::Lock()
               LockPath());
 }
 
-/// A release that was to be published is of no use; one that was to be kept is, once the newer one
-/// has taken its place.
+/// Clears up after a kill. A release that was not yet served is deleted. The one before it becomes
+/// Previous() if a newer one is served already.
 void SiteFolder::Recover()
 {
     if (QFileInfo::exists(Former()) && ReleaseNumber(Former()) < ReleaseNumber(Live()))

@@ -36,7 +36,7 @@ public:
     void WorkUnder(InstallationLock *lock) { installation_lock = lock; }
     /// Starts the heartbeat and the log. Call it once, when DataSingleton exists.
     void Initialize();
-    /// Appends a line to the log: \a level 1 is information, 2 a warning, 3 an error.
+    /// Appends a line to the log in the colour of \a level, see LogLevel.
     void AddMsg(const QString &text, int level);
 
     // Tree (catalogue/mainwindow_ui.cpp)

@@ -85,8 +85,7 @@ QString ShiftDecimal(bool right, int count, QString s)
     if (s.endsWith('.'))
         s.append('0');
 
-    // All places at once: the zeros that the steps would add one by one, then those they would
-    // take.
+    // Adds all missing zeros in one step, and takes away the surplus ones in another.
     int point = s.indexOf('.');
     s.remove(point, 1);
     const auto is_zero = [](QChar c) { return c == '0'; };
