@@ -131,7 +131,7 @@ private:
     // Status (pipeline/mainwindow_status.cpp)
     void UpdateStatus(DN_FILE_STRUCT *record, bool queue_found);
     void LookForDownload(DN_FILE_STRUCT *record, bool queue_found);
-    bool MayComeFromPages(const QString &path) const;
+    bool MayComeFromDescriptions(const QString &path) const;
     void UpdateActivityList();
     void UpdateProgressBars();
 
@@ -160,6 +160,6 @@ private:
     bool closed = false; // the user has confirmed the close: nothing may happen any more
     // Names in the downloads directory before the first archive of pages was unpacked there; unset
     // until then.
-    std::optional<std::set<QString>> files_before_pages;
+    std::optional<std::set<QString>> files_before_descriptions;
     InstallationLock *installation_lock = nullptr; // borrowed; null where no lock is taken
 };

@@ -136,9 +136,9 @@ void MainWindow::WatchDescriptions()
 void MainWindow::AcceptDescriptions()
 {
     const QString downloads = DataSingleton::Inst()->GetDownloadsDir();
-    if (!files_before_pages) {
+    if (!files_before_descriptions) {
         const QStringList names = QDir(downloads).entryList(QDir::Files | QDir::Hidden);
-        files_before_pages.emplace(names.begin(), names.end());
+        files_before_descriptions.emplace(names.begin(), names.end());
     }
     StartDetachedExtractor(UnpackArguments(kDescriptionsArchive, downloads, downloads));
     StartFetch(PackageListPath(), QString());

@@ -63,7 +63,7 @@ void MainWindow::LookForDownload(DN_FILE_STRUCT *record, bool queue_found)
     const QString complete = CompletePath(*record);
     const QString partial = PartialPath(*record);
     const bool is_complete = IsFilePresent(complete);
-    if (queue_found && MayComeFromPages(is_complete ? complete : partial))
+    if (queue_found && MayComeFromDescriptions(is_complete ? complete : partial))
         return;
     if (is_complete) {
         if (GetFileSizeInBytes(complete) != record->file_size
@@ -89,9 +89,10 @@ void MainWindow::LookForDownload(DN_FILE_STRUCT *record, bool queue_found)
 
 /// The archive of the pages is unpacked in the downloads directory and may hold any file. A file
 /// that came with it is no download of the user's, whatever its name.
-bool MainWindow::MayComeFromPages(const QString &path) const
+bool MainWindow::MayComeFromDescriptions(const QString &path) const
 {
-    return files_before_pages && files_before_pages->count(ExtractFileName(path)) == 0;
+    return files_before_descriptions
+           && files_before_descriptions->count(ExtractFileName(path)) == 0;
 }
 
 void MainWindow::UpdateActivityList()

@@ -22,7 +22,7 @@ private:
 
     QTemporaryDir m_site;
     NginxServer m_server{m_site.path()};
-    int m_requests_seen = 0;
+    int m_requestsSeen = 0;
 };
 
 namespace {
@@ -34,11 +34,11 @@ const QString kInvalid = "Remote repository connection failed. Invalid data rece
 QStringList TestConnecting::Requests()
 {
     QStringList requests;
-    for (const QString &line : m_server.AccessLog().mid(m_requests_seen)) {
+    for (const QString &line : m_server.AccessLog().mid(m_requestsSeen)) {
         const QStringList words = line.split(' ');
         requests.append(words[0] + words[1].section("/zeft", 1) + ' ' + words[2]);
     }
-    m_requests_seen += requests.size();
+    m_requestsSeen += requests.size();
     return requests;
 }
 

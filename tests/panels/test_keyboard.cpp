@@ -27,8 +27,8 @@ private slots:
     void cleanup();
 
 private:
-    const QFont m_usual_font = QApplication::font();
-    const QPalette m_usual_palette = QApplication::palette();
+    const QFont m_usualFont = QApplication::font();
+    const QPalette m_usualPalette = QApplication::palette();
     QList<QUrl> m_opened;
 };
 
@@ -113,8 +113,8 @@ void ShowPage(const Installation &installation, QTreeWidgetItem *item)
 
 void TestKeyboard::cleanup()
 {
-    QApplication::setFont(m_usual_font);
-    QApplication::setPalette(m_usual_palette);
+    QApplication::setFont(m_usualFont);
+    QApplication::setPalette(m_usualPalette);
 }
 
 void TestKeyboard::NamesEachStop_data()
@@ -287,7 +287,7 @@ void TestKeyboard::FitsFontAndScreen()
 {
     QFETCH(const double, points);
     QFETCH(const QSize, screen);
-    QFont font = m_usual_font;
+    QFont font = m_usualFont;
     font.setPointSizeF(points);
     QApplication::setFont(font);
     const Installation installation(false);

@@ -29,7 +29,7 @@ private:
 
     QTemporaryDir m_site;
     NginxServer m_server{m_site.path()};
-    NginxServer m_slow_server{m_site.path(), 1500000};
+    NginxServer m_slowServer{m_site.path(), 1500000};
     std::unique_ptr<Installation> m_installation;
 };
 
@@ -174,7 +174,7 @@ void TestPipeline::KeepsFilesThatOthersWaitFor()
     const QByteArray archive = ReadFile(repository.ArchivePath(kCore, "core.zip"));
     repository.file_list += QByteArray(repository.file_list).replace(0, 27, "");
     const QString file = m_installation->Download("core.zip");
-    QVERIFY(repository.Publish() && m_installation->Connects(m_slow_server.Url())
+    QVERIFY(repository.Publish() && m_installation->Connects(m_slowServer.Url())
             && WriteFile(file, archive));
     DN_FILE_STRUCT *first = window->records[0];
     DN_FILE_STRUCT *second = window->records[1];
@@ -200,7 +200,7 @@ void TestPipeline::KeepsFilesThatOthersWaitFor()
     window->AddToDownload(second);
     QVERIFY(m_installation->Reaches(first, RecordStatus::Installed)
             && m_installation->Reaches(second, RecordStatus::Installed));
-    QCOMPARE(m_slow_server.AccessLog().filter("GET /zeft/core").size(), 2);
+    QCOMPARE(m_slowServer.AccessLog().filter("GET /zeft/core").size(), 2);
     QVERIFY(ReadFile(m_installation->Path("core/noise")) == RandomBytes(2000000));
 }
 
@@ -251,9 +251,9 @@ void TestPipeline::StopsATransferWithoutAnEnd()
 
 void TestPipeline::TransfersTwoAtOnce()
 {
-    QVERIFY(Serve(m_slow_server, {{"1.zip", {{"1/noise", RandomBytes(4000000)}}},
-                                  {"2.zip", {{"2/noise", RandomBytes(1000000)}}},
-                                  {"3.zip", {{"3/noise", RandomBytes(1000000)}}}}));
+    QVERIFY(Serve(m_slowServer, {{"1.zip", {{"1/noise", RandomBytes(4000000)}}},
+                                 {"2.zip", {{"2/noise", RandomBytes(1000000)}}},
+                                 {"3.zip", {{"3/noise", RandomBytes(1000000)}}}}));
     MainWindow *window = m_installation->Window();
     const QList<DN_FILE_STRUCT *> &records = window->records;
     for (DN_FILE_STRUCT *record : records)

@@ -80,7 +80,7 @@ void ScriptedServer::End(QTcpSocket *socket, Then then)
 {
     if (then == KeepOpen)
         return;
-    if (m_may_end())
+    if (m_mayEnd())
         socket->disconnectFromHost();
     else
         QTimer::singleShot(1, socket, [this, socket, then] { End(socket, then); });

@@ -36,7 +36,7 @@ public:
     void SetScript(const QList<Answer> &script) { m_script = script; }
     /// Lets connections end when the client has what it is to have: Qt drops what is still on its
     /// way through its own buffers.
-    void EndWhen(const std::function<bool()> &may_end) { m_may_end = may_end; }
+    void EndWhen(const std::function<bool()> &may_end) { m_mayEnd = may_end; }
     /// What all requests so far had in their Range header, empty where there was none.
     QByteArrayList Ranges() const { return m_ranges; }
 
@@ -51,7 +51,7 @@ private:
 
     QByteArray m_file;
     QList<Answer> m_script;
-    std::function<bool()> m_may_end = [] { return true; };
+    std::function<bool()> m_mayEnd = [] { return true; };
     QByteArrayList m_ranges;
     QHash<QTcpSocket *, QByteArray> m_requests; // what has come of the next one
     QTcpServer m_server;                        // last, as its sockets say good-bye when it dies
