@@ -1,5 +1,6 @@
 #include "unpack.h"
 
+#include "Repository/fixed_names.h"
 #include "base/failure.h"
 #include "base/input_file.h"
 #include "entry_writer.h"
@@ -24,10 +25,6 @@
 namespace {
 
 constexpr std::size_t kTarHeaderSize = 512;
-
-// The description pages are unpacked among the downloads, where any other file would pass for one.
-constexpr std::string_view kDescriptionsArchive = "hwd_doc.zip";
-constexpr const char *kDescriptionsFolder = "hwd_doc";
 
 bool StartsWith(const InputFile &file, std::string_view magic)
 {
@@ -162,6 +159,7 @@ void Unpack(const std::string &archive_path, const std::string &destination_path
     ::setenv("TZ", ":/etc/localtime", 0);
 
     const InputFile file(archive_path);
+    // They are unpacked among the downloads, where any other file would pass for one.
     const bool is_descriptions =
         archive_path.substr(archive_path.rfind('/') + 1) == kDescriptionsArchive;
     Destination destination(destination_path, file.Size(),

@@ -6,8 +6,6 @@
 
 const char kFileList[] = "zeft_upt_fversions.info";
 const char kPackageList[] = "zeft_bsps.info";
-const char kDescriptionsArchive[] = "hwd_doc.zip";
-const char kDescriptionsFolder[] = "hwd_doc";
 
 const char kCoreDirectory[] = "core/version_latest";
 const char kBlocksDirectory[] = "blocks/version_latest";

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Repository/fixed_names.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -8,8 +10,6 @@
 
 extern const char kFileList[];
 extern const char kPackageList[];
-extern const char kDescriptionsArchive[];
-extern const char kDescriptionsFolder[]; // the one folder in that archive
 
 // A directory whose path contains one of these has its files on the page of the core, or the
 // blocks.

@@ -1,5 +1,7 @@
 #include "Repository/version_info.h"
 
+#include "Repository/fixed_names.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -18,7 +20,7 @@ QString BuildFromVersionInfo(const QByteArray &bytes)
 
 QString BuildIn(const QString &component_dir)
 {
-    const QFileInfo info(component_dir + "/version.info");
+    const QFileInfo info(component_dir + '/' + kVersionInfo);
     QFile file(info.filePath());
     if (!info.isFile() || info.size() > kMostBytes || !file.open(QIODevice::ReadOnly))
         return QString();

@@ -1,5 +1,6 @@
 #include "remove/remove_tree.h"
 
+#include "Repository/fixed_names.h"
 #include "base/failure.h"
 #include "base/unique_fd.h"
 
@@ -123,7 +124,7 @@ private:
         }
         if (m_levels.empty()) {
             // A component is no longer whole from now on, and so it stays if this run is killed.
-            ::unlinkat(::dirfd(folder.get()), "version.info", 0);
+            ::unlinkat(::dirfd(folder.get()), kVersionInfo, 0);
         }
         m_levels.push_back({name, std::move(folder), identity, {}, share});
         if (m_levels.size() > kOpenLevels)

@@ -1,5 +1,6 @@
 #include "write/destination.h"
 
+#include "Repository/fixed_names.h"
 #include "base/failure.h"
 
 #include <algorithm>

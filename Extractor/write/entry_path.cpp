@@ -1,5 +1,6 @@
 #include "write/entry_path.h"
 
+#include "Repository/fixed_names.h"
 #include "base/failure.h"
 
 #include <algorithm>

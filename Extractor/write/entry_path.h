@@ -20,10 +20,7 @@ EntryPath ParentOf(const EntryPath &path);
 
 std::string JoinPath(const EntryPath &path);
 
-/// The file that makes a component count as installed, directly in its top folder.
-constexpr const char *kVersionInfo = "version.info";
-
-/// The staging name of that file, which means nothing to anybody.
+/// The staging name of a version.info, which means nothing to anybody.
 constexpr const char *kStagedVersionInfo = ".version.info.unpacking";
 
 /// Whether the file at \a path makes a component count as installed.

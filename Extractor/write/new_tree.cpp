@@ -1,5 +1,6 @@
 #include "write/new_tree.h"
 
+#include "Repository/fixed_names.h"
 #include "base/failure.h"
 #include "remove/remove_tree.h"
 

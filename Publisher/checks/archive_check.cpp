@@ -1,6 +1,7 @@
 #include "checks/archive_check.h"
 
 #include "Repository/checksum.h"
+#include "Repository/fixed_names.h"
 #include "Repository/version_info.h"
 #include "base/failure.h"
 #include "files.h"
@@ -96,9 +97,9 @@ QString CheckContent(const ArchiveTrial &trial, const QString &place, Findings &
     const QDate day = QDate::fromString(build, Qt::ISODate);
     if (day >= kFirstDay && day <= kLastDay && day.toString(Qt::ISODate) == build)
         return build;
-    if (!QFileInfo::exists(place + '/' + trial.target + "/version.info")) {
-        findings.Add(Rule::NoBuild, trial.subject,
-                     QString("it has no \"%1/version.info\"").arg(trial.target));
+    const QString version_info = trial.target + '/' + kVersionInfo;
+    if (!QFileInfo::exists(place + '/' + version_info)) {
+        findings.Add(Rule::NoBuild, trial.subject, QString("it has no \"%1\"").arg(version_info));
     } else {
         findings.Add(Rule::NoBuild, trial.subject,
                      QString("its version.info states the build \"%1\", which is no date from "

@@ -24,7 +24,7 @@ void PackComponent(const QString &path)
     const QString target = InstallTargetOf(path.section('/', -1)).dir;
     const QString build = QDateTime::currentDateTimeUtc().date().toString("yyyy.MM.dd");
     ZipWriter zip(path);
-    zip.AddFile(target + "/version.info",
+    zip.AddFile(target + '/' + kVersionInfo,
                 QString("name: %1\nbuild: %2\n").arg(target, build).toLatin1());
     zip.Close();
 }
