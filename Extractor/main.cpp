@@ -35,18 +35,20 @@ std::string Usage()
     return usage + "\n       zeft_fextr_cmd --help | --version";
 }
 
-constexpr char kHelp[] = R"(
+// For printf, with the usage and the four commands.
+constexpr char kHelp[] = R"(%s
 
 Each word is one argument, and every path comes with a "#" before it; a shell needs the quotes.
 
-  "#uzip", "#xtar"  unpack the archive into the folder; its content tells how
-  "#ddir"           delete the folder with all that it holds
-  "#rscript"        run the script in the folder, to its end
+  "%s", "%s"  unpack the archive into the folder; its content tells how
+  "%s"           delete the folder with all that it holds
+  "%s"        run the script in the folder, to its end
   --help            print this text
   --version         print the version
 
 Standard output gets the percent done. The exit code is 0 for success, 1 for a failure and 2 for
-wrong arguments; a script that fails gives its own.)";
+wrong arguments; a script that fails gives its own.
+)";
 
 /// Opens the null device for each standard stream that the caller has closed. Else the next file
 /// that is opened would become standard output, and get the percent lines.
@@ -94,7 +96,8 @@ int Run(const std::vector<std::string> &arguments)
 {
     const std::string command = arguments.empty() ? "" : arguments[0];
     if (command == "--help" && arguments.size() == 1) {
-        std::puts((Usage() + kHelp).c_str());
+        std::printf(kHelp, Usage().c_str(), kUnpackZipCommand, kUnpackTarCommand,
+                    kDeleteFolderCommand, kRunScriptCommand);
         return 0;
     }
     if (command == "--version" && arguments.size() == 1) {
