@@ -272,7 +272,7 @@ bool LiesIn(const QString &inner, const QString &outer)
 void RefuseOverlap(const QString &source_dir, const RepositorySource &source,
                    const QString &site_dir)
 {
-    for (const char *const ours : {"/zeft", "/zeft.previous", "/zeft.work"}) {
+    for (const char *const ours : {kLiveFolder, kPreviousFolder, kWorkFolder}) {
         if (LiesIn(source_dir, site_dir + ours))
             Fail(QString("%1: the source lies in %2, which is replaced").arg(source_dir, site_dir));
     }
@@ -309,7 +309,7 @@ BuildResult Build(const QString &source_dir, const QString &site_dir, BuildMode 
 
     std::optional<SiteFolder> site;
     std::optional<TemporaryFolder> elsewhere;
-    Places places = {QDir(site_dir).path() + "/zeft", {}, {}};
+    Places places = {QDir(site_dir).path() + kLiveFolder, {}, {}};
     if (mode == BuildMode::DryRun) {
         elsewhere.emplace();
         places.trials = elsewhere->Path();

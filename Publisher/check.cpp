@@ -4,6 +4,7 @@
 #include "checks/server_check.h"
 #include "checks/site_check.h"
 #include "files.h"
+#include "site/site_folder.h"
 #include "source/repository_source.h"
 
 #include <QFileInfo>
@@ -27,6 +28,6 @@ Findings Check(const QString &target, bool with_sums, const ShowProgress &progre
     if (!QFileInfo::exists(target + FileListPath()))
         Fail(QString("%1: neither a source tree with %2, nor a site with %3, nor a URL")
                  .arg(target, kSourceDescription, FileListPath().mid(1)));
-    CheckRelease(target + "/zeft", place.Path(), findings, progress);
+    CheckRelease(target + kLiveFolder, place.Path(), findings, progress);
     return findings;
 }

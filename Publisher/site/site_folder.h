@@ -6,6 +6,11 @@
 
 #include <sys/types.h>
 
+// What lies in a site's folder, each with a "/" in front.
+constexpr char kLiveFolder[] = "/zeft";
+constexpr char kPreviousFolder[] = "/zeft.previous";
+constexpr char kWorkFolder[] = "/zeft.work";
+
 /// The document root of a repository, held by one publisher at a time.
 ///
 ///     SITE/zeft            the release that is served, ours alone
@@ -25,8 +30,8 @@ public:
     SiteFolder(const SiteFolder &) = delete;
     SiteFolder &operator=(const SiteFolder &) = delete;
 
-    QString Live() const { return m_dir + "/zeft"; }
-    QString Previous() const { return m_dir + "/zeft.previous"; }
+    QString Live() const { return m_dir + kLiveFolder; }
+    QString Previous() const { return m_dir + kPreviousFolder; }
     QString Next() const { return Work() + "/next"; }     // what Publish() takes
     QString Trials() const { return Work() + "/trials"; } // for whatever is not to stay
 
@@ -37,7 +42,7 @@ public:
     bool RollBack();
 
 private:
-    QString Work() const { return m_dir + "/zeft.work"; }
+    QString Work() const { return m_dir + kWorkFolder; }
     QString Former() const { return Work() + "/former"; } // what is to be Previous()
     QString LockPath() const { return m_dir + "/zeft.lock"; }
     void Lock();
