@@ -94,7 +94,7 @@ void TakeFacts(const Component &component, const ArchiveFacts &facts, const QStr
     const SourceRecord old = draft.before.sources.value(name);
     QDateTime date = DateOf(component, facts.build);
     // Users have it under the old date.
-    if (old.hash == facts.hash && VersionOf(old.time_stamp) == facts.build)
+    if (old.hash == facts.hash && VersionFromTimeStamp(old.time_stamp) == facts.build)
         date = DateOfStamp(old.time_stamp);
     record.time_stamp = TimeStampOf(date);
     if (!copy_path.isEmpty())

@@ -11,8 +11,3 @@ QDateTime DateOfStamp(const QString &stamp)
     const QDateTime date = QDateTime::fromString(stamp, Qt::ISODateWithMs);
     return date.isValid() && TimeStampOf(date) == stamp ? date : QDateTime();
 }
-
-QString VersionOf(const QString &stamp)
-{
-    return stamp.section('T', 0, 0);
-}

@@ -7,6 +7,3 @@ QString TimeStampOf(const QDateTime &date);
 
 /// The date that such a \a stamp says; invalid for any other text.
 QDateTime DateOfStamp(const QString &stamp);
-
-/// The day in it, which is the version of a component.
-QString VersionOf(const QString &stamp);

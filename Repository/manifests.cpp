@@ -80,6 +80,11 @@ QString TextUpToNul(const QByteArray &bytes)
     return QString::fromUtf8(bytes.constData());
 }
 
+QString VersionFromTimeStamp(const QString &time_stamp)
+{
+    return time_stamp.left(time_stamp.indexOf('T')); // left(-1) is the whole text
+}
+
 const QStringList &ClassNames()
 {
     static const QStringList names = {

@@ -19,6 +19,9 @@ struct FileLine
     qint64 checksum = 0;  // sum of the bytes
 };
 
+/// The version of a component: its line's \a time_stamp up to the first "T".
+QString VersionFromTimeStamp(const QString &time_stamp);
+
 /// One line of zeft_bsps.info: a board support package of the tree.
 struct PackageLine
 {

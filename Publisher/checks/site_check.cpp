@@ -29,7 +29,7 @@ void CheckUnlisted(const Lists &lists, const QString &dir, Findings &findings)
 void CompareFacts(const FileLine &file, const ArchiveFacts &facts, Findings &findings)
 {
     const QString name = NameOf(file);
-    const QString version = VersionOf(file.time_stamp);
+    const QString version = VersionFromTimeStamp(file.time_stamp);
     if (facts.sum != file.checksum) {
         findings.Add(Rule::OtherSum, name,
                      QString("its bytes sum up to %1, the list states %2")

@@ -2,7 +2,6 @@
 
 #include "Repository/names.h"
 #include "Repository/platform.h"
-#include "time_stamp.h"
 
 #include <QSet>
 
@@ -12,8 +11,8 @@ namespace {
 
 QString NoticeOf(const FileLine &before, const FileLine &next, bool is_same_content)
 {
-    const QString old_version = VersionOf(before.time_stamp);
-    const QString version = VersionOf(next.time_stamp);
+    const QString old_version = VersionFromTimeStamp(before.time_stamp);
+    const QString version = VersionFromTimeStamp(next.time_stamp);
     if (version != old_version)
         return QString(version > old_version ? "an update from %1 to %2" : "back from %1 to %2")
             .arg(old_version, version);
@@ -107,8 +106,8 @@ QList<FileLine> FormerLines(const QHash<QString, FileLine> &former, const FileLi
 
 void CheckDate(const FileLine &old, const FileLine &file, Findings &findings)
 {
-    const QString old_version = VersionOf(old.time_stamp);
-    const QString version = VersionOf(file.time_stamp);
+    const QString old_version = VersionFromTimeStamp(old.time_stamp);
+    const QString version = VersionFromTimeStamp(file.time_stamp);
     if (version == old_version) {
         findings.Add(Rule::SameDate, NameOf(file),
                      QString("new content under the date that users already have, %1: nobody "
@@ -148,9 +147,9 @@ void CheckDates(const QList<Release> &former, const Release &next, const QDate &
                 Findings &findings)
 {
     for (const FileLine &file : next.lists.files) {
-        if (VersionOf(file.time_stamp) > today.toString(Qt::ISODate))
+        if (VersionFromTimeStamp(file.time_stamp) > today.toString(Qt::ISODate))
             findings.Add(Rule::FutureBuild, NameOf(file),
-                         QString("%1 is in the future").arg(VersionOf(file.time_stamp)));
+                         QString("%1 is in the future").arg(VersionFromTimeStamp(file.time_stamp)));
     }
     for (const Release &release : former) {
         const QHash<QString, FileLine> lines = ByMachine(release);

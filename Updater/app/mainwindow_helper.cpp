@@ -29,11 +29,6 @@ QString StatusText(int status, int progress)
     }
 }
 
-QString VersionFromTimeStamp(const QString &time_stamp)
-{
-    return time_stamp.left(time_stamp.indexOf('T')); // left(-1) is the whole text
-}
-
 QString ComponentDir(const DN_FILE_STRUCT &record)
 {
     return record.install_root + "/" + record.install_dir;

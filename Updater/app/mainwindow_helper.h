@@ -45,9 +45,6 @@ struct DN_FILE_STRUCT
 /// The text of the status columns, with the percent where a stage shows one.
 QString StatusText(int status, int progress);
 
-/// The component's version: \a time_stamp up to its first "T".
-QString VersionFromTimeStamp(const QString &time_stamp);
-
 /// The directory that the component is installed into.
 QString ComponentDir(const DN_FILE_STRUCT &record);
 
