@@ -1,16 +1,12 @@
 #include "checks/answer_check.h"
 
+#include "Repository/http_status.h"
+
 #include <QDateTime>
 #include <QFile>
 #include <QLocale>
 
 namespace {
-
-// RFC 9110, section 15
-const int kOk = 200;
-const int kMultipleChoices = 300;
-const int kBadRequest = 400;
-const int kRangeNotSatisfiable = 416;
 
 /// The text of a header, empty if there is none.
 QString HeaderOf(const HttpAnswer &answer, const char *name)

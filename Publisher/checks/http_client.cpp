@@ -1,5 +1,6 @@
 #include "checks/http_client.h"
 
+#include "Repository/http_status.h"
 #include "base/failure.h"
 #include "files.h"
 
@@ -20,8 +21,6 @@ const int kLongestSilence = 10000;   // ms without data, as for the updater's HE
 const int kMostLate = 3;             // answers; a server that stalls so often is asked no more
 const qint64 kReadAhead = 1 << 20;   // bytes; the most that a reply buffers
 const int kCertificateEndsSoon = 14; // days
-
-const int kNotTheFile = 300; // from this status on a body is a page for people
 
 /// One request under way. It dies with its reply.
 class Transfer : public QObject
@@ -59,7 +58,7 @@ private:
     {
         return m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     }
-    bool BringsTheFile() const { return Status() < kNotTheFile; }
+    bool BringsTheFile() const { return Status() < kMultipleChoices; }
 
     /// Reads until nothing is left: what stays in a reply of limited size is never signalled again.
     /// False if what is to follow is of no use.

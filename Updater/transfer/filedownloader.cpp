@@ -1,5 +1,6 @@
 #include "transfer/filedownloader.h"
 
+#include "Repository/http_status.h"
 #include "app/datasingleton.h"
 #include "transfer/partial_file.h"
 
@@ -22,11 +23,6 @@ const qint64 kBufferSize = 1000000; // staging buffer
 const qint64 kReadAhead = 65536;
 
 const qint64 kMostInMemory = 64000000; // far above the manifests of 100,000 files
-
-// RFC 9110, section 15
-const int kPartialContent = 206;
-const int kMultipleChoices = 300; // from here on a body is a page for people
-const int kRangeNotSatisfiable = 416;
 
 qint64 Now()
 {
