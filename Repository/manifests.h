@@ -5,6 +5,9 @@
 
 // The repository's two text manifests, see docs/formats.md.
 
+/// The most bytes of a manifest that the updater takes, far above those of 100,000 files.
+constexpr qint64 kMostManifestBytes = 64000000;
+
 /// The text of \a bytes up to the first NUL, read as UTF-8.
 QString TextUpToNul(const QByteArray &bytes);
 

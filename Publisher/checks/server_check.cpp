@@ -1,5 +1,6 @@
 #include "checks/server_check.h"
 
+#include "Repository/manifests.h"
 #include "Repository/names.h"
 #include "base/failure.h"
 #include "checks/answer_check.h"
@@ -16,9 +17,8 @@
 
 namespace {
 
-const int kAtATime = 12;             // requests; Qt opens six connections to a host
-const int kOnOneConnection = 500;    // requests
-const qint64 kMostInList = 64000000; // bytes that the updater takes
+const int kAtATime = 12;          // requests; Qt opens six connections to a host
+const int kOnOneConnection = 500; // requests
 const qint64 kMostInPages = qint64{1} << 30;
 const qint64 kMostInRange = 1000000; // bytes that are asked for
 
@@ -76,7 +76,7 @@ bool Questions::FetchLists()
     for (const QString &path : {FileListPath(), DescriptionsPath(), PackageListPath()}) {
         const HttpAnswer answer =
             m_client.Ask({m_base + path, false, 0, InRelease(m_dir, path),
-                          path == DescriptionsPath() ? kMostInPages : kMostInList});
+                          path == DescriptionsPath() ? kMostInPages : kMostManifestBytes});
         if (!CheckAnswer(NameInRelease(path), answer, m_findings))
             return false;
     }

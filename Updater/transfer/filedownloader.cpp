@@ -1,6 +1,7 @@
 #include "transfer/filedownloader.h"
 
 #include "Repository/http_status.h"
+#include "Repository/manifests.h"
 #include "app/datasingleton.h"
 #include "transfer/partial_file.h"
 
@@ -21,8 +22,6 @@ const qint64 kBufferSize = 1000000; // staging buffer
 // The most that a reply buffers. Qt's network thread reads 64 KiB at a time; with a buffer of that
 // size it wakes the main thread once for each such block and not once for each TLS record.
 const qint64 kReadAhead = 65536;
-
-const qint64 kMostInMemory = 64000000; // far above the manifests of 100,000 files
 
 qint64 Now()
 {
@@ -195,8 +194,8 @@ void FileDownloader::ReadDataHelper(bool force_write, bool final_write)
     const bool readable = m_reply->isOpen(); // an aborted reply is closed
     if (readable && !BringsTheFile())
         m_reply->readAll(); // an error page: Qt fetches the rest of it only into an empty buffer
-    if (m_file.fileName().isEmpty()) {
-        if (readable && m_data.size() + m_reply->bytesAvailable() > kMostInMemory) {
+    if (m_file.fileName().isEmpty()) { // manifests alone are fetched into memory
+        if (readable && m_data.size() + m_reply->bytesAvailable() > kMostManifestBytes) {
             m_probeAnswered = m_headOnly;
             if (!m_headOnly)
                 m_error = "The answer is too long.";
