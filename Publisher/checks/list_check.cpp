@@ -4,7 +4,6 @@
 #include "Repository/names.h"
 #include "Repository/platform.h"
 #include "files.h"
-#include "source/source_folder.h"
 
 #include <QFile>
 #include <QFileInfo>
