@@ -10,16 +10,59 @@
 
 namespace {
 
-// Sizes in bytes, without the names, extra fields and comments at their ends.
-constexpr std::size_t kEndRecordSize = 22; // end of central directory record
+/// Where a number stands in its structure, in bytes.
+struct Field
+{
+    std::size_t offset;
+    std::size_t size;
+};
+
+// The sizes of structures are without the names, extra fields and comments at their ends.
+
+// end of central directory record
+constexpr char kEndSignature[] = "PK\5\6";
+constexpr std::size_t kEndRecordSize = 22;
 constexpr std::size_t kLongestComment = 0xffff;
-constexpr std::size_t kEndLocator64Size = 20; // zip64 end of central directory locator
-constexpr std::size_t kEndRecord64Size = 56;  // zip64 end of central directory record
+constexpr Field kEndEntries = {10, 2};
+constexpr Field kEndDirectorySize = {12, 4};
+constexpr Field kEndDirectoryOffset = {16, 4};
+constexpr Field kEndCommentLength = {20, 2};
+
+// zip64 end of central directory locator
+constexpr char kEndLocator64Signature[] = "PK\6\7";
+constexpr std::size_t kEndLocator64Size = 20;
+
+// zip64 end of central directory record
+constexpr char kEnd64Signature[] = "PK\6\6";
+constexpr std::size_t kEndRecord64Size = 56;
+constexpr Field kEnd64Entries = {32, 8};
+constexpr Field kEnd64DirectorySize = {40, 8};
+constexpr Field kEnd64DirectoryOffset = {48, 8};
+
+// central file header
+constexpr char kCentralSignature[] = "PK\1\2";
 constexpr std::size_t kCentralHeaderSize = 46;
-constexpr std::size_t kLocalHeaderSize = 30; // local file header
+constexpr Field kCrc32 = {16, 4};
+constexpr Field kCompressedSize = {20, 4};
+constexpr Field kUncompressedSize = {24, 4};
+constexpr Field kNameLength = {28, 2};
+constexpr Field kExtraLength = {30, 2};
+constexpr Field kCommentLength = {32, 2};
+constexpr Field kLocalHeaderOffset = {42, 4};
+
+// local file header
+constexpr char kLocalSignature[] = "PK\3\4";
+constexpr std::size_t kLocalHeaderSize = 30;
+constexpr Field kLocalNameLength = {26, 2};
+
+// extra field
+constexpr std::size_t kExtraHeaderSize = 4;
+constexpr Field kExtraId = {0, 2};
+constexpr Field kExtraDataSize = {2, 2};
 
 constexpr std::uint64_t kIsInZip64Field = 0xffffffff; // stands where a number has no room
 constexpr std::uint64_t kZip64FieldId = 1; // header ID of the extra field for such numbers
+constexpr Field kZip64Number = {0, 8};     // the first one in it
 
 Failure Damaged(const std::string &what)
 {
@@ -27,11 +70,11 @@ Failure Damaged(const std::string &what)
 }
 
 /// Numbers are unsigned and begin with their lowest byte.
-std::uint64_t Number(const char *bytes, int size)
+std::uint64_t Number(const char *structure, Field field)
 {
     std::uint64_t number = 0;
-    for (int i = size; i-- > 0;)
-        number = number << 8U | static_cast<unsigned char>(bytes[i]);
+    for (std::size_t i = field.offset + field.size; i-- > field.offset;)
+        number = number << 8U | static_cast<unsigned char>(structure[i]);
     return number;
 }
 
@@ -62,18 +105,21 @@ std::optional<EndRecord> FindEndRecord(const InputFile &file)
     const auto used = static_cast<std::size_t>(tail.rend() - last_used);
     for (std::size_t at = tail.size(); at-- > 0;) {
         const char *const end = tail.data() + at;
-        if (at + kEndRecordSize > tail.size() || !HasSignature(end, "PK\5\6"))
+        if (at + kEndRecordSize > tail.size() || !HasSignature(end, kEndSignature))
             continue;
         const std::size_t stop =
-            at + kEndRecordSize + Number(end + 20, 2); // offset behind the comment
+            at + kEndRecordSize + Number(end, kEndCommentLength); // offset behind the comment
         if (stop < used || stop > tail.size())
             continue;
-        EndRecord found = {Number(end + 16, 4), Number(end + 12, 4), Number(end + 10, 2), 0};
+        EndRecord found = {Number(end, kEndDirectoryOffset), Number(end, kEndDirectorySize),
+                           Number(end, kEndEntries), 0};
         std::uint64_t end_offset = tail_offset + at;
         const char *const end64 = end - kEndLocator64Size - kEndRecord64Size;
         if (at >= kEndLocator64Size + kEndRecord64Size
-            && HasSignature(end - kEndLocator64Size, "PK\6\7") && HasSignature(end64, "PK\6\6")) {
-            found = {Number(end64 + 48, 8), Number(end64 + 40, 8), Number(end64 + 32, 8), 0};
+            && HasSignature(end - kEndLocator64Size, kEndLocator64Signature)
+            && HasSignature(end64, kEnd64Signature)) {
+            found = {Number(end64, kEnd64DirectoryOffset), Number(end64, kEnd64DirectorySize),
+                     Number(end64, kEnd64Entries), 0};
             end_offset -= kEndLocator64Size + kEndRecord64Size;
         }
         if (found.size > end_offset || found.offset > end_offset - found.size)
@@ -85,25 +131,26 @@ std::optional<EndRecord> FindEndRecord(const InputFile &file)
     return std::nullopt;
 }
 
-/// The number of four bytes at \a at, or, if that stands for none, the next one of the zip64 field.
-std::uint64_t NumberOr64(const char *at, std::string_view &field64)
+/// The number of four bytes in \a field, or, if that stands for none, the next one of the zip64
+/// field.
+std::uint64_t NumberOr64(const char *header, Field field, std::string_view &field64)
 {
-    const std::uint64_t number = Number(at, 4);
-    if (number != kIsInZip64Field || field64.size() < 8)
+    const std::uint64_t number = Number(header, field);
+    if (number != kIsInZip64Field || field64.size() < kZip64Number.size)
         return number;
-    const std::uint64_t number64 = Number(field64.data(), 8);
-    field64.remove_prefix(8);
+    const std::uint64_t number64 = Number(field64.data(), kZip64Number);
+    field64.remove_prefix(kZip64Number.size);
     return number64;
 }
 
 std::string_view FindField(std::string_view extra, std::uint64_t id)
 {
-    while (extra.size() >= 4) {
-        const std::size_t size =
-            std::min<std::size_t>(Number(extra.data() + 2, 2), extra.size() - 4);
-        if (Number(extra.data(), 2) == id)
-            return extra.substr(4, size);
-        extra.remove_prefix(4 + size);
+    while (extra.size() >= kExtraHeaderSize) {
+        const std::size_t size = std::min<std::size_t>(Number(extra.data(), kExtraDataSize),
+                                                       extra.size() - kExtraHeaderSize);
+        if (Number(extra.data(), kExtraId) == id)
+            return extra.substr(kExtraHeaderSize, size);
+        extra.remove_prefix(kExtraHeaderSize + size);
     }
     return {};
 }
@@ -137,8 +184,8 @@ void ZipDirectory::CheckEntry(std::size_t index) const
     const Entry &entry = m_entries[index];
     std::string header(kLocalHeaderSize + entry.name.size(), '\0');
     header.resize(m_file.ReadAt(entry.offset, header.data(), header.size()));
-    if (header.size() < kLocalHeaderSize || !HasSignature(header.data(), "PK\3\4")
-        || Number(header.data() + 26, 2) != entry.name.size()
+    if (header.size() < kLocalHeaderSize || !HasSignature(header.data(), kLocalSignature)
+        || Number(header.data(), kLocalNameLength) != entry.name.size()
         || header.substr(kLocalHeaderSize) != entry.name)
         throw Damaged("two names for " + entry.name);
 }
@@ -160,24 +207,24 @@ void ZipDirectory::CheckFolder(std::size_t index) const
 void ZipDirectory::Read(const std::vector<char> &directory, std::uint64_t before)
 {
     for (std::string_view rest(directory.data(), directory.size()); !rest.empty();) {
-        if (rest.size() < kCentralHeaderSize || !HasSignature(rest.data(), "PK\1\2"))
+        if (rest.size() < kCentralHeaderSize || !HasSignature(rest.data(), kCentralSignature))
             throw Damaged("its directory cannot be read");
-        const std::size_t name_size = Number(rest.data() + 28, 2);
+        const std::size_t name_size = Number(rest.data(), kNameLength);
         if (rest.substr(kCentralHeaderSize, name_size).find('\0') != std::string_view::npos)
             throw Damaged("a name in it holds a NUL");
-        const std::size_t extra_size = Number(rest.data() + 30, 2);
+        const std::size_t extra_size = Number(rest.data(), kExtraLength);
         const std::size_t size =
-            kCentralHeaderSize + name_size + extra_size + Number(rest.data() + 32, 2);
+            kCentralHeaderSize + name_size + extra_size + Number(rest.data(), kCommentLength);
         if (rest.size() < size)
             throw Damaged("its directory cannot be read");
         // The zip64 field has those of its numbers that have no room in the header, in this order.
         std::string_view field64 =
             FindField(rest.substr(kCentralHeaderSize + name_size, extra_size), kZip64FieldId);
-        NumberOr64(rest.data() + 24, field64);
-        const std::uint64_t compressed_size = NumberOr64(rest.data() + 20, field64);
-        const std::uint64_t offset = NumberOr64(rest.data() + 42, field64) + before;
+        NumberOr64(rest.data(), kUncompressedSize, field64);
+        const std::uint64_t compressed_size = NumberOr64(rest.data(), kCompressedSize, field64);
+        const std::uint64_t offset = NumberOr64(rest.data(), kLocalHeaderOffset, field64) + before;
         m_entries.push_back({std::string(rest.substr(kCentralHeaderSize, name_size)), offset,
-                             compressed_size, Number(rest.data() + 16, 4)});
+                             compressed_size, Number(rest.data(), kCrc32)});
         rest.remove_prefix(size);
     }
 }
