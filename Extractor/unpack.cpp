@@ -17,7 +17,6 @@
 #include "unpack_zip.h"
 #include "write/destination.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>

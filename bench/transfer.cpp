@@ -17,7 +17,6 @@
 
 #include <cstdio>
 #include <ctime>
-#include <functional>
 
 namespace {
 

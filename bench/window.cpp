@@ -14,8 +14,6 @@
 #include "ui_mainwindow.h"
 
 #include <QApplication>
-#include <QElapsedTimer>
-#include <QHash>
 #include <QKeyEvent>
 
 #include <unistd.h>

@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
 
 /// Bytes of its input that a decoder asks for at a time.
 constexpr std::size_t kInputSize = std::size_t{64} * 1024;

@@ -7,7 +7,6 @@
 #include "time_stamp.h"
 #include "unpack.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
