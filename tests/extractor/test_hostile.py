@@ -50,7 +50,7 @@ def zip_(archive, entries):
 
 
 def seven_zip_of_long_names(archive, size):
-    """A 7z whose packed header says that the names in it take size bytes."""
+    """A 7z whose encoded header says that the names in it take size bytes."""
     def number(value):
         return b"\xff" + struct.pack("<Q", value)
     names = b"\1\5" + number(1) + b"\x11" + number(size + 1) + bytes(1 << 17)

@@ -22,7 +22,7 @@ private slots:
     void Connects();
     void MirrorsTheActivity();
     void PicksFiles();
-    void TurnsDownWhatIsNotSafe();
+    void RefusesWhatIsNotSafe();
     void StartsTheHelpViewer();
     void KeepsTheHelpFileOnShow();
 };
@@ -375,7 +375,7 @@ void TestPages::PicksFiles()
     QCOMPARE(boxes.questions, QStringList({question, question}));
 }
 
-void TestPages::TurnsDownWhatIsNotSafe()
+void TestPages::RefusesWhatIsNotSafe()
 {
     Installation installation;
     // What is or lies in the component's own directory goes before it is unpacked.

@@ -13,7 +13,7 @@ private slots:
     void ChecksTheLists();
     void MakesRecords();
     void SetsTheInstallTarget();
-    void TurnsDownUnsafeNames();
+    void RefusesUnsafeNames();
     void ReadsTheBuild();
     void ComparesTheBuildOnTheDisk();
 };
@@ -81,7 +81,7 @@ void TestFormats::SetsTheInstallTarget()
         QCOMPARE("/r" + InstallTargetOf(row[0]).Path(), QString(row[1]));
 }
 
-void TestFormats::TurnsDownUnsafeNames()
+void TestFormats::RefusesUnsafeNames()
 {
     const QStringList unsafe = {"", "..", ".", "a/b.zip", "a\\b.zip",
                                 QString("a") + QChar(0) + ".zip", QString("a") + QChar(0x2028),

@@ -42,9 +42,8 @@ public:
     }
     ~Scratch()
     {
-        for (const char *const name : {"outside", "target"}) {
+        for (const char *const name : {"outside", "target"})
             RemoveTree(m_base.Get(), name);
-        }
         ::rmdir(m_path.c_str());
     }
 
@@ -96,9 +95,8 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t *data, std::size_t s
 {
     constexpr unsigned kDamaged = 8; // one in so many is left with a wrong checksum
     const std::size_t mutated = LLVMFuzzerMutate(data, size, room);
-    if (chance % kDamaged != 0) {
+    if (chance % kDamaged != 0)
         MendChecksums(data, mutated);
-    }
     return mutated;
 }
 

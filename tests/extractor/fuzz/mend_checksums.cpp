@@ -26,17 +26,15 @@ struct Bytes
     std::uint64_t Get(std::size_t offset, std::size_t count) const
     {
         std::uint64_t number = 0;
-        for (std::size_t i = Has(offset, count) ? count : 0; i-- > 0;) {
+        for (std::size_t i = Has(offset, count) ? count : 0; i-- > 0;)
             number = number << 8U | data[offset + i];
-        }
         return number;
     }
 
     void Put(std::size_t offset, std::size_t count, std::uint64_t number)
     {
-        for (std::size_t i = 0; Has(offset, count) && i < count; ++i) {
+        for (std::size_t i = 0; Has(offset, count) && i < count; ++i)
             data[offset + i] = static_cast<std::uint8_t>(number >> 8 * i);
-        }
     }
 
     std::uint64_t Crc(std::size_t offset, std::size_t count) const
@@ -48,9 +46,8 @@ struct Bytes
 void MendSevenZip(Bytes file)
 {
     constexpr std::size_t kStart = 32; // size of the signature header
-    if (file.size < kStart) {
+    if (file.size < kStart)
         return;
-    }
     const std::uint64_t room = file.size - kStart;
     const std::uint64_t size = std::min(file.Get(20, 8), room);
     const std::uint64_t offset = std::min(file.Get(12, 8), room - size);
@@ -64,9 +61,8 @@ void MendTar(Bytes file)
 {
     constexpr std::size_t kBlock = 512;
     for (std::size_t at = 0; file.Has(at, kBlock); at += kBlock) {
-        if (file.Text().substr(at + 257, 5) != "ustar") {
+        if (file.Text().substr(at + 257, 5) != "ustar")
             continue;
-        }
         std::uint8_t *const header = file.data + at;
         std::memset(header + 148, ' ', 8);
         const unsigned sum = std::accumulate(header, header + kBlock, 0U);
@@ -76,9 +72,9 @@ void MendTar(Bytes file)
     }
 }
 
-/// Has the local header say what the central one says, and both the sum of data that is stored:
-/// hardly any mutant of compressed data can still be decompressed. \a end is where the next entry
-/// begins.
+/// Has the local header say what the central directory header says, and both the sum of data that
+/// is stored: hardly any mutant of compressed data can still be decompressed. \a end is where the
+/// next entry begins.
 void MendZipEntry(Bytes &file, std::size_t central, std::size_t local, std::size_t end)
 {
     constexpr std::size_t kLocalSize = 30;
@@ -86,14 +82,12 @@ void MendZipEntry(Bytes &file, std::size_t central, std::size_t local, std::size
     constexpr std::size_t kCommonSize = 14; // checksum, both sizes, size of the name
     const std::size_t name_size = file.Get(central + 28, 2);
     const std::size_t data = local + kLocalSize + name_size + file.Get(local + 28, 2);
-    if (!file.Has(central, kCentralSize + name_size) || data > end) {
+    if (!file.Has(central, kCentralSize + name_size) || data > end)
         return;
-    }
     file.Put(central + 42, 4, local);
     const bool is_stored = file.Get(central + 10, 2) == 0;
-    if (is_stored) {
+    if (is_stored)
         file.Put(central + 16, 4, file.Crc(data, file.Get(central + 20, 4)));
-    }
     std::memmove(file.data + local + 14, file.data + central + 16, kCommonSize);
     std::memmove(file.data + local + kLocalSize, file.data + central + kCentralSize, name_size);
 }
@@ -102,13 +96,12 @@ std::vector<std::size_t> FindAll(const Bytes &file, std::string_view signature, 
 {
     std::vector<std::size_t> places;
     const std::string_view text = file.Text();
-    for (auto at = text.find(signature); at < end; at = text.find(signature, at + 4)) {
+    for (auto at = text.find(signature); at < end; at = text.find(signature, at + 4))
         places.push_back(at);
-    }
     return places;
 }
 
-/// Takes the first local header for that of the first central one, and so on.
+/// Takes the first local header for that of the first central directory header, and so on.
 void MendZip(Bytes file)
 {
     const auto ends = FindAll(file, "PK\5\6", file.size);
@@ -118,9 +111,8 @@ void MendZip(Bytes file)
     auto locals = FindAll(file, "PK\3\4", directory);
     centrals.resize(std::min(centrals.size(), locals.size()));
     locals.push_back(directory);
-    for (std::size_t i = 0; i < centrals.size(); ++i) {
+    for (std::size_t i = 0; i < centrals.size(); ++i)
         MendZipEntry(file, centrals[i], locals[i], locals[i + 1]);
-    }
     file.Put(end + 8, 2, centrals.size());
     file.Put(end + 10, 2, centrals.size());
     file.Put(end + 12, 4, end - directory);
@@ -133,11 +125,10 @@ void MendZip(Bytes file)
 void MendChecksums(std::uint8_t *data, std::size_t size)
 {
     const Bytes file = {data, size};
-    if (file.Text().substr(0, 6) == "7z\xbc\xaf\x27\x1c") {
+    if (file.Text().substr(0, 6) == "7z\xbc\xaf\x27\x1c")
         MendSevenZip(file);
-    } else if (file.Text().substr(0, 2) == "PK") {
+    else if (file.Text().substr(0, 2) == "PK")
         MendZip(file);
-    } else {
+    else
         MendTar(file);
-    }
 }
