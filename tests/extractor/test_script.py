@@ -12,12 +12,11 @@ from support import EMULATED, EXTRACTOR, ExtractorTest, make_tree
 TREE_OF_PROCESSES = """#!/bin/bash
 set -m
 trap "" TERM
-mark() { sleep 1000 & echo $! >> {pids}; }
-mark
+sleep 1000 & echo $! >> {pids}
 setsid sh -c 'sleep 1000 & echo $$ $! >> {pids}; wait' &
 (sh -c 'setsid sh -c "sleep 1000 & echo \\$\\$ \\$! >> {pids}; wait" &')
 echo $$ >> {pids}
-while [ $(wc -w < {pids}) -lt 6 ]; do sleep 0.01; done
+while [ $(wc -w < {pids}) -lt 6 ]; do sleep 0.01; ((SECONDS < 60)) || exit 9; done
 echo 50%
 """
 
@@ -27,6 +26,10 @@ def lives(pid):
         return Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()[0] != "Z"
     except (FileNotFoundError, ProcessLookupError):  # gone before or while it is read
         return False
+
+
+def holds_in_time(condition):
+    return any(condition() or time.sleep(0.01) for _ in range(6000))  # for a minute at most
 
 
 class Script(ExtractorTest):
@@ -58,10 +61,12 @@ class Script(ExtractorTest):
     def started(self):
         return [int(pid) for pid in Path(self.pids).read_text().split()]
 
+    def living(self):
+        return [pid for pid in self.started() if lives(pid)]
+
     def kill_all(self):
-        for pid in self.started() if os.path.exists(self.pids) else []:
-            if lives(pid):
-                os.kill(pid, signal.SIGKILL)
+        for pid in self.living() if os.path.exists(self.pids) else []:
+            os.kill(pid, signal.SIGKILL)
 
     def test_how_it_is_run(self):
         python = "#!/usr/bin/env python3\nimport os, sys\nprint(os.getcwd(), sys.argv[0])\n"
@@ -114,22 +119,18 @@ class Script(ExtractorTest):
                                  echo $! > {pids}; setsid sleep 1000 & echo $! >> {pids}""")
         self.assertEqual((run.returncode, run.stderr, self.log()), (0, "", ""))
         Path(self.pids + ".go").write_text("")
-        while not self.log():  # the service still writes
-            time.sleep(0.01)
-        self.assertEqual([lives(pid) for pid in self.started()], [True, True])
+        self.assertTrue(holds_in_time(self.log), "the service writes no more")
+        self.assertEqual(self.living(), self.started())
 
     @unittest.skipIf(EMULATED, "qemu lets no process adopt the children of the killed")
     def test_nothing_outlives_a_kill(self):
         run = self.start(self.command(TREE_OF_PROCESSES + "wait"), cwd=self.downloads,
                          stdout=subprocess.PIPE)
         self.assertEqual(run.stdout.readline(), b" 50%\n")
-        self.assertTrue(all(lives(pid) for pid in self.started()))
+        self.assertEqual(self.living(), self.started())
         run.kill()
-        for _ in range(6000):
-            if not any(lives(pid) for pid in self.started()):
-                return
-            time.sleep(0.01)
-        self.fail("after a minute there still live " + str([p for p in self.started() if lives(p)]))
+        holds_in_time(lambda: not self.living())
+        self.assertEqual(self.living(), [])
 
 
 unittest.main()
