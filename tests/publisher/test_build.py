@@ -368,7 +368,8 @@ class TestBuild(unittest.TestCase):
         before = tree("site")
         self.source.add(CORE + "a.tar.gz", ("a.tar/version.info", VERSION), ("a.tar/x", bytes(1 << 27)))
         for number in signal.SIGINT, signal.SIGTERM:
-            process = subprocess.Popen([REPO, "build", "source", "site"])
+            process = self.enterContext(subprocess.Popen([REPO, "build", "source", "site"]))
+            self.addCleanup(process.kill)  # and with it its trials
             while not list(pathlib.Path("site").glob("zeft.work/trials/*/*")):
                 self.assertIsNone(process.poll())
             trials = pathlib.Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text()
