@@ -71,12 +71,10 @@ def ways_out(outside):
         "absolute link": [link("C/l", outside)],
         "link to the parent": [link("C/l", "../..")],
         "link, then a file through it": [link("C/l", "../outside"), entry("C/l/secret")],
-        "link inside, then a file through it":
-            [entry("C/d/x"), link("C/l", "d"), entry("C/l/x")],
+        "link inside, then a file through it": [entry("C/d/x"), link("C/l", "d"), entry("C/l/x")],
         "file through a link that is there": [entry("planted/file")],
         "link through a link that is there": [link("C/l", "../planted/../secret")],
-        "chain of links":
-            [entry("C/p/q/x"), link("C/p/q/up", "../../.."), link("C/l", "p/q/up/..")],
+        "chain of links": [entry("C/p/q/x"), link("C/p/q/up", "../../.."), link("C/l", "p/q/up/..")],
         "chain of links, named so that the second comes first":
             [entry("C/p/q/x"), link("C/p/q/up", "../../.."), link("A", "C/p/q/up/../outside")],
         "file of a long name": [entry("C/" * 3000 + "x")],
@@ -168,10 +166,10 @@ class Hostile(ExtractorTest):
                 self.assertEqual(read_tree(self.target), {})
 
     def test_a_bomb_does_not_fill_the_disk(self):
-        for line in ('head -c 100M /dev/zero > C; tar -czf "$1" C',
-                     'head -c 100M /dev/zero > C; zip -q "$1" C',
-                     'touch $(seq -f C%g 6000); tar -cJf "$1" C*'):
-            with self.subTest(line):
+        for name, line in (("large file in a tar", 'head -c 100M /dev/zero > C; tar -czf "$1" C'),
+                           ("large file in a zip", 'head -c 100M /dev/zero > C; zip -q "$1" C'),
+                           ("many files", 'touch $(seq -f C%g 6000); tar -cJf "$1" C*')):
+            with self.subTest(name):
                 run = run_on_tmpfs("size=50m,nr_inodes=5900", """
                     strace --seccomp-bpf -fo "$2.trace" -e trace=openat,pwrite64 "$0" "#uzip" "#$2" "#$1"
                     grep ENOSPC "$2.trace"; ls "$1"; df -B1 --output=avail "$1" """,

@@ -121,8 +121,8 @@ class Formats(ExtractorTest):
         tree = {"C/version.info": (0o644, b"build : 1"),
                 "C/f": (0o644, random.Random(1).randbytes((10 << 20) - os.sysconf("SC_PAGESIZE")))}
         make_tree(self.path("source"), tree)
-        for line in ('tar -czf "$1" C', 'zip -qr - C > "$1"'):
-            with self.subTest(line):
+        for name, line in (("tar", 'tar -czf "$1" C'), ("zip", 'zip -qr - C > "$1"')):
+            with self.subTest(name):
                 run = run_on_tmpfs("size=10m", """
                     "$0" "#uzip" "#$2" "#$1" && diff -r "$3" "$1" && df --output=avail "$1" """,
                     self.target, self.pack(tree, line), self.path("source"))
@@ -143,8 +143,8 @@ class Formats(ExtractorTest):
                     self.assertEqual(read_tree(target), COMPONENT)
 
     def test_it_looks_whole_when_it_is_on_the_disk(self):
-        for line in ('tar -czf "$1" Comp', 'zip -qry "$1" Comp'):
-            with self.subTest(line):
+        for name, line in (("tar", 'tar -czf "$1" Comp'), ("zip", 'zip -qry "$1" Comp')):
+            with self.subTest(name):
                 strace = ["strace", "-fqqo", self.path("trace")]
                 run = [EXTRACTOR, "#uzip", "#" + self.pack(COMPONENT, line), "#" + self.target]
                 environment = {"ASAN_OPTIONS": "detect_leaks=0"}
@@ -166,9 +166,9 @@ class Formats(ExtractorTest):
         old = {"C/version.info": (0o644, b"build : old"), "C/old": (0o644, b"old")}
         new = {"C": (0o555, None), "C/version.info": (0o644, b"build : new"),
                **{f"C/{i}": (0o644, random.Random(i).randbytes(1_000_000)) for i in range(30)}}
-        for line in ('tar -czf "$1" C/version.info C', 'zip -qr "$1" C/version.info C'):
-            with self.subTest(line):
-                archive = self.pack(new, line)
+        for name, pack in ("tar", "tar -czf"), ("zip", "zip -qr"):
+            with self.subTest(name):
+                archive = self.pack(new, pack + ' "$1" C/version.info C')
                 make_tree(self.target, old)
                 run = self.start([EXTRACTOR, "#uzip", "#" + archive, "#" + self.target],
                                  stdout=subprocess.PIPE)

@@ -323,10 +323,10 @@ class TestBuild(unittest.TestCase):
 
     def test_a_release_takes_its_place_at_once_and_back(self):
         old, new = self.release()
-        for wrapper, how in (((), "at once"),
-                             (fault("renameat2:error=EINVAL"), "file by file"),  # as on NFS
-                             (fault("link,linkat:error=EPERM"), "at once")):
-            with self.subTest(wrapper):
+        for name, wrapper, how in (("usual disk", (), "at once"),
+                                   ("NFS", fault("renameat2:error=EINVAL"), "file by file"),
+                                   ("no hard links", fault("link,linkat:error=EPERM"), "at once")):
+            with self.subTest(name):
                 self.assertEqual(self.release(*wrapper), (old, new))
                 self.assertIn(how, self.said.stdout)
                 self.assertEqual(tree("site/zeft.previous"), old)
@@ -404,11 +404,11 @@ class TestBuild(unittest.TestCase):
             self.assertEqual(done.returncode, 0)
 
     def test_a_disk_that_fails_is_told(self):
-        for wrapper, message in (
-                (fault("read:error=EIO") + ["-P", "source/hwd_doc/zeta.html"], "Input/output error"),
-                (fault("syncfs:error=EIO"), "next: Input/output error"),
-                (fault("mkdir,mkdirat:error=EACCES"), "site: Permission denied")):
-            with self.subTest(message):
+        for name, wrapper, message in (
+                ("reading", fault("read:error=EIO") + ["-P", "source/hwd_doc/zeta.html"], "Input/output"),
+                ("flushing", fault("syncfs:error=EIO"), "next: Input/output error"),
+                ("making a folder", fault("mkdir,mkdirat:error=EACCES"), "site: Permission denied")):
+            with self.subTest(name):
                 done = self.try_to_build(*wrapper)
                 self.assertEqual((done.returncode, os.listdir()), (1, ["source"]))
                 self.assertIn(message, done.stdout + done.stderr)
