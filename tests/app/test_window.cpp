@@ -84,8 +84,8 @@ void TestWindow::LeavesTheWorkToAnotherUpdater()
     other.start(ZEFT_UPDATER, {"#" + installation.Path("")});
     const QString downloads = installation.Path("downloads");
     QTRY_VERIFY_WITH_TIMEOUT(!InstallationLock(downloads).Take(), 30000);
-    const QString document = installation.Download("hwd_doc/x.htm");
-    WriteFile(document, "x");
+    const QString description = installation.Download("hwd_doc/x.htm");
+    WriteFile(description, "x");
     WriteFile(installation.Download("a.zip"), "x");
 
     InstallationLock lock(downloads);
@@ -104,7 +104,7 @@ void TestWindow::LeavesTheWorkToAnotherUpdater()
     window->AddToDelete(window->records[0]);
     window->Timer500();
     QVERIFY(!window->records[0]->downloader && !window->delete_process);
-    QVERIFY(QFile::exists(document) && QFile::exists(installation.Download("a.zip")));
+    QVERIFY(QFile::exists(description) && QFile::exists(installation.Download("a.zip")));
     other.kill();
     QVERIFY(other.waitForFinished());
     window->Timer500();
@@ -117,9 +117,10 @@ void TestWindow::ColorsTheNewLineAlone()
     auto *msgs = installation.Find<QPlainTextEdit>("msgs");
     msgs->clear();
     msgs->setMaximumBlockCount(6); // the oldest line drops out at the end
+    const int levels[] = {0, LogLevel::Information, LogLevel::Warning, LogLevel::Error, 4};
     const QList<QColor> colors = {Qt::black, Qt::blue, QColor(255, 100, 0), Qt::red, Qt::black};
     for (int line = 0; line < 10; ++line)
-        DataSingleton::Inst()->AddMsg("line", line % 5);
+        DataSingleton::Inst()->AddMsg("line", levels[line % 5]);
     DataSingleton::Inst()->AddMsg("", LogLevel::Error);
     QCOMPARE(installation.Log(), QVector<QString>(6, "line").toList());
     for (int line = 0; line < 6; ++line) {

@@ -81,7 +81,7 @@ void TestTree::BuildsPackages()
            "8#0#Eight##a#b##"});
     QStringList packages;
     for (QTreeWidgetItemIterator it(Top(installation, 1)->child(0)); *it; ++it) {
-        if ((*it)->type() == 1536)
+        if ((*it)->parent() && PageOf(*it)) // neither a top nor a class
             packages.append((*it)->parent()->text(0) + "/" + (*it)->text(0) + ": "
                             + Labels(*it).join(", "));
     }

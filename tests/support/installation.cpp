@@ -25,7 +25,7 @@ Installation::Installation(bool beats)
 Installation::~Installation()
 {
     End();
-    // The documents may still be unpacked, by a process that is nobody's child.
+    // The descriptions may still be unpacked, by a process that is nobody's child.
     if (!QTest::qWaitFor([this] { return QDir(m_root.path()).removeRecursively(); }))
         qWarning("%s stays", qPrintable(m_root.path()));
 }

@@ -48,10 +48,10 @@ void Repository::Add(const QString &remote_dir, const QString &file_name, const 
 
 bool Repository::Publish(const Files &pages)
 {
-    Files documents;
+    Files descriptions;
     for (auto page = pages.begin(); page != pages.end(); ++page)
-        documents.insert("hwd_doc/" + page.key(), page.value());
+        descriptions.insert("hwd_doc/" + page.key(), page.value());
     return WriteFile(m_dir + "/zeft/zeft_upt_fversions.info", file_list)
            && WriteFile(m_dir + "/zeft/bsp/zeft_bsps.info", package_list)
-           && PackArchive(m_dir + "/zeft/bsp/hwd_doc.zip", documents);
+           && PackArchive(m_dir + "/zeft/bsp/hwd_doc.zip", descriptions);
 }
