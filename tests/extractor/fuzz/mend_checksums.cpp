@@ -85,8 +85,7 @@ void MendZipEntry(Bytes &file, std::size_t central, std::size_t local, std::size
     if (!file.Has(central, kCentralSize + name_size) || data > end)
         return;
     file.Put(central + 42, 4, local);
-    const bool is_stored = file.Get(central + 10, 2) == 0;
-    if (is_stored)
+    if (file.Get(central + 10, 2) == 0) // stored
         file.Put(central + 16, 4, file.Crc(data, file.Get(central + 20, 4)));
     std::memmove(file.data + local + 14, file.data + central + 16, kCommonSize);
     std::memmove(file.data + local + kLocalSize, file.data + central + kCentralSize, name_size);
