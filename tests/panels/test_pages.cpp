@@ -87,8 +87,10 @@ LocalDownloadDlg *LocalPage(const Installation &installation)
 QString Pick(LocalDownloadDlg *page, const QStringList &names, const QString &dir = QString())
 {
     QString began;
-    QTimer::singleShot(0, page, [&] {
+    const QObject press; // which the dialogue comes during, if it comes
+    QTimer::singleShot(0, &press, [&] {
         auto *dialog = qobject_cast<QFileDialog *>(QApplication::activeModalWidget());
+        QVERIFY2(dialog, "no file dialogue");
         began = dialog->directory().path();
         if (names.isEmpty())
             return dialog->reject();

@@ -35,6 +35,16 @@ void Count(QtMsgType type, const QMessageLogContext &context, const QString &mes
 void QuietTest::initTestCase()
 {
     qInstallMessageHandler(Count);
+    auto *watch = new QTimer(this);
+    connect(watch, &QTimer::timeout, [former = QPointer<QDialog>()]() mutable {
+        auto *dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+        if (dialog && dialog == former) {
+            QTest::qFail(qPrintable("Unanswered: " + dialog->windowTitle()), __FILE__, __LINE__);
+            dialog->reject();
+        }
+        former = dialog;
+    });
+    watch->start(30000);
 }
 
 bool AddTestClass(const QString &source, MakeTest make)

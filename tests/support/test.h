@@ -7,7 +7,7 @@
 #include <memory>
 
 /// A test class whose program fails if Qt, or the code under test through qWarning() and its like,
-/// writes to the console: the programs write nothing there in any path.
+/// writes to the console, as the programs never do, or if a dialogue stays open for half a minute.
 class QuietTest : public QObject
 {
     Q_OBJECT
