@@ -32,7 +32,7 @@ def sum_seconds(file_sum, data):
 
 
 with tempfile.TemporaryDirectory() as folder:
-    file_sum, data = program.build("file_sum", folder, "Qt5Core"), f"{folder}/data"
+    file_sum, data = program.build("file_sum"), f"{folder}/data"
     with open(data, "wb") as file:
         for _ in range(BLOCKS):
             file.write(BLOCK)

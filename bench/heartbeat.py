@@ -17,7 +17,7 @@ TIMES = ("making the records", "showing them", "heartbeat at rest", "with downlo
          "the next one", "with them cancelled")
 
 with tempfile.TemporaryDirectory() as folder:
-    heartbeat = program.build("heartbeat", folder, "Qt5Widgets", "Qt5Network")
+    heartbeat = program.build("heartbeat")
     environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=folder)
     for records in (1000, 10000, 100000):
         times = subprocess.check_output([heartbeat, folder, str(records)], text=True,

@@ -6,15 +6,9 @@ import subprocess
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
 
-def build(name, folder, *modules):
-    """The path of the program in the folder. Needs the release build."""
-    program = os.path.join(folder, name)
-    flags = subprocess.check_output(["pkg-config", "--cflags", "--libs", *modules], text=True)
+def build(name):
+    """The path of the program. Needs the release's configuration."""
     release = f"{ROOT}/build/release"
-    subprocess.check_call(
-        ["c++", "-std=c++17", "-O2", "-fPIC", "-fno-access-control", "-I", ROOT,
-         "-I", f"{ROOT}/Updater",
-         "-I", f"{release}/Updater/zeft_updater_core_autogen/include",
-         f"{ROOT}/bench/{name}.cpp", f"{release}/Updater/libzeft_updater_core.a",
-         f"{release}/Repository/libzeft_repository.a", "-o", program, *flags.split()])
-    return program
+    subprocess.check_call(["cmake", "--build", release, "--target", f"zeft_bench_{name}"],
+                          stdout=subprocess.DEVNULL)
+    return f"{release}/bench/zeft_bench_{name}"

@@ -68,7 +68,7 @@ def random_file(path, size):
 memory = "/dev/shm" if os.path.isdir("/dev/shm") else None  # no disk in between
 with tempfile.TemporaryDirectory(dir=memory) as folder:
     site, target = f"{folder}/site", f"{folder}/target"
-    transfer = program.build("transfer", folder, "Qt5Widgets", "Qt5Network")
+    transfer = program.build("transfer")
     os.mkdir(site)
     random_file(f"{site}/600.zip", 600 * MB)
     random_file(f"{site}/1000.zip", 1000 * MB)

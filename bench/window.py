@@ -45,7 +45,7 @@ def display(folder):
 class Bench:
     def __init__(self, folder, environment):
         self.folder, self.environment = folder, environment
-        self.window = program.build("window", folder, "Qt5Widgets", "Qt5Network")
+        self.window = program.build("window")
 
     def press(self, *key):
         return subprocess.Popen(["xdotool", "key", *key], env=self.environment)
