@@ -106,9 +106,8 @@ ArchiveReader::ArchiveReader(const InputFile &file, Format format, Progress &pro
                                        : whence == SEEK_CUR ? reader->m_offset
                                                             : reader->m_file->Size();
             const std::uint64_t wanted = base + static_cast<std::uint64_t>(offset);
-            if (wanted > reader->m_file->Size()) {
+            if (wanted > reader->m_file->Size())
                 return ARCHIVE_FATAL;
-            }
             reader->m_offset = wanted;
             return static_cast<la_int64_t>(wanted);
         });

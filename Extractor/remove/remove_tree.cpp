@@ -232,10 +232,9 @@ private:
     {
         constexpr double kScale = 1e6;
         m_done += share;
-        if (m_progress) {
+        if (m_progress)
             m_progress->Reach(static_cast<std::uint64_t>(m_done * kScale),
                               static_cast<std::uint64_t>(kScale));
-        }
     }
 
     const int m_base;
