@@ -11,6 +11,7 @@ import shlex
 import subprocess
 import sys
 import tempfile
+import time
 
 from walk import Atspi, GLib, Updater, expect
 
@@ -84,6 +85,8 @@ def command(place):
 words, root = command(sys.argv[1])
 print("Starts", words, flush=True)
 subprocess.Popen(["setpriv", "--pdeathsig", "TERM", "openbox"])  # gives the window the focus
+while subprocess.run(["xdotool", "get_num_desktops"], capture_output=True).returncode:
+    time.sleep(0.1)
 with tempfile.TemporaryDirectory() as shots:
     user = KeyboardUser(words, shots, os.environ)
     user.listen()
