@@ -24,16 +24,17 @@ namespace {
 /// Where things are during a build.
 struct Places
 {
-    QString live;   // the release that is served
-    QString next;   // the one that is made; empty in a dry run
-    QString trials; // for what is not to stay
+    QString live;     // the release that is served
+    QString previous; // the one before that, or a newer one that was taken back
+    QString next;     // the one that is made; empty in a dry run
+    QString trials;   // for what is not to stay
 };
 
 /// A release in the making, beside the one that users have.
 struct Draft
 {
     Release before;
-    Release previous; // the one before that, or a newer one that was taken back
+    Release previous;
     Release next;
     bool has_new_pages = false;
 };
@@ -178,7 +179,7 @@ Draft MakeDraft(const RepositorySource &source, const Release &next, const Place
 {
     Draft draft;
     draft.before = ReadRelease(places.live);
-    draft.previous = ReadRelease(places.live + ".previous");
+    draft.previous = ReadRelease(places.previous);
     draft.next = next;
     TakeArchives(source, places, draft, findings, progress);
     draft.has_new_pages = PackChangedPages(source, draft.before, draft.next, places);
@@ -309,7 +310,8 @@ BuildResult Build(const QString &source_dir, const QString &site_dir, BuildMode 
 
     std::optional<SiteFolder> site;
     std::optional<TemporaryFolder> elsewhere;
-    Places places = {QDir(site_dir).path() + kLiveFolder, {}, {}};
+    const QString site_path = QDir(site_dir).path();
+    Places places = {site_path + kLiveFolder, site_path + kPreviousFolder, {}, {}};
     if (mode == BuildMode::DryRun) {
         elsewhere.emplace();
         places.trials = elsewhere->Path();
