@@ -26,13 +26,13 @@ def cat_seconds(data):
 
 
 def sum_seconds(file_sum, data):
-    total, seconds = subprocess.check_output([file_sum, data], text=True).split()
+    total, seconds = subprocess.check_output([*file_sum, data], text=True).split()
     assert int(total) == sum(BLOCK) * BLOCKS
     return float(seconds)
 
 
 with tempfile.TemporaryDirectory() as folder:
-    file_sum, data = program.build("file_sum"), f"{folder}/data"
+    file_sum, data = program.command("file_sum"), f"{folder}/data"
     with open(data, "wb") as file:
         for _ in range(BLOCKS):
             file.write(BLOCK)

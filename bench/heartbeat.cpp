@@ -1,12 +1,7 @@
-// One window over many records: how long a heartbeat holds the event loop.
-// Usage: heartbeat ROOT RECORDS
-// Prints milliseconds: of making the records and of showing them, which processes events all along;
-// then of a heartbeat at rest, of the first and the second one with every hundredth record waiting
-// for its download, and of the one that finds these cancelled.
-
 #include "app/datasingleton.h"
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
+#include "bench.h"
 #include "catalogue/records.h"
 
 #include <QApplication>
@@ -16,7 +11,7 @@
 
 namespace {
 
-template <typename Work> double Milliseconds(Work work)
+template <typename Work> double TimeOf(Work work)
 {
     QElapsedTimer clock;
     clock.start();
@@ -26,12 +21,12 @@ template <typename Work> double Milliseconds(Work work)
 
 double Beat(MainWindow &window)
 {
-    return Milliseconds([&] { window.Timer500(); });
+    return TimeOf([&] { window.Timer500(); });
 }
 
 } // namespace
 
-int main(int argc, char **argv)
+int Heartbeat(int argc, char **argv)
 {
     const QApplication application(argc, argv);
     auto &window = *new MainWindow(nullptr); // like the program's, it outlives everything
@@ -40,8 +35,8 @@ int main(int argc, char **argv)
     for (int n = 0; n < QString(argv[2]).toInt(); ++n)
         window.fversions_lines.append(
             QString("8#%1.zip#core/version_latest#2026-01-02T1#1#1").arg(n));
-    std::printf("%.1f ", Milliseconds([&] { window.MakeRecords(); }));
-    std::printf("%.1f ", Milliseconds([&] { window.AddTreeArchItems(); }));
+    std::printf("%.1f ", TimeOf([&] { window.MakeRecords(); }));
+    std::printf("%.1f ", TimeOf([&] { window.AddTreeArchItems(); }));
     Beat(window);
     std::printf("%.1f ", Beat(window));
 
@@ -53,4 +48,5 @@ int main(int argc, char **argv)
     for (int n = 0; n < window.records.size(); n += 100)
         window.CancelDownloadInstall(window.records[n]);
     std::printf("%.1f\n", Beat(window));
+    return 0;
 }

@@ -17,10 +17,10 @@ TIMES = ("making the records", "showing them", "heartbeat at rest", "with downlo
          "the next one", "with them cancelled")
 
 with tempfile.TemporaryDirectory() as folder:
-    heartbeat = program.build("heartbeat")
+    heartbeat = program.command("heartbeat")
     environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=folder)
     for records in (1000, 10000, 100000):
-        times = subprocess.check_output([heartbeat, folder, str(records)], text=True,
+        times = subprocess.check_output([*heartbeat, folder, str(records)], text=True,
                                         stderr=subprocess.DEVNULL, env=environment)
         for name, time in zip(TIMES, times.split()):
             table.row(f"{records} records: {name}", float(time), "ms")

@@ -1,4 +1,4 @@
-"""Makes the programs of this folder that measure the updater's library from within."""
+"""Makes the program of this folder that measures the updater's library from within."""
 
 import os
 import subprocess
@@ -6,9 +6,9 @@ import subprocess
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
 
-def build(name):
-    """The path of the program. Needs the release's configuration."""
+def command(name):
+    """The command of the bench. Needs the release's configuration."""
     release = f"{ROOT}/build/release"
-    subprocess.check_call(["cmake", "--build", release, "--target", f"zeft_bench_{name}"],
+    subprocess.check_call(["cmake", "--build", release, "--target", "zeft_bench"],
                           stdout=subprocess.DEVNULL)
-    return f"{release}/bench/zeft_bench_{name}"
+    return [f"{release}/bench/zeft_bench", name]

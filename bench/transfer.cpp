@@ -1,10 +1,5 @@
-// usage: transfer get|get-busy|get-floor|probe|probe-floor URL FILE SIZE_OR_COUNT
-//
-// Fetches URL into FILE, or probes it COUNT times over, and prints what that cost this process:
-// its memory before and at the peak in kB, and for how long its event loop was held, in ms of the
-// clock and of the processor. The floor is the least that a program with Qt can do.
-
 #include "app/datasingleton.h"
+#include "bench.h"
 #include "transfer/filedownloader.h"
 
 #include <QCoreApplication>
@@ -16,7 +11,6 @@
 #include <QThread>
 
 #include <cstdio>
-#include <ctime>
 
 namespace {
 
@@ -32,9 +26,7 @@ qint64 PeakMemory()
 
 double ProcessorMs()
 {
-    timespec time = {};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+    return Milliseconds(CLOCK_THREAD_CPUTIME_ID);
 }
 
 /// Ticks each millisecond and remembers the longest wait for a tick.
@@ -124,7 +116,7 @@ void ProbeFloor(QNetworkAccessManager &manager, const QString &url, qint64 count
 
 } // namespace
 
-int main(int argc, char *argv[])
+int Transfer(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();

@@ -68,7 +68,7 @@ def random_file(path, size):
 memory = "/dev/shm" if os.path.isdir("/dev/shm") else None  # no disk in between
 with tempfile.TemporaryDirectory(dir=memory) as folder:
     site, target = f"{folder}/site", f"{folder}/target"
-    transfer = program.build("transfer")
+    transfer = program.command("transfer")
     os.mkdir(site)
     random_file(f"{site}/600.zip", 600 * MB)
     random_file(f"{site}/1000.zip", 1000 * MB)
@@ -79,8 +79,8 @@ with tempfile.TemporaryDirectory(dir=memory) as folder:
         def contenders(name, size, kind):
             ours = [f"{url}/{name}", target, str(size)]
             return {"curl": ["curl", "-sk", "-o", target, f"{url}/{name}"],
-                    "engine": [transfer, kind, *ours],
-                    "floor": [transfer, "get-floor", *ours]}
+                    "engine": [*transfer, kind, *ours],
+                    "floor": [*transfer, "get-floor", *ours]}
 
         def take(name):
             assert filecmp.cmp(f"{site}/{name}", target, shallow=False), "another file"
@@ -92,5 +92,5 @@ with tempfile.TemporaryDirectory(dir=memory) as folder:
         small = f"{url}/small.zip"
         compare(f"{PROBES} probes", {
             "curl": ["curl", "-skI", "-o", "/dev/null", f"{small}?[1-{PROBES}]"],
-            "engine": [transfer, "probe", small, target, str(PROBES)],
-            "floor": [transfer, "probe-floor", small, target, str(PROBES)]})
+            "engine": [*transfer, "probe", small, target, str(PROBES)],
+            "floor": [*transfer, "probe-floor", small, target, str(PROBES)]})

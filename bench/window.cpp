@@ -1,15 +1,7 @@
-// The updater's window, connected to a repository. What a user feels of it is measured from the
-// X server's time stamp of a key to the key's delivery.
-// Usage: window ROOT URL
-// Prints a line with its name as each stage begins: lists, probes, tree, after. F12 closes the
-// window and prints for how many ms it stayed. F8 is for the last stage: it prints as JSON the
-// longest wait of a key in each stage, what of it this program can have worked, and the time of
-// building the tree (ms), the processor time of a search in it (ms), the memory of a package's page
-// (kB), and the percent of a processor that one minute of rest takes.
-
 #include "app/datasingleton.h"
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
+#include "bench.h"
 #include "panels/downloadwgt.h"
 #include "ui_mainwindow.h"
 
@@ -19,19 +11,11 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <ctime>
 
 namespace {
 
 const int kRest = 60; // s
 const char *const kStages[] = {"lists", "probes", "tree", "after"};
-
-double Milliseconds(clockid_t clock)
-{
-    timespec time = {};
-    clock_gettime(clock, &time);
-    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
-}
 
 /// Since the X server stamped the key, on its own clock of 32 bits.
 double WaitOf(const QKeyEvent &key)
@@ -144,7 +128,7 @@ private:
 
 } // namespace
 
-int main(int argc, char **argv)
+int Window(int argc, char **argv)
 {
     const QApplication application(argc, argv);
     auto &window = *new MainWindow(nullptr); // like the program's, it outlives everything

@@ -45,7 +45,7 @@ def display(folder):
 class Bench:
     def __init__(self, folder, environment):
         self.folder, self.environment = folder, environment
-        self.window = program.build("window")
+        self.window = program.command("window")
 
     def press(self, *key):
         return subprocess.Popen(["xdotool", "key", *key], env=self.environment)
@@ -56,7 +56,7 @@ class Bench:
         root = tempfile.mkdtemp(dir=self.folder)
         os.mkdir(f"{root}/bin_lnx")
         shutil.copy(f"{program.ROOT}/build/release/Extractor/zeft_fextr_cmd", f"{root}/bin_lnx")
-        with subprocess.Popen([self.window, root, f"https://localhost:{port}"], text=True,
+        with subprocess.Popen([*self.window, root, f"https://localhost:{port}"], text=True,
                               stdout=subprocess.PIPE, env=self.environment) as process:
             yield process
 
