@@ -20,8 +20,8 @@ constexpr std::size_t kBatchEntries = 64;
 constexpr std::uint64_t kBatchBytes = std::uint64_t{512} * 1024; // compressed
 
 /// What the workers share. Each has a reader of its own, and again and again takes the next entries
-/// that nobody has taken; its reader passes over all others, which costs next to nothing. They come
-/// in batches, since two workers that make files in one folder wait for one another.
+/// that nobody has taken; its reader passes over all others, which costs little. They come in
+/// batches, since two workers that make files in one folder wait for one another.
 class ZipWork
 {
 public:

@@ -36,7 +36,7 @@ struct Draft
     Release before;
     Release previous;
     Release next;
-    bool has_new_pages = false;
+    bool has_new_descriptions = false;
 };
 
 /// The date of the archive in the repository. Its day is that of the build, by which the updater
@@ -59,9 +59,9 @@ Release ReleaseOf(const RepositorySource &source)
         release.sources[component.Name()] = {
             component.size, component.modified.toMSecsSinceEpoch(), 0, {}, {}};
     }
-    for (const QString &page : source.pages) {
-        const QFileInfo info(source.pages_dir + '/' + page);
-        release.sources[QString(kDescriptionsFolder) + '/' + page] = {
+    for (const QString &name : source.descriptions) {
+        const QFileInfo info(source.descriptions_dir + '/' + name);
+        release.sources[QString(kDescriptionsFolder) + '/' + name] = {
             info.size(), info.lastModified().toMSecsSinceEpoch(), 0, {}, {}};
     }
     release.lists.packages = source.packages;
@@ -130,43 +130,44 @@ void TakeArchives(const RepositorySource &source, const Places &places, Draft &d
     }
 }
 
-/// The records of the description pages and their pictures.
-QMap<QString, QPair<qint64, qint64>> PagesOf(const Release &release)
+/// The records of the descriptions and their pictures.
+QMap<QString, QPair<qint64, qint64>> DescriptionsOf(const Release &release)
 {
-    QMap<QString, QPair<qint64, qint64>> pages;
+    QMap<QString, QPair<qint64, qint64>> descriptions;
     for (auto it = release.sources.begin(); it != release.sources.end(); ++it) {
         if (it.key().startsWith(QString(kDescriptionsFolder) + '/'))
-            pages[it.key()] = {it->size, it->modified};
+            descriptions[it.key()] = {it->size, it->modified};
     }
-    return pages;
+    return descriptions;
 }
 
-void PackPages(const RepositorySource &source, const QString &path)
+void PackDescriptions(const RepositorySource &source, const QString &path)
 {
     ZipWriter zip(path);
     const QString folder = QString(kDescriptionsFolder) + '/';
-    zip.AddFolder(folder); // without pages it would be no archive
-    for (const QString &name : source.pages) {
+    zip.AddFolder(folder); // without descriptions it would be no archive
+    for (const QString &name : source.descriptions) {
         QByteArray bytes;
-        const QString page = source.pages_dir + '/' + name;
-        const QString failure = ReadFile(page, bytes);
+        const QString file = source.descriptions_dir + '/' + name;
+        const QString failure = ReadFile(file, bytes);
         if (!failure.isEmpty())
-            Fail(QString("%1: %2").arg(page, failure));
+            Fail(QString("%1: %2").arg(file, failure));
         zip.AddFile(folder + name, bytes);
     }
     zip.Close();
 }
 
-/// Packs the pages into the folder for trials, unless they are known to be those of the release
-/// \a before. True if the archive is another one than that release's.
-bool PackChangedPages(const RepositorySource &source, const Release &before, const Release &next,
-                      const Places &places)
+/// Packs the descriptions into the folder for trials, unless they are known to be those of the
+/// release \a before. True if the archive is another one than that release's.
+bool PackChangedDescriptions(const RepositorySource &source, const Release &before,
+                             const Release &next, const Places &places)
 {
     const QString published = InRelease(places.live, DescriptionsPath());
-    if (PagesOf(before) == PagesOf(next) && before.number > 0 && QFileInfo(published).isFile())
+    if (DescriptionsOf(before) == DescriptionsOf(next) && before.number > 0
+        && QFileInfo(published).isFile())
         return false;
     const QString path = places.trials + '/' + kDescriptionsArchive;
-    PackPages(source, path);
+    PackDescriptions(source, path);
     QByteArray old_bytes;
     QByteArray bytes;
     ReadFile(published, old_bytes);
@@ -182,12 +183,12 @@ Draft MakeDraft(const RepositorySource &source, const Release &next, const Place
     draft.previous = ReadRelease(places.previous);
     draft.next = next;
     TakeArchives(source, places, draft, findings, progress);
-    draft.has_new_pages = PackChangedPages(source, draft.before, draft.next, places);
+    draft.has_new_descriptions = PackChangedDescriptions(source, draft.before, draft.next, places);
     return draft;
 }
 
-/// What happens to the archive of the description pages.
-Change PagesChange(const Release &before, bool is_new)
+/// What happens to the archive of the descriptions.
+Change DescriptionsChange(const Release &before, bool is_new)
 {
     const Change::Kind kind = !is_new              ? Change::Unchanged
                               : before.number == 0 ? Change::Added
@@ -228,12 +229,12 @@ void Complete(const Draft &draft, const Places &places)
         Remove(places.next + '/' + name);
         LinkOrCopy(old, places.next + '/' + name);
     }
-    const QString pages = InRelease(places.next, DescriptionsPath());
-    if (draft.has_new_pages) {
-        MakeFolder(QFileInfo(pages).path());
-        Rename(places.trials + '/' + kDescriptionsArchive, pages);
+    const QString descriptions = InRelease(places.next, DescriptionsPath());
+    if (draft.has_new_descriptions) {
+        MakeFolder(QFileInfo(descriptions).path());
+        Rename(places.trials + '/' + kDescriptionsArchive, descriptions);
     } else {
-        LinkOrCopy(InRelease(places.live, DescriptionsPath()), pages);
+        LinkOrCopy(InRelease(places.live, DescriptionsPath()), descriptions);
     }
     WriteRelease(draft.next, places.next, places.live);
     Sync(places.next);
@@ -277,7 +278,7 @@ void RefuseOverlap(const QString &source_dir, const RepositorySource &source,
         if (LiesIn(source_dir, site_dir + ours))
             Fail(QString("%1: the source lies in %2, which is replaced").arg(source_dir, site_dir));
     }
-    QSet<QString> folders = {source.pages_dir};
+    QSet<QString> folders = {source.descriptions_dir};
     for (const Component &component : source.components)
         folders.insert(QFileInfo(component.path).path());
     for (const QString &folder : qAsConst(folders)) {
@@ -304,7 +305,8 @@ BuildResult Build(const QString &source_dir, const QString &site_dir, BuildMode 
     RefuseOverlap(source_dir, source, site_dir);
     const Release next = ReleaseOf(source);
     CheckLists(next.lists, result.findings);
-    CheckPages(source.packages, source.pages_dir, source.pages, result.findings);
+    CheckDescriptions(source.packages, source.descriptions_dir, source.descriptions,
+                      result.findings);
     if (result.findings.HasErrors())
         return result;
 
@@ -326,7 +328,7 @@ BuildResult Build(const QString &source_dir, const QString &site_dir, BuildMode 
     CheckDates(FormerReleases(draft), draft.next, QDateTime::currentDateTimeUtc().date(),
                result.findings);
     result.changes = CompareReleases(draft.before, draft.next, places.live);
-    result.changes.append(PagesChange(draft.before, draft.has_new_pages));
+    result.changes.append(DescriptionsChange(draft.before, draft.has_new_descriptions));
     result.dated_by_build = DatedByBuild(source, draft.next);
     Count(draft.next, result);
     if (!result.findings.HasErrors() && site)
@@ -347,12 +349,12 @@ BuildResult RollBack(const QString &site_dir)
             return IsIntact(file, site.Previous());
         }))
         Fail(QString("%1: it is not complete").arg(site.Previous()));
-    QByteArray old_pages;
-    QByteArray new_pages;
-    ReadFile(InRelease(site.Live(), DescriptionsPath()), old_pages);
-    ReadFile(InRelease(site.Previous(), DescriptionsPath()), new_pages);
+    QByteArray old_descriptions;
+    QByteArray new_descriptions;
+    ReadFile(InRelease(site.Live(), DescriptionsPath()), old_descriptions);
+    ReadFile(InRelease(site.Previous(), DescriptionsPath()), new_descriptions);
     result.changes = CompareReleases(before, next, site.Previous());
-    result.changes.append(PagesChange(before, old_pages != new_pages));
+    result.changes.append(DescriptionsChange(before, old_descriptions != new_descriptions));
     Count(next, result);
     result.is_at_once = site.RollBack();
     result.outcome = Outcome::Published;

@@ -13,7 +13,7 @@ const QList<RuleInfo> &Rules()
         {Rule::NotPublished, Level::Warning, "move it away, or put a plain file in its place"},
         {Rule::NothingOffered, Level::Error, "put an archive into a directory that is named"},
         {Rule::DamagedList, Level::Error, "build the site anew"},
-        {Rule::BadDescription, Level::Error, "correct repository.json"},
+        {Rule::BadContents, Level::Error, "correct repository.json"},
         {Rule::ListedTwice, Level::Error, "name it once, with the platform of all its machines"},
 
         {Rule::BadName, Level::Error, "rename it"},
@@ -45,10 +45,10 @@ const QList<RuleInfo> &Rules()
         {Rule::BadTitle, Level::Error, "correct the title"},
         {Rule::BadArchives, Level::Error, "name the files of one or two archives"},
         {Rule::NotForAll, Level::Error, "add an archive, or give the package another platform"},
-        {Rule::MissingPage, Level::Error, "put the page into hwd_doc"},
-        {Rule::PageNotText, Level::Error, "save the page as UTF-8"},
-        {Rule::PageTooLarge, Level::Error, "make it smaller"},
-        {Rule::UnusedPage, Level::Warning, "name it in a package, or take it out"},
+        {Rule::MissingDescription, Level::Error, "put the description into hwd_doc"},
+        {Rule::DescriptionNotText, Level::Error, "save the description as UTF-8"},
+        {Rule::DescriptionTooLarge, Level::Error, "make it smaller"},
+        {Rule::UnusedDescription, Level::Warning, "name it in a package, or take it out"},
 
         {Rule::NoAnswer, Level::Error, "mend the server"},
         {Rule::NoLength, Level::Error, "serve plain files, without filters"},

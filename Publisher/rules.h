@@ -17,7 +17,7 @@ enum class Rule {
     NotPublished = 4,
     NothingOffered = 5,
     DamagedList = 6,
-    BadDescription = 7,
+    BadContents = 7,
     ListedTwice = 8,
 
     // A line of the file list
@@ -46,15 +46,15 @@ enum class Rule {
     SameDate = 30,
     EarlierDate = 31,
 
-    // A line of the package list, and a description page
+    // A line of the package list, and a description
     BadClass = 40,
     BadTitle = 41,
     BadArchives = 42,
     NotForAll = 43,
-    MissingPage = 44,
-    PageNotText = 45,
-    PageTooLarge = 46,
-    UnusedPage = 47,
+    MissingDescription = 44,
+    DescriptionNotText = 45,
+    DescriptionTooLarge = 46,
+    UnusedDescription = 47,
 
     // A server
     NoAnswer = 60,

@@ -42,7 +42,7 @@ void CheckFileName(const FileLine &file, Findings &findings)
         findings.Add(Rule::BadName, NameOf(file),
                      QString("its name is longer than %1 bytes").arg(kLongestName));
     } else if (name == kDescriptionsArchive) {
-        findings.Add(Rule::BadName, NameOf(file), "its name is that of the description pages");
+        findings.Add(Rule::BadName, NameOf(file), "its name is that of the descriptions");
     } else if (IsReserved(NameOf(file))) {
         findings.Add(Rule::BadName, NameOf(file),
                      "it would take the place of a file of the repository's own");
@@ -149,26 +149,28 @@ void CheckTitle(const PackageLine &package, Findings &findings)
                      "the title is empty or holds a \"#\" or a control character");
 }
 
-void CheckPage(const PackageLine &package, const QString &dir, Findings &findings)
+void CheckDescription(const PackageLine &package, const QString &dir, Findings &findings)
 {
-    const QString &page = package.description;
-    const QString name_fault = NameFault(page);
+    const QString &name = package.description;
+    const QString name_fault = NameFault(name);
     if (!name_fault.isEmpty())
-        return findings.Add(Rule::MissingPage, SubjectOf(package), "its page: " + name_fault);
+        return findings.Add(Rule::MissingDescription, SubjectOf(package),
+                            "its description: " + name_fault);
     QByteArray bytes;
-    const QString failure = ReadFile(dir + '/' + page, bytes);
+    const QString failure = ReadFile(dir + '/' + name, bytes);
     if (!failure.isEmpty())
-        return findings.Add(Rule::MissingPage, SubjectOf(package),
-                            QString("the page \"%1\" cannot be read: %2").arg(page, failure));
+        return findings.Add(
+            Rule::MissingDescription, SubjectOf(package),
+            QString("the description \"%1\" cannot be read: %2").arg(name, failure));
     QTextCodec::ConverterState state;
     QString text =
         QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
     if (bytes.contains('\0') || state.invalidChars > 0 || state.remainingChars > 0) {
-        findings.Add(Rule::PageNotText, SubjectOf(package),
-                     QString("the page \"%1\" is not UTF-8 text").arg(page));
+        findings.Add(Rule::DescriptionNotText, SubjectOf(package),
+                     QString("the description \"%1\" is not UTF-8 text").arg(name));
     } else if (!CutForLayout(text)) {
-        findings.Add(Rule::PageTooLarge, SubjectOf(package),
-                     QString("the page \"%1\" is too large to be shown").arg(page));
+        findings.Add(Rule::DescriptionTooLarge, SubjectOf(package),
+                     QString("the description \"%1\" is too large to be shown").arg(name));
     }
 }
 
@@ -246,21 +248,21 @@ void CheckLists(const Lists &lists, Findings &findings)
     CheckOffers(lists, findings);
 }
 
-void CheckPages(const QList<PackageLine> &packages, const QString &dir, const QStringList &pages,
-                Findings &findings)
+void CheckDescriptions(const QList<PackageLine> &packages, const QString &dir,
+                       const QStringList &files, Findings &findings)
 {
     QSet<QString> named;
     for (const PackageLine &package : packages) {
-        CheckPage(package, dir, findings);
+        CheckDescription(package, dir, findings);
         named.insert(package.description);
     }
-    for (const QString &page : pages) {
-        const QString name = QString(kDescriptionsFolder) + '/' + page;
-        if (QFileInfo(dir + '/' + page).size() > kMostDescriptionBytes)
-            findings.Add(Rule::PageTooLarge, name,
+    for (const QString &file : files) {
+        const QString name = QString(kDescriptionsFolder) + '/' + file;
+        if (QFileInfo(dir + '/' + file).size() > kMostDescriptionBytes)
+            findings.Add(Rule::DescriptionTooLarge, name,
                          QString("it has more than %1 bytes").arg(kMostDescriptionBytes));
-        if (QFileInfo(page).suffix().startsWith("htm", Qt::CaseInsensitive)
-            && !named.contains(page))
-            findings.Add(Rule::UnusedPage, name, "no package names this page");
+        if (QFileInfo(file).suffix().startsWith("htm", Qt::CaseInsensitive)
+            && !named.contains(file))
+            findings.Add(Rule::UnusedDescription, name, "no package names this description");
     }
 }

@@ -33,6 +33,6 @@ QString SubjectOf(const PackageLine &package);
 /// and what each machine is offered.
 void CheckLists(const Lists &lists, Findings &findings);
 
-/// Checks the description pages that \a packages name. All \a pages lie in \a dir.
-void CheckPages(const QList<PackageLine> &packages, const QString &dir, const QStringList &pages,
-                Findings &findings);
+/// Checks the descriptions that \a packages name. All \a files lie in \a dir.
+void CheckDescriptions(const QList<PackageLine> &packages, const QString &dir,
+                       const QStringList &files, Findings &findings);

@@ -19,7 +19,7 @@ namespace {
 
 const int kAtATime = 12;          // requests; Qt opens six connections to a host
 const int kOnOneConnection = 500; // requests
-const qint64 kMostInPages = qint64{1} << 30;
+const qint64 kMostInDescriptions = qint64{1} << 30;
 const qint64 kMostInRange = 1000000; // bytes that are asked for
 
 /// Asks a server what the updater asks it.
@@ -34,7 +34,7 @@ public:
     {
     }
 
-    /// Fetches the lists and the pages into the folder. False if something is wrong with the
+    /// Fetches the lists and the descriptions into the folder. False if something is wrong with the
     /// answers; the updater would not go on, either.
     bool FetchLists();
     /// Asks for the size and the date of each file.
@@ -76,7 +76,7 @@ bool Questions::FetchLists()
     for (const QString &path : {FileListPath(), DescriptionsPath(), PackageListPath()}) {
         const HttpAnswer answer =
             m_client.Ask({m_base + path, false, 0, InRelease(m_dir, path),
-                          path == DescriptionsPath() ? kMostInPages : kMostManifestBytes});
+                          path == DescriptionsPath() ? kMostInDescriptions : kMostManifestBytes});
         if (!CheckAnswer(NameInRelease(path), answer, m_findings))
             return false;
     }
@@ -259,7 +259,7 @@ void CheckServer(const QString &url, bool with_archives, const QString &place, F
     Lists lists = ReadLists(dir, findings);
     CheckLists(lists, findings);
     CheckTimeStamps(lists, findings);
-    CheckPagesArchive(lists, dir, place, findings);
+    CheckDescriptionsArchive(lists, dir, place, findings);
     if (!with_archives)
         return;
     const auto is_missing = [&dir](const FileLine &file) {

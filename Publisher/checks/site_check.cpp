@@ -91,11 +91,11 @@ void CheckArchives(const Lists &lists, const QString &dir, const QString &place,
         CompareFacts(tried[i], facts[i], findings);
 }
 
-void CheckPagesArchive(const Lists &lists, const QString &dir, const QString &place,
-                       Findings &findings)
+void CheckDescriptionsArchive(const Lists &lists, const QString &dir, const QString &place,
+                              Findings &findings)
 {
     const QString path = InRelease(dir, DescriptionsPath());
-    const QString pages = place + '/' + kDescriptionsFolder;
+    const QString descriptions = place + '/' + kDescriptionsFolder;
     QString failure = "the process that unpacked it was killed";
     RunJobs(
         1,
@@ -115,7 +115,7 @@ void CheckPagesArchive(const Lists &lists, const QString &dir, const QString &pl
     if (!failure.isEmpty())
         return findings.Add(Rule::NotUnpackable, NameInRelease(DescriptionsPath()),
                             QString("it cannot be unpacked in %1: %2").arg(place, failure));
-    CheckPages(lists.packages, pages, FilesBelow(pages), findings);
+    CheckDescriptions(lists.packages, descriptions, FilesBelow(descriptions), findings);
 }
 
 void CheckRelease(const QString &dir, const QString &place, Findings &findings,
@@ -125,6 +125,6 @@ void CheckRelease(const QString &dir, const QString &place, Findings &findings,
     CheckLists(lists, findings);
     CheckTimeStamps(lists, findings);
     CheckUnlisted(lists, dir, findings);
-    CheckPagesArchive(lists, dir, place, findings);
+    CheckDescriptionsArchive(lists, dir, place, findings);
     CheckArchives(lists, dir, place, findings, progress);
 }

@@ -7,7 +7,7 @@
 class QDateTime;
 
 /// Checks the release in the folder \a dir: its lists, its archives to their last byte, and its
-/// pages. \a place is a folder for trials.
+/// descriptions. \a place is a folder for trials.
 void CheckRelease(const QString &dir, const QString &place, Findings &findings,
                   const std::function<void(int, int)> &progress);
 
@@ -15,9 +15,9 @@ void CheckRelease(const QString &dir, const QString &place, Findings &findings,
 void CheckArchives(const Lists &lists, const QString &dir, const QString &place, Findings &findings,
                    const std::function<void(int, int)> &progress);
 
-/// Checks the description pages of the release in \a dir, which \a lists belong to.
-void CheckPagesArchive(const Lists &lists, const QString &dir, const QString &place,
-                       Findings &findings);
+/// Checks the descriptions of the release in \a dir, which \a lists belong to.
+void CheckDescriptionsArchive(const Lists &lists, const QString &dir, const QString &place,
+                              Findings &findings);
 
 /// Checks that the time stamps in the file list have the one form that the updater can use.
 void CheckTimeStamps(const Lists &lists, Findings &findings);

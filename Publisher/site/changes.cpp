@@ -68,7 +68,7 @@ void ComparePackages(const QList<PackageLine> &before, const QList<PackageLine> 
             changes.append({Change::Added, SubjectOf(package), "a new line in the tree"});
         else
             changes.append({Change::Changed, SubjectOf(package),
-                            "other archives, machines, page or place in the tree"});
+                            "other archives, machines, description or place in the tree"});
     }
     for (auto it = old.begin(); it != old.end(); ++it)
         changes.append(

@@ -10,7 +10,7 @@ struct SourceRecord
     qint64 size = 0;     // bytes
     qint64 modified = 0; // ms since 1970
     qint64 sum = 0;
-    QString hash; // SHA-1; empty for a page
+    QString hash; // SHA-1; empty for a description
     QString time_stamp;
 
     bool IsOf(const SourceRecord &other) const

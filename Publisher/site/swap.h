@@ -6,6 +6,6 @@ class QString;
 /// True if it was done at once.
 ///
 /// Where the file system can't do that, each file takes its place by itself: archives first, then
-/// the pages, the package list, the file list and the record, by which the next build sees how far
-/// this one came. What is in the old release alone leaves at the end. Throws a Failure.
+/// the descriptions, the package list, the file list and the record, by which the next build sees
+/// how far this one came. What is in the old release alone leaves at the end. Throws a Failure.
 bool Swap(const QString &from, const QString &live);

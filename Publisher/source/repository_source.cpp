@@ -15,7 +15,7 @@
 
 #include <algorithm>
 
-const char kSourceDescription[] = "repository.json";
+const char kContents[] = "repository.json";
 
 namespace {
 
@@ -39,17 +39,17 @@ void CheckKeys(const QJsonObject &object, Keys known, Findings &findings)
     for (auto it = object.begin(); it != object.end(); ++it) {
         if (!known.contains(it.key())) {
             findings.Add(
-                Rule::UnknownKey, kSourceDescription,
+                Rule::UnknownKey, kContents,
                 QString("the key \"%1\" is none of %2").arg(it.key(), known.keys().join(", ")));
         } else if (it->type() != known[it.key()]
                    || (it->isDouble() && it->toDouble() != it->toInt())) {
-            findings.Add(Rule::BadDescription, kSourceDescription,
+            findings.Add(Rule::BadContents, kContents,
                          QString("\"%1\" is not %2").arg(it.key(), NameOf(known[it.key()])));
         }
     }
 }
 
-QJsonObject ReadDescription(const QString &path, Findings &findings)
+QJsonObject ReadContents(const QString &path, Findings &findings)
 {
     QByteArray bytes;
     const QString failure = ReadFile(path, bytes);
@@ -60,12 +60,12 @@ QJsonObject ReadDescription(const QString &path, Findings &findings)
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError) {
-        findings.Add(Rule::BadDescription, path,
+        findings.Add(Rule::BadContents, path,
                      QString("line %1: %2")
                          .arg(bytes.left(error.offset).count('\n') + 1)
                          .arg(error.errorString()));
     } else if (!document.isObject()) {
-        findings.Add(Rule::BadDescription, path, "it is not an object, {...}");
+        findings.Add(Rule::BadContents, path, "it is not an object, {...}");
     }
     CheckKeys(document.object(),
               {{"directories", QJsonValue::Array}, {"packages", QJsonValue::Array}}, findings);
@@ -73,13 +73,13 @@ QJsonObject ReadDescription(const QString &path, Findings &findings)
 }
 
 /// The entries of the list \a key, each of which may have the keys \a known.
-QList<QJsonObject> EntriesOf(const QJsonObject &description, const QString &key, const Keys &known,
+QList<QJsonObject> EntriesOf(const QJsonObject &contents, const QString &key, const Keys &known,
                              Findings &findings)
 {
     QList<QJsonObject> entries;
-    for (const QJsonValue entry : description[key].toArray()) {
+    for (const QJsonValue entry : contents[key].toArray()) {
         if (!entry.isObject())
-            findings.Add(Rule::BadDescription, kSourceDescription,
+            findings.Add(Rule::BadContents, kContents,
                          QString("an entry of \"%1\" is not an object, {...}").arg(key));
         entries << entry.toObject();
         CheckKeys(entries.last(), known, findings);
@@ -109,7 +109,7 @@ QList<Component> ComponentsOf(const QDir &base, const QString &remote_dir, int p
     for (const QString &name : folder.folders) {
         if (!LeadsTo(directories, remote_dir + '/' + name))
             findings.Add(Rule::UnlistedFolder, path + '/' + name,
-                         QString("%1 doesn't name this folder").arg(kSourceDescription));
+                         QString("%1 doesn't name this folder").arg(kContents));
     }
     QList<Component> components;
     for (const QString &name : folder.files) {
@@ -128,7 +128,7 @@ PackageLine PackageOf(const QJsonObject &entry, const QSet<QString> &published, 
     PackageLine package = {entry["platform"].toInt(),      entry["class"].toInt(-1),
                            entry["title"].toString(),      QString(),
                            ArchiveStem(archives.value(0)), ArchiveStem(archives.value(1)),
-                           entry["page"].toString()};
+                           entry["description"].toString()};
 
     const QString subject = SubjectOf(package);
     if (archives.isEmpty() || archives.size() > 2)
@@ -143,16 +143,16 @@ PackageLine PackageOf(const QJsonObject &entry, const QSet<QString> &published, 
     return package;
 }
 
-/// The pages and pictures at and below \a path, with \a prefix before their names.
-QStringList PagesBelow(const QString &path, const QString &prefix, const QString &base,
-                       Findings &findings)
+/// The descriptions and pictures at and below \a path, with \a prefix before their names.
+QStringList DescriptionsBelow(const QString &path, const QString &prefix, const QString &base,
+                              Findings &findings)
 {
     const SourceFolder folder = ReadSourceFolder(path, base, findings);
     QStringList files;
     for (const QString &name : folder.files)
         files << prefix + name;
     for (const QString &name : folder.folders)
-        files << PagesBelow(path + '/' + name, prefix + name + '/', base, findings);
+        files << DescriptionsBelow(path + '/' + name, prefix + name + '/', base, findings);
     return files;
 }
 
@@ -162,16 +162,16 @@ RepositorySource ReadRepositorySource(const QString &dir, Findings &findings)
 {
     RepositorySource source;
     const QDir base(dir);
-    const QJsonObject description = ReadDescription(base.filePath(kSourceDescription), findings);
+    const QJsonObject contents = ReadContents(base.filePath(kContents), findings);
     const auto entries =
-        EntriesOf(description, "directories",
+        EntriesOf(contents, "directories",
                   {{"path", QJsonValue::String}, {"platform", QJsonValue::Double}}, findings);
-    const auto packages = EntriesOf(description, "packages",
+    const auto packages = EntriesOf(contents, "packages",
                                     {{"platform", QJsonValue::Double},
                                      {"class", QJsonValue::Double},
                                      {"title", QJsonValue::String},
                                      {"archives", QJsonValue::Array},
-                                     {"page", QJsonValue::String}},
+                                     {"description", QJsonValue::String}},
                                     findings);
     if (findings.HasErrors()) // what follows from them would hide them
         return source;
@@ -188,9 +188,10 @@ RepositorySource ReadRepositorySource(const QString &dir, Findings &findings)
         source.components << ComponentsOf(base, entry["path"].toString(), entry["platform"].toInt(),
                                           directories, findings);
 
-    source.pages_dir = base.filePath(kDescriptionsFolder);
-    if (QFileInfo(source.pages_dir).isSymLink() || QFileInfo::exists(source.pages_dir))
-        source.pages = PagesBelow(source.pages_dir, {}, base.path(), findings);
+    source.descriptions_dir = base.filePath(kDescriptionsFolder);
+    if (QFileInfo(source.descriptions_dir).isSymLink()
+        || QFileInfo::exists(source.descriptions_dir))
+        source.descriptions = DescriptionsBelow(source.descriptions_dir, {}, base.path(), findings);
     if (findings.HasErrors())
         return source;
 

@@ -7,7 +7,7 @@
 #include <QStringList>
 
 /// The file in a source tree that describes it.
-extern const char kSourceDescription[];
+extern const char kContents[];
 
 /// One archive that the repository is to offer.
 struct Component
@@ -26,8 +26,8 @@ struct RepositorySource
 {
     QList<Component> components; // by directory as in repository.json, then by name
     QList<PackageLine> packages;
-    QString pages_dir; // folder of the description pages
-    QStringList pages; // all files in it, by their path in it
+    QString descriptions_dir; // their folder
+    QStringList descriptions; // all files in it, by their path in it
 };
 
 /// Reads what is to be published from \a dir, see docs/publishing.md.

@@ -102,9 +102,11 @@ class Formats(ExtractorTest):
 
     def test_closed_broken_and_full_streams_hold_nothing_up(self):
         archive = self.pack(COMPONENT, 'tar -czf "$1" Comp')
-        for streams in ("<&-", ">&-", "2>&-", "<&- >&- 2>&-", "| true", ">/dev/full 2>&1"):
-            with self.subTest(streams):
-                target = self.path(streams.replace("/", ""))
+        for name, streams in (
+                ("no input", "<&-"), ("no output", ">&-"), ("no errors", "2>&-"),
+                ("none", "<&- >&- 2>&-"), ("nobody reads", "| true"), ("full", ">/dev/full 2>&1")):
+            with self.subTest(name):
+                target = self.path(name)
                 subprocess.run(["bash", "-c", 'set -o pipefail; "$@" ' + streams, "bash", EXTRACTOR,
                                 "#xtar", "#" + archive, "#" + target], check=True,
                                stdout=subprocess.DEVNULL)

@@ -45,9 +45,9 @@ class Source:
                 {"path": "bsp/arm", "platform": 7},
             ],
             "packages": [
-                {"platform": 8, "class": 7, "title": "Zeta α", "page": "zeta.html",
+                {"platform": 8, "class": 7, "title": "Zeta α", "description": "zeta.html",
                  "archives": ["zeft_bsp_zeta.hlib.tar.xz", "zeft_bsp_zeta.htc.tar.7z"]},
-                {"platform": 8, "class": 0, "title": "Core", "page": "zeta.html",
+                {"platform": 8, "class": 0, "title": "Core", "description": "zeta.html",
                  "archives": ["zeft core é.zip"]},
             ],
         }

@@ -53,8 +53,8 @@ def package(**change):
     return lambda source: source.json["packages"].append({**source.json["packages"][0], **change})
 
 
-def page(name, data):
-    return lambda source: (source.write("hwd_doc/" + name, data), package(page=name)(source))
+def description(name, data):
+    return lambda source: (source.write("hwd_doc/" + name, data), package(description=name)(source))
 
 
 def directory(path, platform=8):
@@ -87,7 +87,7 @@ BUILDS = {
         (lambda source: source.json.update(package=[]), 'the key "package" is none of'),
         (directory("bsp", "6"), 'error ZR007: "platform" is not a whole number'),
         (lambda source: source.json["directories"][0].update(machine=6), 'key "machine" is none of'),
-        (package(pages=""), 'the key "pages" is none of')]),
+        (package(descriptions=""), 'the key "descriptions" is none of')]),
     "list for a description": (REFUSED, [
         (lambda source: setattr(source, "json", []), "ZR007: it is not an object")]),
     "device for a description": (REFUSED, [(put(lambda path: (
@@ -104,7 +104,7 @@ BUILDS = {
         (raw(CORE + "caf\udce9.zip"), "caf\ufffd.zip: error ZR001: the name is not UTF-8"),
         (put(lambda path: path.chmod(0), "hwd_doc/zeta_files/a.png"), "a.png: error ZR001: Permission"),
         (put(link("zeta_files"), "hwd_doc/a"), "a link to a folder")]),
-    "pages that are nowhere": (REFUSED, [(put(lambda path: (
+    "descriptions that are nowhere": (REFUSED, [(put(lambda path: (
         shutil.rmtree(path), path.symlink_to("nowhere")), "hwd_doc"), "hwd_doc: error ZR001: No such")]),
     "archives of packages": (REFUSED, [
         (package(archives=[]), "one or two archives"),
@@ -121,7 +121,7 @@ BUILDS = {
         (raw(CORE + "a.rar"), "a.rar: error ZR011: its name must end in one of .zip"),
         (raw(CORE + "a.zip.tar.xz"), "a.zip.tar.xz: error ZR011"),
         (raw(CORE + "a" * 248 + ".zip"), "longer than 251 bytes"),
-        (raw(CORE + "hwd_doc.zip"), "name is that of the description pages"),
+        (raw(CORE + "hwd_doc.zip"), "name is that of the descriptions"),
         (offer("bsp/zeft_bsps.info"), "of the repository's own"),
         (offer("new", platform=9), "9 is not a platform code; they are 6 (x86_64), 7 (arm64), 8 (any"),
         (raw(CORE + "zeft core é.tar.xz"), "shares the stem zeft core é with"),
@@ -132,12 +132,12 @@ BUILDS = {
         (lambda source: source.json["packages"][1].pop("class"), 'package "Core": error ZR040'),
         (package(title="0", platform=0), 'package "0": error ZR013: 0 is not a platform code'),
         (put(os.unlink, "bsp/arm/zeft_bsp_zeta.hlib.tar.gz"), "not for all of its platforms"),
-        (package(page="nowhere.html"), 'the page "nowhere.html" cannot be read'),
-        (package(page="../repository.json"), 'its page: "../repository.json" holds a "/"'),
-        (page("cut.html", b"caf\xe9"), '"cut.html" is not UTF-8 text'),
-        (page("latin.html", b"caf\xe9 au lait"), '"latin.html" is not UTF-8 text'),
-        (page("nul.html", b"a\0b"), '"nul.html" is not UTF-8 text'),
-        (page("large.html", b"x" * 2000001), '"large.html" is too large'),
+        (package(description="nowhere.html"), 'the description "nowhere.html" cannot be read'),
+        (package(description="../repository.json"), 'its description: "../repository.json" holds a "/"'),
+        (description("cut.html", b"caf\xe9"), '"cut.html" is not UTF-8 text'),
+        (description("latin.html", b"caf\xe9 au lait"), '"latin.html" is not UTF-8 text'),
+        (description("nul.html", b"a\0b"), '"nul.html" is not UTF-8 text'),
+        (description("large.html", b"x" * 2000001), '"large.html" is too large'),
         (raw("hwd_doc/zeta_files/a.png", b"x" * 10000001), "more than 10000000 bytes")]),
     "archives": (REFUSED, [
         (add(CORE + "a.zip", ("a/version.info", VERSION), ("ab/x", b"")),
@@ -248,10 +248,10 @@ class TestBuild(unittest.TestCase):
         self.assertEqual(pathlib.Path("site", PACKAGE_LIST).read_bytes().decode(),
                          "8#7#Zeta α##zeft_bsp_zeta.hlib#zeft_bsp_zeta.htc#zeta.html\r\n"
                          "8#0#Core##zeft core é##zeta.html\r\n")
-        with zipfile.ZipFile("site/zeft/bsp/hwd_doc.zip") as pages:
-            self.assertEqual([(file.filename, file.date_time[0]) for file in pages.infolist()], [
+        with zipfile.ZipFile("site/zeft/bsp/hwd_doc.zip") as archive:
+            self.assertEqual([(file.filename, file.date_time[0]) for file in archive.infolist()], [
                 ("hwd_doc/", 1980), ("hwd_doc/zeta.html", 1980), ("hwd_doc/zeta_files/a.png", 1980)])
-            self.assertEqual(pages.read("hwd_doc/zeta.html").decode(), "<p>ζ</p>")
+            self.assertEqual(archive.read("hwd_doc/zeta.html").decode(), "<p>ζ</p>")
 
     def test_tells_what_a_build_does(self):
         for name, (outcome, changes) in BUILDS.items():

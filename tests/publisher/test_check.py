@@ -51,7 +51,7 @@ SITES = [
      ["ZR028"]),
     ("missing file", lambda site: (site / CORE_FILE).unlink(), ["ZR025"], ["ZR060"]),
     ("file that no list names", lambda site: (site / "zeft/a.zip").touch(), ["ZR029"], []),
-    ("pages that are no archive", lambda site: (site / "zeft/bsp/hwd_doc.zip").write_bytes(b"x"),
+    ("descriptions that are no archive", lambda site: (site / "zeft/bsp/hwd_doc.zip").write_bytes(b"x"),
      ["ZR020"], ["ZR020"]),
 ]
 
