@@ -38,6 +38,7 @@ DownloadWgt::~DownloadWgt()
 void DownloadWgt::AddTableRow(const QString &label, DN_FILE_STRUCT *record)
 {
     RecordTable::AddRow(ui->table, label, record);
+    m_records.append(record);
 }
 
 DN_FILE_STRUCT *DownloadWgt::FS(int row)
@@ -47,7 +48,7 @@ DN_FILE_STRUCT *DownloadWgt::FS(int row)
 
 int DownloadWgt::MatchingRow(DN_FILE_STRUCT *record)
 {
-    return RecordTable::MatchingRow(ui->table, record);
+    return m_records.indexOf(record);
 }
 
 int DownloadWgt::Rows()

@@ -2,6 +2,7 @@
 
 #include <QFrame>
 #include <QTimer>
+#include <QVarLengthArray>
 
 class QTableWidgetItem;
 class Ui_DownloadWgt;
@@ -50,5 +51,7 @@ private:
     DN_FILE_STRUCT *SelectedRecord();
 
     Ui_DownloadWgt *ui;
+    // By row, as in the table, where a search of thousands of pages would wait for memory.
+    QVarLengthArray<DN_FILE_STRUCT *, 2> m_records;
     QTimer timer; // runs while the page is shown; those of thousands would keep a processor busy
 };
