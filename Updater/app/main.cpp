@@ -63,6 +63,27 @@ void TellThatNoDisplayAnswers(QtMsgType type, const QMessageLogContext &, const 
     std::_Exit(EXIT_FAILURE);
 }
 
+/// Lets Qt open X11 windows without OpenGL, of which we use nothing and whose loading takes half of
+/// the start. What we start later gets the environment that we got.
+class WithoutOpenGl
+{
+public:
+    WithoutOpenGl()
+    {
+        if (m_isOurs)
+            qputenv(kVariable, "none");
+    }
+    ~WithoutOpenGl()
+    {
+        if (m_isOurs)
+            qunsetenv(kVariable);
+    }
+
+private:
+    static constexpr char kVariable[] = "QT_XCB_GL_INTEGRATION";
+    const bool m_isOurs = !qEnvironmentVariableIsSet(kVariable);
+};
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -87,6 +108,9 @@ int main(int argc, char *argv[])
     window->WorkUnder(&lock);
     window->Initialize();
     TellIfExtractorIsMissing();
-    window->show();
+    {
+        const WithoutOpenGl scope;
+        window->show();
+    }
     return QApplication::exec();
 }
