@@ -8,6 +8,7 @@
 #include "transfer/filedownloader.h"
 #include "ui_settingsdlg.h"
 
+#include <QAbstractItemView>
 #include <QSet>
 
 namespace {
@@ -32,6 +33,7 @@ SettingsDlg::SettingsDlg(QWidget *parent)
         connect(field, &QLineEdit::returnPressed, ui->pb_connect, &QPushButton::click);
     }
     ui->cb_proxy->setCurrentIndex(SystemProxy);
+    ui->cb_proxy->view()->setAccessibleName(ui->label->text());
 }
 
 SettingsDlg::~SettingsDlg()

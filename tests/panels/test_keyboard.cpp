@@ -135,7 +135,9 @@ void TestKeyboard::NamesEachStop()
     QFETCH(const int, place);
     ActiveInstallation installation;
     auto *tree = installation.Find<QTreeWidget>("tree_wgt");
-    installation.Find<QComboBox>("cb_proxy")->setCurrentText("Manual Settings");
+    auto *proxies = installation.Find<QComboBox>("cb_proxy");
+    QCOMPARE(Told(proxies->view()), QString("HTTP Proxy Server"));
+    proxies->setCurrentText("Manual Settings");
     DN_FILE_STRUCT record;
     for (const int page : {3, 2, place}) {
         ShowPage(installation, tree->topLevelItem(page));
