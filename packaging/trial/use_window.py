@@ -84,8 +84,9 @@ def command(place):
 
 words, root = command(sys.argv[1])
 print("Starts", words, flush=True)
-subprocess.Popen(["setpriv", "--pdeathsig", "TERM", "openbox"])  # gives the window the focus
+manager = subprocess.Popen(["setpriv", "--pdeathsig", "TERM", "openbox"])  # gives windows the focus
 while subprocess.run(["xdotool", "get_num_desktops"], capture_output=True).returncode:
+    expect(manager.poll() is None, "a manager of windows runs")
     time.sleep(0.1)
 with tempfile.TemporaryDirectory() as shots:
     user = KeyboardUser(words, shots, os.environ)
