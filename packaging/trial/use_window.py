@@ -1,8 +1,8 @@
 """usage: use_window DESKTOP_ENTRY|INSTALLATION
 
 Starts the updater by its desktop entry, or that of an installation, and uses it by keyboard alone:
-connects, installs a component and uninstalls it, cancels another one, closes the window. Fails on a
-stop of the Tab key that a screen reader has no name for.
+connects, sees each page, installs a component and uninstalls it, cancels another one, closes the
+window. Prints what a screen reader is told of each page, and fails on a widget without a name.
 """
 
 import configparser
@@ -17,6 +17,8 @@ from walk import Atspi, GLib, Updater, expect
 
 QUICK = "zeft_blocks_basic.zip"
 SLOW = "zeft_core_runtime.zip"  # a few seconds of download
+NAMED = ("check box", "combo box", "label", "list", "progress bar", "push button", "table", "text",
+         "tree")
 
 
 class KeyboardUser(Updater):
@@ -55,18 +57,50 @@ class KeyboardUser(Updater):
             expect(stops[-1] != stops[0], f'"{start}" is among the stops {stops}')
         print(stops, flush=True)
 
-    def choose(self, page, component):
-        """Shows the page, and makes the component's row the current one."""
+    def is_at(self, row):
+        return self.stop() and self.focus.get_name().startswith(row)
+
+    def show(self, page):
         self.go_to("tree", "")
         self.key("Home")
         subprocess.run(["xdotool", "type", "--delay", "50", page], check=True)
-        self.wait(f'the page "{page}"', lambda: self.find("table cell", component))
+        self.wait(f'the page "{page}"', lambda: self.is_at(page))
+
+    def choose(self, page, component):
+        """Shows the page, and makes the component's row the current one."""
+        self.show(page)
         self.go_to("table", "")
         self.key("Down", "ctrl+Home")  # from row to row, or nothing would be told
+        self.wait(f'the row "{component}"', lambda: self.is_at(component) or self.key("Down"))
 
-        def is_there():
-            return self.stop() and self.focus.get_name().startswith(component)
-        self.wait(f'the row "{component}"', lambda: is_there() or self.key("Down"))
+    def see_pages(self):
+        """Looks at the page of each row of the tree."""
+        self.show("Update BSPs")
+        self.key("asterisk", "Home")  # opens all that is below it
+        self.wait("the first row", lambda: self.is_at("Manage Connections"))
+        tree = self.find("tree", "Pages")
+        children = [tree.get_child_at_index(index) for index in range(tree.get_child_count())]
+        for row in [cell.get_name() for cell in children if cell.get_role_name() == "table cell"]:
+            self.wait(f'the row "{row}"', lambda: self.is_at(row))
+            self.look(row)
+            self.key("Down")
+
+    def look(self, page):
+        """Prints all widgets of the window that are showing."""
+        lines, nameless = [], []
+
+        def describe(above, indent):
+            for widget in self.children(above):
+                role, name = widget.get_role_name(), widget.get_name()
+                lines.append(f"{indent}{role}, {name!r}, {widget.get_description()!r}")
+                is_stop = widget.get_state_set().contains(Atspi.StateType.FOCUSABLE)
+                if not name and (role in NAMED or is_stop and role != "table cell"):
+                    nameless.append(lines[-1].strip())
+                describe(widget, indent + "  ")
+
+        describe(self.application, "  ")
+        print(f'The page "{page}": {len(lines)} widgets', *lines, sep="\n", flush=True)
+        expect(not nameless, f"each of {nameless} has a name")
 
     def press_button(self, name):
         self.go_to("push button", name)
@@ -92,9 +126,11 @@ with tempfile.TemporaryDirectory() as shots:
     user = KeyboardUser(words, shots, os.environ)
     user.listen()
     user.wait_for_log("Program started.")
+    user.look("Manage Connections, not connected")
     user.key("Tab")
     user.press_button("Connect")
     user.wait_for_log("Connected. Select individual items")
+    user.see_pages()
 
     user.choose("Update Blocks", QUICK)
     user.press_button("Install")
