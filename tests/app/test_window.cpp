@@ -80,15 +80,15 @@ void TestWindow::LeavesTheWorkToAnotherUpdater()
 {
     Installation installation(false);
     MainWindow *window = installation.Window();
-    QProcess other; // the real program
-    other.start(ZEFT_UPDATER, {"#" + installation.Path("")});
-    const QString downloads = installation.Path("downloads");
-    QTRY_VERIFY_WITH_TIMEOUT(!InstallationLock(downloads).Take(), 30000);
     const QString description = installation.Download("hwd_doc/x.htm");
+    WriteFile(description, "x");
+    QProcess other; // the real program, which takes the lock before it deletes descriptions
+    other.start(ZEFT_UPDATER, {"#" + installation.Path("")});
+    QTRY_VERIFY_WITH_TIMEOUT(!QFile::exists(installation.Download("hwd_doc")), 30000);
     WriteFile(description, "x");
     WriteFile(installation.Download("a.zip"), "x");
 
-    InstallationLock lock(downloads);
+    InstallationLock lock(installation.Path("downloads"));
     window->WorkUnder(&lock);
     window->Initialize();
     QCOMPARE(installation.Log().last(),
