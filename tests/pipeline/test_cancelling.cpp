@@ -242,6 +242,8 @@ void TestCancelling::KeepsTheRunsOfOneComponentApart()
     DN_FILE_STRUCT *record = installation.Record("p" + kKind);
     window->AddToDownload(record);
     QVERIFY(installation.Work([&] { return record->progress > 0; }));
+    const int server = Pid(&m_server.m_process).toInt();
+    kill(server, SIGSTOP); // so that the download doesn't end before the runs
     window->AddToLocalInstall(ArchivePath("p"));
     window->AddToLocalInstall(ArchivePath("p"));
     const DN_FILE_STRUCT *second = window->local_records[1];
@@ -252,6 +254,7 @@ void TestCancelling::KeepsTheRunsOfOneComponentApart()
     QVERIFY(log.lastIndexOf(QRegularExpression("^Deleted.*"))
             < log.indexOf("Installing file p" + kKind + "..."));
 
+    kill(server, SIGCONT);
     QVERIFY(installation.Work([&] { return window->delete_process; }));
     kill(Pid(window->install_process).toInt(), SIGCONT);
     QVERIFY(installation.Reaches(record, RecordStatus::Installed));
