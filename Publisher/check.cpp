@@ -23,11 +23,11 @@ Findings Check(const QString &target, bool with_sums, const ShowProgress &progre
         CheckServer(url.toString(), with_sums, place.Path(), findings, progress);
         return findings;
     }
-    if (QFileInfo::exists(target + '/' + kContents)) // as for a site that isn't there yet
+    if (QFileInfo::exists(target + '/' + kContentsFile)) // as for a site that isn't there yet
         return Build(target, place.Path() + "/site", BuildMode::DryRun, progress).findings;
     if (!QFileInfo::exists(target + FileListPath()))
         Fail(QString("%1: neither a source tree with %2, nor a site with %3, nor a URL")
-                 .arg(target, kContents, FileListPath().mid(1)));
+                 .arg(target, kContentsFile, FileListPath().mid(1)));
     CheckRelease(target + kLiveFolder, place.Path(), findings, progress);
     return findings;
 }

@@ -36,7 +36,7 @@ QRegularExpression Places()
 bool CutForLayout(QString &html)
 {
     QString text;
-    int done = 0; // characters of the page that stand, or are replaced, in the text
+    int done = 0; // characters of the description that stand, or are replaced, in the text
     const auto replace = [&](const QRegularExpressionMatch &place, const char *group,
                              const QString &replacement) {
         text += html.midRef(done, place.capturedStart(group) - done);

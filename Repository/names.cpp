@@ -1,6 +1,7 @@
 #include "Repository/names.h"
 
 #include <QFileInfo>
+#include <QSysInfo>
 
 #include <algorithm>
 
@@ -62,6 +63,13 @@ QString DescriptionsPath()
 QString ComponentFilePath(const QString &remote_dir, const QString &file_name)
 {
     return kTop + remote_dir + '/' + file_name;
+}
+
+QString UserAgent()
+{
+    // The system's name takes reading a file.
+    static const QString agent = QString("ZEFT-Updater (%1)").arg(QSysInfo::prettyProductName());
+    return agent;
 }
 
 const QStringList &ArchiveSuffixes()

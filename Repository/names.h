@@ -22,6 +22,10 @@ QString PackageListPath();
 QString DescriptionsPath();
 QString ComponentFilePath(const QString &remote_dir, const QString &file_name);
 
+/// How the updater names itself to a server, and the publisher where it asks in the updater's
+/// place.
+QString UserAgent();
+
 /// The endings of archives that a repository offers, each with its dot.
 const QStringList &ArchiveSuffixes();
 

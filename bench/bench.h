@@ -36,5 +36,5 @@ int Transfer(int argc, char **argv);
 /// minute of rest takes.
 int Window(int argc, char **argv);
 
-/// What the clock shows.
+/// The time that \a clock shows, in ms.
 double Milliseconds(clockid_t clock);

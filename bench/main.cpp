@@ -21,6 +21,7 @@ int main(int argc, char **argv)
     const auto bench = benches.find(argc > 1 ? argv[1] : "");
     if (bench != benches.end())
         return bench->second(argc - 1, argv + 1);
-    std::fputs("bench.h tells the arguments\n", stderr);
+    std::fputs("usage: zeft_bench file_sum|heartbeat|transfer|window ARGUMENTS, see bench.h\n",
+               stderr);
     return 2;
 }

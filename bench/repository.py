@@ -1,4 +1,4 @@
-"""A large repository with a page for each package."""
+"""A large repository with a description for each package."""
 
 import io
 import os
@@ -19,7 +19,7 @@ def archive_bytes(folder):
     return buffer.getvalue()
 
 
-def page(title):
+def description(title):
     """About 6 kB, as an office program writes them: styled paragraphs and a table of pins."""
     generator = random.Random(title)
 
@@ -45,7 +45,7 @@ def make(site):
             stems = [f"zeft_bsp_board{n}.{kind}" for kind in ("hlib", "htc")]
             files += [("bsp", f"{stem}.zip", f"board{n}") for stem in stems]
             packages.append(f"8#{n % 8}#Board {n}##{stems[0]}#{stems[1]}#board{n}.html\r\n")
-            pages.writestr(f"hwd_doc/board{n}.html", page(f"Board {n}"))
+            pages.writestr(f"hwd_doc/board{n}.html", description(f"Board {n}"))
     for n in range(FILES - len(files)):
         files.append((DIRECTORIES[n % 2], f"zeft_part{n}.zip", f"zeft_part{n}"))
     lines = ["//zeft_upt_fversions.info\r\n"]

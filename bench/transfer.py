@@ -35,7 +35,7 @@ def measure(command):
     wall = time.perf_counter() - begin
     process.returncode = status
     assert status == 0, command
-    own = [float(number) for number in output.split()] if "transfer" in command[0] else []
+    own = [float(number) for number in output.split()] if "transfer" in command else []
     return [wall, usage.ru_utime + usage.ru_stime, *own]
 
 

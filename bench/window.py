@@ -34,7 +34,7 @@ def display(folder):
     try:
         number = os.read(read, 16).decode().strip()
         environment = dict(os.environ, DISPLAY=f":{number}", XDG_RUNTIME_DIR=folder,
-                           LC_ALL="C.UTF-8")
+                           LC_ALL="C.UTF-8", QT_XCB_GL_INTEGRATION="none")  # as the updater
         subprocess.check_call(["xdotool", "mousemove", "200", "200"], env=environment)
         yield environment
     finally:

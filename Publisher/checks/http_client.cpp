@@ -1,6 +1,7 @@
 #include "checks/http_client.h"
 
 #include "Repository/http_status.h"
+#include "Repository/names.h"
 #include "base/failure.h"
 #include "files.h"
 
@@ -10,7 +11,6 @@
 #include <QSslCertificate>
 #include <QSslConfiguration>
 #include <QSslError>
-#include <QSysInfo>
 #include <QTimer>
 
 #include <optional>
@@ -188,9 +188,8 @@ HttpAnswer HttpClient::Ask(const HttpRequest &request)
 
 QNetworkReply *HttpClient::Send(const HttpRequest &request)
 {
-    static const QString agent = QString("ZEFT-Updater (%1)").arg(QSysInfo::prettyProductName());
     QNetworkRequest question(QUrl(request.url, QUrl::TolerantMode));
-    question.setHeader(QNetworkRequest::UserAgentHeader, agent);
+    question.setHeader(QNetworkRequest::UserAgentHeader, UserAgent());
     question.setRawHeader("Accept-Encoding", "identity");
     if (request.offset > 0)
         question.setRawHeader("Range", "bytes=" + QByteArray::number(request.offset) + "-");

@@ -15,7 +15,7 @@
 
 #include <algorithm>
 
-const char kContents[] = "repository.json";
+const char kContentsFile[] = "repository.json";
 
 namespace {
 
@@ -39,11 +39,11 @@ void CheckKeys(const QJsonObject &object, Keys known, Findings &findings)
     for (auto it = object.begin(); it != object.end(); ++it) {
         if (!known.contains(it.key())) {
             findings.Add(
-                Rule::UnknownKey, kContents,
+                Rule::UnknownKey, kContentsFile,
                 QString("the key \"%1\" is none of %2").arg(it.key(), known.keys().join(", ")));
         } else if (it->type() != known[it.key()]
                    || (it->isDouble() && it->toDouble() != it->toInt())) {
-            findings.Add(Rule::BadContents, kContents,
+            findings.Add(Rule::BadContents, kContentsFile,
                          QString("\"%1\" is not %2").arg(it.key(), NameOf(known[it.key()])));
         }
     }
@@ -79,7 +79,7 @@ QList<QJsonObject> EntriesOf(const QJsonObject &contents, const QString &key, co
     QList<QJsonObject> entries;
     for (const QJsonValue entry : contents[key].toArray()) {
         if (!entry.isObject())
-            findings.Add(Rule::BadContents, kContents,
+            findings.Add(Rule::BadContents, kContentsFile,
                          QString("an entry of \"%1\" is not an object, {...}").arg(key));
         entries << entry.toObject();
         CheckKeys(entries.last(), known, findings);
@@ -109,7 +109,7 @@ QList<Component> ComponentsOf(const QDir &base, const QString &remote_dir, int p
     for (const QString &name : folder.folders) {
         if (!LeadsTo(directories, remote_dir + '/' + name))
             findings.Add(Rule::UnlistedFolder, path + '/' + name,
-                         QString("%1 doesn't name this folder").arg(kContents));
+                         QString("%1 doesn't name this folder").arg(kContentsFile));
     }
     QList<Component> components;
     for (const QString &name : folder.files) {
@@ -162,7 +162,7 @@ RepositorySource ReadRepositorySource(const QString &dir, Findings &findings)
 {
     RepositorySource source;
     const QDir base(dir);
-    const QJsonObject contents = ReadContents(base.filePath(kContents), findings);
+    const QJsonObject contents = ReadContents(base.filePath(kContentsFile), findings);
     const auto entries =
         EntriesOf(contents, "directories",
                   {{"path", QJsonValue::String}, {"platform", QJsonValue::Double}}, findings);

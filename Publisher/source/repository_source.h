@@ -6,8 +6,8 @@
 #include <QDateTime>
 #include <QStringList>
 
-/// The file in a source tree that describes it.
-extern const char kContents[];
+/// The file that names what a source tree publishes.
+extern const char kContentsFile[];
 
 /// One archive that the repository is to offer.
 struct Component
@@ -26,7 +26,7 @@ struct RepositorySource
 {
     QList<Component> components; // by directory as in repository.json, then by name
     QList<PackageLine> packages;
-    QString descriptions_dir; // their folder
+    QString descriptions_dir; // folder of the descriptions
     QStringList descriptions; // all files in it, by their path in it
 };
 

@@ -2,6 +2,7 @@
 
 #include "Repository/http_status.h"
 #include "Repository/manifests.h"
+#include "Repository/names.h"
 #include "app/datasingleton.h"
 #include "transfer/partial_file.h"
 
@@ -10,7 +11,6 @@
 #include <QNetworkReply>
 #include <QSslCipher>
 #include <QSslConfiguration>
-#include <QSysInfo>
 
 #include <cmath>
 #include <limits>
@@ -26,13 +26,6 @@ const qint64 kReadAhead = 65536;
 qint64 Now()
 {
     return DataSingleton::Inst()->GetElapsedTime();
-}
-
-/// Made once: the system's name takes reading a file.
-QString UserAgent()
-{
-    static const QString agent = QString("ZEFT-Updater (%1)").arg(QSysInfo::prettyProductName());
-    return agent;
 }
 
 /// A percent without its fraction; 0 for one that is no number or far out of range.

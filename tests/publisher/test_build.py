@@ -88,9 +88,9 @@ BUILDS = {
         (directory("bsp", "6"), 'error ZR007: "platform" is not a whole number'),
         (lambda source: source.json["directories"][0].update(machine=6), 'key "machine" is none of'),
         (package(descriptions=""), 'the key "descriptions" is none of')]),
-    "list for a description": (REFUSED, [
+    "list for the contents": (REFUSED, [
         (lambda source: setattr(source, "json", []), "ZR007: it is not an object")]),
-    "device for a description": (REFUSED, [(put(lambda path: (
+    "device for the contents": (REFUSED, [(put(lambda path: (
         path.unlink(), path.symlink_to("/dev/null")), "repository.json"), "it is no file")]),
     "places": (REFUSED, [
         (directory("core/nowhere"), "core/nowhere: error ZR001: No such file"),
