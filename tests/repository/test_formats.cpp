@@ -67,7 +67,7 @@ void TestFormats::SetsTheInstallTarget()
         {"a.zip.htc.zip", "a.htc"}, {".tar..zipxz", ""},
     };
     for (const auto &row : stems)
-        QCOMPARE(ArchiveStem(row[0]), QString(row[1]));
+        Row(row[0], ArchiveStem(row[0]), row[1]);
 
     const char *const dirs[][2] = {
         {"core.tar.xz", "/r/core.tar"},
@@ -78,7 +78,7 @@ void TestFormats::SetsTheInstallTarget()
         {"my_zeft_bsp_x_zeft_bsp_y.zip", "/r/my_x_y"},
     };
     for (const auto &row : dirs)
-        QCOMPARE("/r" + InstallTargetOf(row[0]).Path(), QString(row[1]));
+        Row(row[0], "/r" + InstallTargetOf(row[0]).Path(), row[1]);
 }
 
 void TestFormats::RefusesUnsafeNames()
