@@ -247,7 +247,7 @@ void MainWindow::UpdateRecords()
     for (DN_FILE_STRUCT *record : qAsConst(records)) {
         if (closed)
             return;
-        if (!IsInWork(record->status)) // the user may have been quicker
+        if (record->status == RecordStatus::Unknown) // the user may have been quicker
             UpdateStatus(record, true);
         QCoreApplication::processEvents();
     }

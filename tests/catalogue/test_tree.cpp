@@ -138,19 +138,20 @@ void TestTree::SortsRecordsAndTellsTheirStatus()
     WriteFile(installation.Download("partial.zip.dnl"), PartialFile("x", kStamp)); // of another one
     QGuiApplication::setOverrideCursor(Qt::WaitCursor);
     MainWindow *window = installation.Window();
-    QTimer::singleShot(0, [window] { window->AddToDownload(window->records.last()); });
+    // A download that the user has begun by then, and that fails at once.
+    QTimer::singleShot(0, [window] { window->records.last()->status = RecordStatus::Error; });
     Build(installation,
           {"8#same.zip#x/core/version_latest#2024-05-01T1#2#9",
            "8#zeft_bsp_old.hlib.zip#bsp#2024-05-01T1#2#9",
            "8#wrong.zip#blocks/version_latest#2024-05-01T1#1#120",
            "8#complete.zip#blocks/version_latest/y#2024-05-01#1#120",
            "8#partial.zip#blocks/version_latest#T#1#120", "8#../x\n.zip#core/version_latest#T#1#1",
-           "8#pressed.zip#core/version_latest#T#1#1"},
+           "8#failed.zip#core/version_latest#T#1#1"},
           {});
     QCOMPARE(Labels(Top(installation, 2)),
              QStringList({"wrong.zip [0.0 KB]", "complete.zip [0.0 KB]", "partial.zip [0.0 KB]"}));
     QCOMPARE(Labels(Top(installation, 3)),
-             QStringList({"same.zip [0.0 KB]", "pressed.zip [0.0 KB]"}));
+             QStringList({"same.zip [0.0 KB]", "failed.zip [0.0 KB]"}));
     QStringList records;
     for (const DN_FILE_STRUCT *record : window->records)
         records.append(record->version + '|' + ComponentDir(*record).remove(installation.Path(""))
@@ -158,7 +159,7 @@ void TestTree::SortsRecordsAndTellsTheirStatus()
     QCOMPARE(records,
              QStringList({"2024-05-01|/same|Installed", "2024-05-01|/hardware/old|Update Available",
                           "2024-05-01|/wrong|Not Installed", "2024-05-01|/complete|Install Pending",
-                          "|/partial|Not Installed", "|/pressed|Download Pending"}));
+                          "|/partial|Not Installed", "|/failed|Error"}));
     QCOMPARE(QDir(installation.Path("downloads")).entryList(QDir::Files),
              QStringList("complete.zip"));
     QCOMPARE(
