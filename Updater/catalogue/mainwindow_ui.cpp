@@ -2,13 +2,11 @@
 
 #include "app/mainwindow.h"
 
-#include "Repository/description.h"
 #include "Repository/manifests.h"
 #include "Repository/names.h"
 #include "Repository/platform.h"
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
-#include "catalogue/descriptions.h"
 #include "catalogue/records.h"
 #include "common/common_helper.h"
 #include "panels/downloadwgt.h"
@@ -34,8 +32,7 @@ enum ItemType {
     LocalItem = 1792
 };
 
-const int kDescriptionRole = Qt::UserRole + 1; // file name of a package's description
-const int kTreeWidth = 32;                     // characters
+const int kTreeWidth = 32; // characters
 
 template <typename Parent>
 QTreeWidgetItem *MakeItem(Parent *parent, const QString &text, int type,
@@ -75,16 +72,6 @@ QWidget *PageByType(const QTreeWidgetItem *item)
     default:
         return nullptr;
     }
-}
-
-void ShowDescription(const QTreeWidgetItem *item)
-{
-    const QString name = item->data(0, kDescriptionRole).toString();
-    auto *page = PageOf<DownloadWgt>(item);
-    if (DescriptionSize(name) > kMostDescriptionBytes)
-        page->SayTooLarge();
-    else
-        page->SetHtmlText(TextUpToNul(DescriptionData(name)));
 }
 
 bool ShowsRecord(const QTreeWidgetItem *item, DN_FILE_STRUCT *record)
@@ -154,9 +141,6 @@ void MainWindow::on_tree_wgt_itemSelectionChanged()
     }
     if (!page)
         return;
-    // A fast connection builds the tree before the descriptions are unpacked.
-    if (item->type() == PackageItem && !PageOf<DownloadWgt>(item)->HasText())
-        ShowDescription(item);
     page->setParent(this);
     ui->ly_user->addWidget(page);
     page->show();
@@ -233,9 +217,8 @@ void MainWindow::AddPackages()
         AddPackageRow(page, first, by_stem.value(first));
         // A record shows once on a page, so equal stems leave nothing for the second row.
         AddPackageRow(page, second, second == first ? nullptr : by_stem.value(second));
+        page->SetDescription(package.description);
         StorePage(item, page);
-        item->setData(0, kDescriptionRole, package.description);
-        ShowDescription(item);
         QCoreApplication::processEvents(); // keys and clicks too
         if (closed)
             return;

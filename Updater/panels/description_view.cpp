@@ -59,6 +59,14 @@ QVariant DescriptionView::loadResource(int type, const QUrl &name)
     return nothing;
 }
 
+void DescriptionView::ShowPage(const QString &html)
+{
+    document()->clear(); // setHtml() alone would keep the late pictures
+    m_files.clear();
+    m_pixelsLeft = kMostPixels;
+    setHtml(html);
+}
+
 void DescriptionView::ShowLatePictures()
 {
     bool is_changed = false;

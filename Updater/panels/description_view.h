@@ -15,10 +15,14 @@ public:
 
     QVariant loadResource(int type, const QUrl &name) override;
 
+    /// Replaces the page, with the pictures that were read for it.
+    void ShowPage(const QString &html);
     /// Reads again the pictures whose files were not there yet, or not whole, when they were read.
     void ShowLatePictures();
 
 private:
+    static const qint64 kMostPixels = 50000000; // a few bytes can hold a picture of gigabytes
+
     struct PictureFile
     {
         qint64 size = 0; // bytes, when it was read
@@ -29,6 +33,6 @@ private:
     /// is larger than m_pixelsLeft.
     QImage Picture(QByteArray bytes, qint64 &pixels);
 
-    QHash<QUrl, PictureFile> m_files; // of the page's pictures, by the names that the page has
-    qint64 m_pixelsLeft = 50000000;   // a few bytes can hold a picture of gigabytes
+    QHash<QUrl, PictureFile> m_files;  // of the page's pictures, by the names that the page has
+    qint64 m_pixelsLeft = kMostPixels; // for the page's further pictures
 };

@@ -1,9 +1,11 @@
 #include "panels/downloadwgt.h"
 
 #include "Repository/description.h"
+#include "Repository/manifests.h"
 #include "app/datasingleton.h"
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
+#include "catalogue/descriptions.h"
 #include "common/desktop.h"
 #include "panels/record_table.h"
 #include "panels/widget_helper.h"
@@ -14,6 +16,7 @@ namespace {
 const char kCancelInstalling[] =
     "The selected component is currently installing. It is recommended not to cancel at this "
     "stage. Press 'Yes' if you still needs to cancel the installation.";
+const char kTooLarge[] = "The description is too large to be shown.";
 
 } // namespace
 
@@ -56,33 +59,38 @@ int DownloadWgt::Rows()
     return ui->table->rowCount();
 }
 
+void DownloadWgt::SetDescription(const QString &file_name)
+{
+    m_description = file_name;
+    ReadDescription();
+}
+
+/// Reads the file again if it has changed since.
+void DownloadWgt::ReadDescription()
+{
+    const qint64 size = DescriptionSize(m_description);
+    if (size == m_descriptionSize)
+        return;
+    m_descriptionSize = size;
+    SetHtmlText(size > kMostDescriptionBytes ? kTooLarge
+                                             : TextUpToNul(DescriptionData(m_description)));
+}
+
 void DownloadWgt::SetHtmlText(const QString &html)
 {
     QString text = html;
-    if (!CutForLayout(text)) {
-        SayTooLarge();
-        return;
-    }
+    if (!CutForLayout(text))
+        text = kTooLarge;
     text.replace("10.0pt", "8.0pt"); // before the next one, or 12 points would end at 8
     text.replace("12.0pt", "10.0pt");
     text.replace("150%", "100%");
     text.replace("115%", "100%");
-    ui->text->setHtml(text);
-}
-
-void DownloadWgt::SayTooLarge()
-{
-    SetPlainText("The description is too large to be shown.");
+    ui->text->ShowPage(text);
 }
 
 void DownloadWgt::SetPlainText(const QString &text)
 {
     ui->text->setPlainText(text);
-}
-
-bool DownloadWgt::HasText() const
-{
-    return !ui->text->document()->isEmpty();
 }
 
 DN_FILE_STRUCT *DownloadWgt::SelectedRecord()
@@ -109,6 +117,7 @@ void DownloadWgt::onTimer500()
         return;
     RecordTable::UpdateStatus(ui->table);
     UpdateButtons();
+    ReadDescription();
     ui->text->ShowLatePictures();
 }
 

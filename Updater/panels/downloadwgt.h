@@ -27,12 +27,13 @@ public:
     int MatchingRow(DN_FILE_STRUCT *record);
     int Rows();
 
-    /// Shows a description page with its fonts brought down to the size of the panel. A page that
-    /// is too long is replaced, see SayTooLarge().
+    /// Shows a file of the unpacked descriptions. The page looks by itself for one that comes, or
+    /// grows, later: a fast connection builds the tree before all are unpacked.
+    void SetDescription(const QString &file_name);
+    /// Shows a description with its fonts brought down to the size of the panel. One that is too
+    /// long is replaced by a sentence that says so.
     void SetHtmlText(const QString &html);
-    void SayTooLarge();
     void SetPlainText(const QString &text);
-    bool HasText() const;
     void UpdateButtons();
 
 public slots:
@@ -49,9 +50,12 @@ protected:
 
 private:
     DN_FILE_STRUCT *SelectedRecord();
+    void ReadDescription();
 
     Ui_DownloadWgt *ui;
     // By row, as in the table, where a search of thousands of pages would wait for memory.
     QVarLengthArray<DN_FILE_STRUCT *, 2> m_records;
+    QString m_description;        // its file name; empty without one
+    qint64 m_descriptionSize = 0; // bytes, when it was read
     QTimer timer; // runs while the page is shown; those of thousands would keep a processor busy
 };

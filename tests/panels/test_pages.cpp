@@ -278,18 +278,24 @@ void TestPages::ShowsLatePictures()
 {
     const Installation installation;
     DownloadWgt widget({"a", "b"}, nullptr);
-    widget.findChild<DescriptionView *>("text")->m_pixelsLeft = 30000; // it takes 20,000
+    auto *view = widget.findChild<DescriptionView *>("text");
     widget.SetHtmlText("<img src='late.bmp'>");
+    view->m_pixelsLeft = 30000; // it takes 20,000
     widget.show();
     const QString file = installation.Download("hwd_doc/late.bmp");
     const QByteArray picture = Picture("bmp", {200, 100});
-    const QTextDocument *page = widget.findChild<QTextBrowser *>("text")->document();
+    const QTextDocument *page = view->document();
     QVERIFY(page->size().height() < 100);
     for (const int count : {60, 70, picture.size()}) { // seen twice while it is being unpacked
         WriteFile(file, picture.left(count));
         widget.onTimer500();
     }
     QVERIFY(page->size().height() > 100);
+    QFile::remove(file);
+    widget.SetHtmlText("x");
+    QVERIFY(view->m_files.isEmpty());
+    widget.SetHtmlText("<img src='late.bmp'>");
+    QVERIFY(page->size().height() < 100);
 }
 
 void TestPages::Connects()
