@@ -15,10 +15,10 @@
 #include "panels/widget_helper.h"
 #include "ui_mainwindow.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QHash>
+#include <QTimer>
 
 namespace {
 
@@ -32,7 +32,8 @@ enum ItemType {
     LocalItem = 1792
 };
 
-const int kTreeWidth = 32; // characters
+const int kTreeWidth = 32;     // characters
+const int kDialogueWait = 100; // ms
 
 template <typename Parent>
 QTreeWidgetItem *MakeItem(Parent *parent, const QString &text, int type,
@@ -161,8 +162,11 @@ void MainWindow::PutPageIntoTabOrder()
 
 void MainWindow::AddTreeArchItems()
 {
-    if (closed)
+    // A dialogue's answer would wait until the whole tree is built.
+    if (QApplication::activeModalWidget()) {
+        QTimer::singleShot(kDialogueWait, this, &MainWindow::AddTreeArchItems);
         return;
+    }
     // Versions and targets first: events are processed below, and a press of "Uninstall" needs
     // them.
     for (DN_FILE_STRUCT *record : qAsConst(records)) {
@@ -204,6 +208,8 @@ void MainWindow::AddPackages()
         by_stem.insert(ArchiveStem(record->file_name), record);
 
     for (const QString &line : qAsConst(bsps_lines)) {
+        if (closed)
+            return;
         PackageLine package;
         if (!ReadPackageLine(line, package) || !IsPlatformSupported(package.platform))
             continue;
@@ -220,8 +226,6 @@ void MainWindow::AddPackages()
         page->SetDescription(package.description);
         StorePage(item, page);
         QCoreApplication::processEvents(); // keys and clicks too
-        if (closed)
-            return;
     }
 }
 

@@ -155,9 +155,15 @@ void TestWindow::AsksBeforeItCloses()
             QVERIFY((*process)->waitForStarted());
         }
         WriteFile(installation.Download("hwd_doc.zip"), "x");
+        window->bsps_lines = QStringList("8#0#Board####");
+        const auto packages = [&] { return window->tree_item_bsps->child(0)->childCount(); };
 
         const BoxAnswers boxes(answers);
+        QMetaObject::invokeMethod(window, "AddTreeArchItems", Qt::QueuedConnection);
         Row(name, window->close(), closes);
+        // No box waits for the tree, but the tree for the boxes.
+        Row(name, packages(), 0);
+        Row(name, QTest::qWaitFor([&] { return packages() == (closes ? 0 : 1); }), true);
         Row(name, boxes.questions, questions);
         Row(name, window->isVisible(), !closes);
         Row(name, QFile::exists(installation.Download("hwd_doc.zip")), !closes);
