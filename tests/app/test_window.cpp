@@ -154,19 +154,24 @@ void TestWindow::AsksBeforeItCloses()
             (*process)->start("sleep", {"600"});
             QVERIFY((*process)->waitForStarted());
         }
-        WriteFile(installation.Download("hwd_doc.zip"), "x");
+        const QString descriptions = installation.Download("hwd_doc.zip");
+        WriteFile(descriptions, "x");
         window->bsps_lines = QStringList("8#0#Board####");
         const auto packages = [&] { return window->tree_item_bsps->child(0)->childCount(); };
 
         const BoxAnswers boxes(answers);
+        bool is_hidden_first = false;
+        QObject::connect(window->windowHandle(), &QWindow::visibleChanged, &boxes.watch,
+                         [&] { is_hidden_first = QFile::exists(descriptions); });
         QMetaObject::invokeMethod(window, "AddTreeArchItems", Qt::QueuedConnection);
         Row(name, window->close(), closes);
+        Row(name, is_hidden_first, closes);
         // No box waits for the tree, but the tree for the boxes.
         Row(name, packages(), 0);
         Row(name, QTest::qWaitFor([&] { return packages() == (closes ? 0 : 1); }), true);
         Row(name, boxes.questions, questions);
         Row(name, window->isVisible(), !closes);
-        Row(name, QFile::exists(installation.Download("hwd_doc.zip")), !closes);
+        Row(name, QFile::exists(descriptions), !closes);
         for (QProcess **process : processes)
             Row(name, (*process)->waitForFinished(closes ? 30000 : 10), closes);
     };

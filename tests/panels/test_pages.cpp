@@ -133,6 +133,7 @@ void TestPages::HoldsRows()
     page.record.status_text = "Installed";
     QTRY_COMPARE_WITH_TIMEOUT(status->text(), QString("Installed"), 2000);
     page.widget.hide();
+    QVERIFY(!page.widget.timer.isActive());
     page.record.status_text = "Deleting";
     page.widget.onTimer500();
     QCOMPARE(status->text(), QString("Installed"));
