@@ -53,7 +53,8 @@ private:
     void ReadDescription();
 
     Ui_DownloadWgt *ui;
-    // By row, as in the table, where a search of thousands of pages would wait for memory.
+    // The record of each row. A search through thousands of pages reads them here, as a table's
+    // items lie scattered in memory.
     QVarLengthArray<DN_FILE_STRUCT *, 2> m_records;
     QString m_description;        // its file name; empty without one
     qint64 m_descriptionSize = 0; // bytes, when it was read
