@@ -25,7 +25,7 @@ NginxServer::NginxServer(const QString &document_root, int bytes_per_second)
 
 NginxServer::~NginxServer()
 {
-    m_process.terminate();
+    m_process.kill(); // a test may have stopped it
     m_process.waitForFinished();
 }
 
