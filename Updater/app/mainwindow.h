@@ -158,8 +158,8 @@ private:
     QList<DN_FILE_STRUCT *> post_install_queue;
     int probe_index = 0; // index in records of the one that is probed
     bool closed = false; // the user has confirmed the close: nothing may happen any more
-    // Names in the downloads directory before the first archive of pages was unpacked there; unset
-    // until then.
+    // Names in the downloads directory before the first archive of descriptions was unpacked there;
+    // unset until then.
     std::optional<std::set<QString>> files_before_descriptions;
     InstallationLock *installation_lock = nullptr; // borrowed; null where no lock is taken
 };

@@ -123,8 +123,8 @@ void MainWindow::AcceptFileList(const QByteArray &bytes)
     StartFetch(DescriptionsPath(), DescriptionsArchive());
 }
 
-/// The archive of the pages goes to a file, and a server that announces no length could fill the
-/// disk.
+/// The archive of the descriptions goes to a file, and a server that announces no length could fill
+/// the disk.
 void MainWindow::WatchDescriptions()
 {
     if (!base_downloader || !base_downloader->m_url.contains(kDescriptionsArchive))

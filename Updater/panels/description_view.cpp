@@ -59,7 +59,7 @@ QVariant DescriptionView::loadResource(int type, const QUrl &name)
     return nothing;
 }
 
-void DescriptionView::ShowPage(const QString &html)
+void DescriptionView::ShowText(const QString &html)
 {
     document()->clear(); // setHtml() alone would keep the late pictures
     m_files.clear();

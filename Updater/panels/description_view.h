@@ -3,9 +3,9 @@
 #include <QHash>
 #include <QTextBrowser>
 
-/// Shows a description page. Pages come from the repository, so what one names is looked for among
-/// its own kind alone and may only be a picture, and a link leads to a place in the page or to the
-/// desktop's browser.
+/// Shows a description. It comes from the repository, so what it names is looked for among its own
+/// kind alone and may only be a picture, and a link leads to a place in it or to the desktop's
+/// browser.
 class DescriptionView : public QTextBrowser
 {
     Q_OBJECT
@@ -15,8 +15,8 @@ public:
 
     QVariant loadResource(int type, const QUrl &name) override;
 
-    /// Replaces the page, with the pictures that were read for it.
-    void ShowPage(const QString &html);
+    /// Replaces the text, and drops the pictures that were read for the former one.
+    void ShowText(const QString &html);
     /// Reads again the pictures whose files were not there yet, or not whole, when they were read.
     void ShowLatePictures();
 
@@ -33,6 +33,6 @@ private:
     /// is larger than m_pixelsLeft.
     QImage Picture(QByteArray bytes, qint64 &pixels);
 
-    QHash<QUrl, PictureFile> m_files;  // of the page's pictures, by the names that the page has
-    qint64 m_pixelsLeft = kMostPixels; // for the page's further pictures
+    QHash<QUrl, PictureFile> m_files;  // of the pictures, by the names that the text has
+    qint64 m_pixelsLeft = kMostPixels; // for the text's further pictures
 };

@@ -65,11 +65,11 @@ void DownloadWgt::SetDescription(const QString &file_name)
     ReadDescription();
 }
 
-/// Reads the file again if it has changed since.
+/// Reads the file if it has come or changed since. The text of one that is gone stays.
 void DownloadWgt::ReadDescription()
 {
     const qint64 size = DescriptionSize(m_description);
-    if (size == m_descriptionSize)
+    if (size == 0 || size == m_descriptionSize)
         return;
     m_descriptionSize = size;
     SetHtmlText(size > kMostDescriptionBytes ? kTooLarge
@@ -85,7 +85,7 @@ void DownloadWgt::SetHtmlText(const QString &html)
     text.replace("12.0pt", "10.0pt");
     text.replace("150%", "100%");
     text.replace("115%", "100%");
-    ui->text->ShowPage(text);
+    ui->text->ShowText(text);
 }
 
 void DownloadWgt::SetPlainText(const QString &text)

@@ -87,8 +87,8 @@ void MainWindow::LookForDownload(DN_FILE_STRUCT *record, bool queue_found)
     }
 }
 
-/// The archive of the pages is unpacked in the downloads directory and may hold any file. A file
-/// that came with it is no download of the user's, whatever its name.
+/// The archive of the descriptions is unpacked in the downloads directory and may hold any file. A
+/// file that came with it is no download of the user's, whatever its name.
 bool MainWindow::MayComeFromDescriptions(const QString &path) const
 {
     return files_before_descriptions

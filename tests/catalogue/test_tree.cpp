@@ -106,11 +106,11 @@ void TestTree::ShowsDescriptions()
     WriteFile(installation.Download("hwd_doc/huge.htm"), "x");
     QFile::resize(installation.Download("hwd_doc/huge.htm"), 10000001);
     QFile::link("../secret.htm", installation.Download("hwd_doc/link.htm"));
-    const QStringList pages = {"a.htm",    "none.htm", "",        "../secret.htm",
+    const QStringList names = {"a.htm",    "none.htm", "",        "../secret.htm",
                                "link.htm", "long.htm", "huge.htm"};
     QStringList lines;
-    for (const QString &page : pages)
-        lines.append("8#0#Board####" + page);
+    for (const QString &name : names)
+        lines.append("8#0#Board####" + name);
     Build(installation, {}, lines);
     const auto text = [&](int place) {
         QTreeWidgetItem *item = Top(installation, 1)->child(0)->child(place);
@@ -119,7 +119,7 @@ void TestTree::ShowsDescriptions()
             QChar::ObjectReplacementCharacter);
     };
     QCOMPARE(text(0), QString("half"));
-    for (int place = 1; place < pages.size(); ++place)
+    for (int place = 1; place < names.size(); ++place)
         QCOMPARE(text(place), place < 5 ? QString() : "The description is too large to be shown.");
     // What is unpacked later shows as soon as the package is selected.
     WriteFile(

@@ -71,12 +71,12 @@ class Formats(ExtractorTest):
                                   for path, (mode, content) in expected.items()})
 
     def test_of_the_descriptions_only_their_folder_comes_out(self):
-        pages, others = {"hwd_doc": (0o755, None), "hwd_doc/x.htm": (0o644, b"x")}, {
+        folder, others = {"hwd_doc": (0o755, None), "hwd_doc/x.htm": (0o644, b"x")}, {
             "hwd_docs": (0o755, None), "hwd_docs/y": (0o644, b"y"), "zeft_core_runtime.zip": (0o644, b"z")}
-        make_tree(self.path("source"), {**pages, **others})
-        for name, pack, expected in (("hwd_doc.zip", 'zip -qr "$1" *', pages),
-                                     ("hwd_doc.zip", 'tar -czf "$1" .', pages),
-                                     ("hwd_doc.zip.zip", 'zip -qr "$1" *', {**pages, **others}),
+        make_tree(self.path("source"), {**folder, **others})
+        for name, pack, expected in (("hwd_doc.zip", 'zip -qr "$1" *', folder),
+                                     ("hwd_doc.zip", 'tar -czf "$1" .', folder),
+                                     ("hwd_doc.zip.zip", 'zip -qr "$1" *', {**folder, **others}),
                                      ("hwd_doc.zip", 'ln -s . link; tar -czf "$1" link'
                                       ' --transform s,link,hwd_doc,', {})):
             with self.subTest(name, pack=pack):

@@ -16,7 +16,7 @@ private slots:
     void OffersWhatTheStatusAllows();
     void HandsPressesOn();
     void LaysOutTexts();
-    void CutsPages();
+    void CutsDescriptions();
     void ReadsPictures();
     void ShowsLatePictures();
     void Connects();
@@ -223,7 +223,7 @@ void TestPages::LaysOutTexts()
     QCOMPARE(shown->toPlainText(), QString("<b>"));
 }
 
-void TestPages::CutsPages()
+void TestPages::CutsDescriptions()
 {
     const auto row = [](const QString &name, QString html, const QString &laid_out) {
         const bool is_shown = CutForLayout(html);

@@ -14,7 +14,7 @@ private slots:
     void cleanup() { m_installation.reset(); }
     void TakesOneComponentAllTheWay();
     void PicksUpWhatAnEarlierRunLeft();
-    void InstallsNothingThatCameWithThePages();
+    void InstallsNothingThatCameWithTheDescriptions();
     void KeepsFilesThatOthersWaitFor();
     void ReportsWhatFails();
     void StopsATransferWithoutAnEnd();
@@ -38,7 +38,7 @@ namespace {
 const QString kCore = "core/version_latest";
 const char kRunning[] = "Post installation script found. Running post installation script.";
 
-/// All files below a folder with their content, but the extractor, the pages and logs.
+/// All files below a folder with their content, but the extractor, the descriptions and logs.
 Files Tree(const QString &dir)
 {
     Files files;
@@ -143,18 +143,19 @@ void TestPipeline::PicksUpWhatAnEarlierRunLeft()
     }
 }
 
-void TestPipeline::InstallsNothingThatCameWithThePages()
+void TestPipeline::InstallsNothingThatCameWithTheDescriptions()
 {
     const Files files = {{"core/x", "x"}};
     Repository repository(m_site.path());
     repository.Add(kCore, "core.zip", files);
     const QByteArray archive = ReadFile(repository.ArchivePath(kCore, "core.zip"));
-    repository.package_list = "<html>#</html>"; // the first connection comes as far as the pages
+    repository.package_list =
+        "<html>#</html>"; // the first connection comes as far as the descriptions
     QVERIFY(repository.Publish({{"x.htm", "x"}, {"../core.zip", archive}}));
     const QString planted = m_installation->Download("core.zip");
     QVERIFY(!m_installation->Connects(m_server.Url()));
     QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(m_installation->Download("hwd_doc/x.htm")), 30000);
-    QVERIFY(!QFile::exists(planted));     // our extractor unpacks nothing beside the pages,
+    QVERIFY(!QFile::exists(planted));     // our extractor unpacks nothing beside the descriptions,
     QVERIFY(WriteFile(planted, archive)); // and another one might
     QVERIFY(WriteFile(m_site.filePath("zeft/bsp/zeft_bsps.info"), ""));
     QVERIFY(m_installation->Connects(m_server.Url()));

@@ -46,12 +46,12 @@ void Repository::Add(const QString &remote_dir, const QString &file_name, const 
                      .toUtf8();
 }
 
-bool Repository::Publish(const Files &pages)
+bool Repository::Publish(const Files &descriptions)
 {
-    Files descriptions;
-    for (auto page = pages.begin(); page != pages.end(); ++page)
-        descriptions.insert("hwd_doc/" + page.key(), page.value());
+    Files files;
+    for (auto file = descriptions.begin(); file != descriptions.end(); ++file)
+        files.insert("hwd_doc/" + file.key(), file.value());
     return WriteFile(m_dir + "/zeft/zeft_upt_fversions.info", file_list)
            && WriteFile(m_dir + "/zeft/bsp/zeft_bsps.info", package_list)
-           && PackArchive(m_dir + "/zeft/bsp/hwd_doc.zip", descriptions);
+           && PackArchive(m_dir + "/zeft/bsp/hwd_doc.zip", files);
 }

@@ -19,8 +19,8 @@ public:
     /// Adds an archive and its line in the file list. The server will date it by \a date, noon.
     void Add(const QString &remote_dir, const QString &file_name, const Files &files,
              const QString &date = "2024-05-01");
-    /// Writes both manifests and the archive of the \a pages.
-    bool Publish(const Files &pages = {{"x.htm", "x"}});
+    /// Writes both manifests and the archive of the \a descriptions.
+    bool Publish(const Files &descriptions = {{"x.htm", "x"}});
 
     QString ArchivePath(const QString &remote_dir, const QString &file_name) const;
 
