@@ -152,26 +152,24 @@ void CheckTitle(const PackageLine &package, Findings &findings)
 void CheckDescription(const PackageLine &package, const QString &dir, Findings &findings)
 {
     const QString &name = package.description;
+    const QString subject = SubjectOf(package);
     const QString name_fault = NameFault(name);
     if (!name_fault.isEmpty())
-        return findings.Add(Rule::MissingDescription, SubjectOf(package),
-                            "its description: " + name_fault);
+        return findings.Add(Rule::MissingDescription, subject, "its description: " + name_fault);
+    const QString the_description = QString("the description \"%1\" ").arg(name);
     QByteArray bytes;
     const QString failure = ReadFile(dir + '/' + name, bytes);
     if (!failure.isEmpty())
-        return findings.Add(
-            Rule::MissingDescription, SubjectOf(package),
-            QString("the description \"%1\" cannot be read: %2").arg(name, failure));
+        return findings.Add(Rule::MissingDescription, subject,
+                            the_description + "cannot be read: " + failure);
     QTextCodec::ConverterState state;
     QString text =
         QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
-    if (bytes.contains('\0') || state.invalidChars > 0 || state.remainingChars > 0) {
-        findings.Add(Rule::DescriptionNotText, SubjectOf(package),
-                     QString("the description \"%1\" is not UTF-8 text").arg(name));
-    } else if (!CutForLayout(text)) {
-        findings.Add(Rule::DescriptionTooLarge, SubjectOf(package),
-                     QString("the description \"%1\" is too large to be shown").arg(name));
-    }
+    if (bytes.contains('\0') || state.invalidChars > 0 || state.remainingChars > 0)
+        findings.Add(Rule::DescriptionNotText, subject, the_description + "is not UTF-8 text");
+    else if (!CutForLayout(text))
+        findings.Add(Rule::DescriptionTooLarge, subject,
+                     the_description + "is too large to be shown");
 }
 
 /// Reads the list \a name in \a dir with the functions for a whole one and for a line of it.
