@@ -1,5 +1,7 @@
 #pragma once
 
+#include "pipeline/extractor.h"
+
 #include <QMainWindow>
 #include <QNetworkAccessManager>
 #include <QStringList>
@@ -156,7 +158,8 @@ private:
     QList<DN_FILE_STRUCT *> install_queue;
     QList<DN_FILE_STRUCT *> delete_queue;
     QList<DN_FILE_STRUCT *> post_install_queue;
-    int probe_index = 0; // index in records of the one that is probed
+    DetachedExtractor descriptions_process; // unpacks the descriptions
+    int probe_index = 0;                    // index in records of the one that is probed
     bool closed = false; // the user has confirmed the close: nothing may happen any more
     // Names in the downloads directory before the first archive of descriptions was unpacked there;
     // unset until then.

@@ -120,6 +120,7 @@ void MainWindow::AcceptFileList(const QByteArray &bytes)
         StartFetch(PackageListPath(), QString());
         return;
     }
+    descriptions_process.Kill(); // it would unpack the archive that now comes anew
     StartFetch(DescriptionsPath(), DescriptionsArchive());
 }
 
@@ -140,7 +141,7 @@ void MainWindow::AcceptDescriptions()
         const QStringList names = QDir(downloads).entryList(QDir::Files | QDir::Hidden);
         files_before_descriptions.emplace(names.begin(), names.end());
     }
-    StartDetachedExtractor(UnpackArguments(kDescriptionsArchive, downloads, downloads));
+    descriptions_process.Start(UnpackArguments(kDescriptionsArchive, downloads, downloads));
     StartFetch(PackageListPath(), QString());
 }
 

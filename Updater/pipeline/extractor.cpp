@@ -4,7 +4,11 @@
 #include "app/datasingleton.h"
 #include "app/mainwindow_helper.h"
 
+#include <QFile>
 #include <QProcess>
+#include <QThread>
+
+#include <csignal>
 
 namespace {
 
@@ -63,15 +67,36 @@ QProcess *StartExtractor(const QStringList &arguments)
     return process;
 }
 
-void StartDetachedExtractor(const QStringList &arguments)
+void DetachedExtractor::Start(const QStringList &arguments)
 {
+    m_arguments = arguments;
     QProcess process;
     process.setProgram(ExtractorPath());
     process.setArguments(arguments);
     process.setStandardOutputFile(
         QProcess::nullDevice()); // or its percent would appear on our console
     process.setStandardErrorFile(QProcess::nullDevice());
-    process.startDetached();
+    process.startDetached(&m_pid);
+}
+
+void DetachedExtractor::Kill()
+{
+    if (!IsAtWork())
+        return;
+    const auto pid = static_cast<pid_t>(m_pid);
+    ::kill(pid, SIGKILL);
+    // A process is there until all its threads have ended, and waits in vain where nobody reaps it.
+    for (int waited = 0; waited < kKillWait && ::kill(pid, 0) == 0; ++waited)
+        QThread::msleep(1);
+}
+
+/// Once the run has ended, its process id may be another program's.
+bool DetachedExtractor::IsAtWork() const
+{
+    const QByteArray arguments = QFile::encodeName(m_arguments.join(QChar::Null)) + '\0';
+    QFile command_line(QString("/proc/%1/cmdline").arg(m_pid)); // proc(5)
+    return m_pid > 0 && command_line.open(QFile::ReadOnly)
+           && command_line.readAll().endsWith(arguments);
 }
 
 void KillExtractor(QProcess *&process)

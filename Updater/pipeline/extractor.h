@@ -27,10 +27,23 @@ bool LastPercent(const QByteArray &output, int &percent);
 
 /// Starts a run in the downloads directory. The caller owns the process.
 QProcess *StartExtractor(const QStringList &arguments);
-/// Starts a run that nobody follows.
-void StartDetachedExtractor(const QStringList &arguments);
 /// Kills a run, if there is one, and lets go of its process; sets the pointer to null.
 void KillExtractor(QProcess *&process);
+
+/// A run that nobody follows. It outlives this program unless it is killed.
+class DetachedExtractor
+{
+public:
+    void Start(const QStringList &arguments);
+    /// Kills the run, if it is still at work, and waits 100 ms at most for its end.
+    void Kill();
+
+private:
+    bool IsAtWork() const;
+
+    qint64 m_pid = 0;
+    QStringList m_arguments;
+};
 
 /// Follows a run by one step: what it has newly printed becomes the progress of its record, at
 /// least \a floor. True once the run has ended, however it ended.

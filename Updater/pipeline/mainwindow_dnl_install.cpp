@@ -376,6 +376,8 @@ void MainWindow::DeleteLeftovers(const DN_FILE_STRUCT &record)
 
 void MainWindow::DelNonRequiredFiles()
 {
-    if (MayWork())
-        DeleteDescriptions();
+    if (!MayWork())
+        return;
+    descriptions_process.Kill(); // it would unpack again what is deleted here
+    DeleteDescriptions();
 }

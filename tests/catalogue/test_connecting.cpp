@@ -14,6 +14,7 @@ private slots:
     void FetchesTheCatalogue();
     void FailsAndConnectsAgain();
     void StopsDescriptionsWithoutAnEnd();
+    void StopsUnpackingDescriptions();
     void TakesTheAlternateLink();
 
 private:
@@ -132,6 +133,24 @@ void TestConnecting::StopsDescriptionsWithoutAnEnd()
     QVERIFY(!QFile::exists(installation.Download("hwd_doc.zip")));
 }
 
+void TestConnecting::StopsUnpackingDescriptions()
+{
+    Files descriptions;
+    for (int n = 0; n < 1000; ++n)
+        descriptions.insert(QString("%1.htm").arg(n), "page");
+    Repository repository(m_site.filePath("large"));
+    repository.Add("core/version_latest", "a.zip", {{"a/x", "x"}});
+    QVERIFY(repository.Publish(descriptions));
+    Installation installation;
+    installation.Connect(m_server.Url() + "/large");
+    const QString folder = installation.Download("hwd_doc");
+    QVERIFY(installation.Work([&] { return QFile::exists(folder); }));
+    const qint64 pid = installation.Window()->descriptions_process.m_pid;
+    QVERIFY(installation.Window()->close());
+    QTRY_VERIFY_WITH_TIMEOUT(ReadFile(QString("/proc/%1/cmdline").arg(pid)).isEmpty(), 60000);
+    QVERIFY(!QFile::exists(folder));
+}
+
 void TestConnecting::TakesTheAlternateLink()
 {
     const QString primary = PrimaryRepositoryUrl();
@@ -147,6 +166,11 @@ void TestConnecting::TakesTheAlternateLink()
     QCOMPARE(installation.Window()->base_downloader->m_timeout, 15000);
     QCOMPARE(installation.Window()->base_downloader->m_url,
              alternate + "/zeft/zeft_upt_fversions.info");
+
+    QVERIFY(installation.Window()->close());
+    QSignalSpy end(installation.Window()->base_downloader, &FileDownloader::SignalDownloadFinished);
+    QVERIFY(end.wait(60000));
+    QCOMPARE(installation.Log().last(), "Connecting to " + alternate + "..."); // goes no further
 }
 
 ZEFT_TEST(TestConnecting)

@@ -25,9 +25,6 @@ Installation::Installation(bool beats)
 Installation::~Installation()
 {
     End();
-    // The descriptions may still be unpacked, by a process that is nobody's child.
-    if (!QTest::qWaitFor([this] { return QDir(m_root.path()).removeRecursively(); }))
-        qWarning("%s stays", qPrintable(m_root.path()));
 }
 
 void Installation::Restart()
@@ -43,6 +40,7 @@ void Installation::Restart()
 
 void Installation::End()
 {
+    m_window->descriptions_process.Kill();
     delete m_window->base_downloader;
     m_window->base_downloader = nullptr;
     while (!m_window->download_queue.isEmpty())
