@@ -16,6 +16,7 @@
 #include "ui_mainwindow.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QFileInfo>
 #include <QHash>
 #include <QTimer>
@@ -34,6 +35,10 @@ enum ItemType {
 
 const int kTreeWidth = 32;     // characters
 const int kDialogueWait = 100; // ms
+
+// Events are processed so often while the tree is built. Each time, Qt lays out all packages of the
+// open classes anew; after each package, that would take longer than the packages themselves.
+const int kEventsPeriod = 20; // ms
 
 template <typename Parent>
 QTreeWidgetItem *MakeItem(Parent *parent, const QString &text, int type,
@@ -207,6 +212,7 @@ void MainWindow::AddPackages()
     for (DN_FILE_STRUCT *record : qAsConst(records))
         by_stem.insert(ArchiveStem(record->file_name), record);
 
+    QDeadlineTimer next_events; // has expired
     for (const QString &line : qAsConst(bsps_lines)) {
         if (closed)
             return;
@@ -225,7 +231,10 @@ void MainWindow::AddPackages()
         AddPackageRow(page, second, second == first ? nullptr : by_stem.value(second));
         page->SetDescription(package.description);
         StorePage(item, page);
-        QCoreApplication::processEvents(); // keys and clicks too
+        if (next_events.hasExpired()) {
+            QCoreApplication::processEvents(); // keys and clicks too
+            next_events.setRemainingTime(kEventsPeriod);
+        }
     }
 }
 
