@@ -34,6 +34,6 @@ private:
     bool IsWanted(const QString &path);
 
     Ui_LocalDownloadDlg *ui;
-    QTimer timer; // runs while the page is shown; those of thousands would keep a processor busy
+    QTimer timer;      // runs while the page is shown
     QString m_lastDir; // of the last pick; empty before the first
 };

@@ -92,9 +92,21 @@ void TestTree::BuildsPackages()
                           "Native/Other: Local Install (eg. nope), zeft_bsp_a.hlib [2.0 KB]",
                           "Native/None: "}));
 
-    QTimer::singleShot(0, installation.Window(), &QWidget::close); // between two packages
-    Build(installation, {}, {"8#4#First####", "8#4#Second####"});
+    MainWindow *window = installation.Window();
+    auto *tree = installation.Find<QTreeWidget>("tree_wgt");
+    tree->viewport()->setMouseTracking(true);
+    QString seen;
+    QObject::connect(tree, &QTreeWidget::itemEntered, window, [&] { // between two packages
+        const DN_FILE_STRUCT *record = window->records.last();
+        seen = record->version + ComponentDir(*record);
+        window->close();
+    });
+    QCursor::setPos(
+        tree->viewport()->mapToGlobal(tree->visualItemRect(Top(installation, 3)).center()));
+    Build(installation, {"8#last.zip#bsp#2024-05-01T1#1#0"}, {"8#4#First####", "8#4#Second####"});
     QCOMPARE(Top(installation, 1)->child(4)->childCount(), 1);
+    QCOMPARE(seen, "2024-05-01" + installation.Path("last"));
+    QCOMPARE(window->records.last()->status, int{RecordStatus::Unknown});
 }
 
 void TestTree::ShowsDescriptions()
@@ -126,6 +138,10 @@ void TestTree::ShowsDescriptions()
         installation.Download("hwd_doc/a.htm"),
         QByteArray("<p style='font-size:12.0pt'>B\xC3\xB6<img src='x.png'>ard</p>\0more", 61));
     QCOMPARE(text(0), QString("B%1ard").arg(QChar(0xF6)));
+    auto *page = qobject_cast<DownloadWgt *>(PageOf(Top(installation, 1)->child(0)->child(0)));
+    const QSignalSpy parsed(page->findChild<QTextBrowser *>("text"), &QTextBrowser::textChanged);
+    page->onTimer500();
+    QVERIFY(page->isVisible() && parsed.isEmpty());
 }
 
 void TestTree::SortsRecordsAndTellsTheirStatus()

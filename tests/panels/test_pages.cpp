@@ -125,6 +125,7 @@ void TestPages::HoldsRows()
 
     DownloadWgt narrow({"Files"}, nullptr);
     narrow.AddTableRow("a", &page.record);
+    QVERIFY(!narrow.timer.isActive());
     narrow.show();
     QCOMPARE(narrow.MatchingRow(&page.record), 0);
 
