@@ -1,6 +1,6 @@
 #pragma once
 
-#include <ctime>
+class MainWindow;
 
 // The benches, each called like a program of its name. They print what the script of the same name
 // reads.
@@ -14,9 +14,14 @@ int FileSum(int argc, char **argv);
 ///
 /// One window over many records: how long a heartbeat holds the event loop. Prints milliseconds: of
 /// making the records and of showing them, which processes events all along; then of a heartbeat at
-/// rest, of the first and the second one with every hundredth record waiting for its download, and
+/// rest, of the first and the second one with every tenth record waiting for its download, and
 /// of the one that finds these cancelled.
 int Heartbeat(int argc, char **argv);
+
+/// usage: start ROOT
+///
+/// Opens the window as the updater does, see TellWhenPainted().
+int Start(int argc, char **argv);
 
 /// usage: transfer get|get-busy|get-floor|probe|probe-floor URL FILE SIZE_OR_COUNT
 ///
@@ -36,5 +41,5 @@ int Transfer(int argc, char **argv);
 /// minute of rest takes.
 int Window(int argc, char **argv);
 
-/// The time that \a clock shows, in ms.
-double Milliseconds(clockid_t clock);
+/// The updater's window as the program starts with it, but not shown. It is never deleted.
+MainWindow &UpdaterWindow(const char *root);

@@ -41,11 +41,11 @@ int Heartbeat(int argc, char **argv)
     std::printf("%.1f ", Beat(window));
 
     window.repo_url = "https://localhost:9"; // nobody is there
-    for (int n = 0; n < window.records.size(); n += 100)
+    for (int n = 0; n < window.records.size(); n += 10)
         window.AddToDownload(window.records[n]);
     std::printf("%.1f ", Beat(window));
     std::printf("%.1f ", Beat(window));
-    for (int n = 0; n < window.records.size(); n += 100)
+    for (int n = 0; n < window.records.size(); n += 10)
         window.CancelDownloadInstall(window.records[n]);
     std::printf("%.1f\n", Beat(window));
     return 0;

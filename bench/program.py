@@ -1,4 +1,4 @@
-"""Makes the program of this folder that measures the updater's library from within."""
+"""Makes the programs of this folder."""
 
 import os
 import subprocess
@@ -6,9 +6,14 @@ import subprocess
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
 
-def command(name):
-    """The command of the bench. Needs the release's configuration."""
+def made(target):
+    """Builds the target in the release, which must be configured, and gives its path."""
     release = f"{ROOT}/build/release"
-    subprocess.check_call(["cmake", "--build", release, "--target", "zeft_bench"],
+    subprocess.check_call(["cmake", "--build", release, "--target", target],
                           stdout=subprocess.DEVNULL)
-    return [f"{release}/bench/zeft_bench", name]
+    return f"{release}/bench/{target}"
+
+
+def command(name):
+    """The command of the bench that measures the updater's library from within."""
+    return [made("zeft_bench"), name]

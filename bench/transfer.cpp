@@ -1,5 +1,6 @@
 #include "app/datasingleton.h"
 #include "bench.h"
+#include "clock.h"
 #include "transfer/filedownloader.h"
 
 #include <QCoreApplication>

@@ -2,6 +2,7 @@
 #include "app/mainwindow.h"
 #include "app/mainwindow_helper.h"
 #include "bench.h"
+#include "clock.h"
 #include "panels/downloadwgt.h"
 #include "ui_mainwindow.h"
 
@@ -128,12 +129,18 @@ private:
 
 } // namespace
 
+MainWindow &UpdaterWindow(const char *root)
+{
+    auto *window = new MainWindow(nullptr);
+    DataSingleton::Initialize(window, root);
+    window->Initialize();
+    return *window;
+}
+
 int Window(int argc, char **argv)
 {
     const QApplication application(argc, argv);
-    auto &window = *new MainWindow(nullptr); // like the program's, it outlives everything
-    DataSingleton::Initialize(&window, argv[1]);
-    window.Initialize();
+    MainWindow &window = UpdaterWindow(argv[1]);
     window.show();
     const Watch watch(window);
     window.onConnect(argv[2]);

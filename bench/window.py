@@ -13,6 +13,7 @@ import subprocess
 import tempfile
 import time
 
+import display
 import program
 import repository
 import server
@@ -22,24 +23,6 @@ DELAY = 0.025  # s, each way
 SETTLE = 5  # s in which the window comes to rest
 STAGES = {"lists": "the lists come", "probes": "the files are probed",
           "tree": "the tree is built", "after": "nothing happens"}
-
-
-@contextlib.contextmanager
-def display(folder):
-    """The environment of a program on a virtual display, whose pointer lies in the window."""
-    read, write = os.pipe()
-    xvfb = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "800x600x24",
-                             "-nolisten", "tcp", "-noreset"],
-                            pass_fds=[write], stderr=subprocess.DEVNULL)
-    try:
-        number = os.read(read, 16).decode().strip()
-        environment = dict(os.environ, DISPLAY=f":{number}", XDG_RUNTIME_DIR=folder,
-                           LC_ALL="C.UTF-8", QT_XCB_GL_INTEGRATION="none")  # as the updater
-        subprocess.check_call(["xdotool", "mousemove", "200", "200"], env=environment)
-        yield environment
-    finally:
-        xvfb.terminate()
-        xvfb.wait()
 
 
 class Bench:
@@ -52,7 +35,7 @@ class Bench:
 
     @contextlib.contextmanager
     def started(self, port):
-        # A new one each time, as an extractor may still unpack when its window is closed.
+        # A new one each time, so that none finds files of another's.
         root = tempfile.mkdtemp(dir=self.folder)
         os.mkdir(f"{root}/bin_lnx")
         shutil.copy(f"{program.ROOT}/build/release/Extractor/zeft_fextr_cmd", f"{root}/bin_lnx")
@@ -87,10 +70,10 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         site = f"{folder}/site"
         repository.make(site)
-        with (display(folder) as environment,
+        with (display.virtual(folder) as environment,
               server.served(site, f"{folder}/nginx") as port):
             far_port = server.relay(port, DELAY)
-            bench = Bench(folder, environment)
+            bench = Bench(folder, display.without_opengl(environment))
             for stage, words in STAGES.items():
                 quick = port if stage in ("tree", "after") else far_port
                 table.row(f"close while {words}", bench.close_time(quick, stage), "ms", 300, "aim")
@@ -99,7 +82,7 @@ def main():
             wait, worked = figures[stage]
             table.row(f"longest wait of a key while {words}", wait, "ms", 100, "aim")
             table.row("  of it on the processor, at most", worked, "ms", 100, "aim")
-        table.row(f"{repository.PACKAGES} packages' tree", figures["build"], "ms")
+        table.row(f"{repository.PACKAGES} packages' tree", figures["build"] / 1000, "s")
         table.row("a record searched in it, processor", figures["search"], "ms", 10, "aim")
         table.row("memory of a package's page", figures["page"], "kB")
         table.row("processor at rest", figures["rest"], "%", 0.5, "aim")
